@@ -1,0 +1,66 @@
+#pragma once
+
+#include "OrvaneExport.h"
+
+#include <QString>
+#include <QVariant>
+
+// The one configuration store: an INI file whose path the host sets. Every read goes to the
+// file, so an edited file is seen at the next read. Values are taken verbatim (after trimming
+// and one pair of surrounding quotes): user agents carry commas and semicolons. Keys may hold
+// blanks; "[area]" then "name=..." is the key "area/name".
+class ORVANE_EXPORT ConfigStore {
+public:
+    static void setPath(const QString& path);
+    static QString path();
+
+    static QVariant read(const QString& key);
+    static void write(const QString& key, const QVariant& value);
+
+    // Checks that the file can be read and that every line is a section, a key=value pair, a
+    // comment or blank; names the first bad line otherwise.
+    static bool check(const QString& path, QString* error);
+
+    // Every key and raw value of a file; false with a reason when it cannot be read or is malformed.
+    static bool parse(const QString& path, QList<QPair<QString, QString>>* entries, QString* error);
+};
+
+class ORVANE_EXPORT ConfigValueBase {
+public:
+    ConfigValueBase(const QString& key, const QVariant& defaultValue);
+    virtual ~ConfigValueBase();
+    QString key() const { return mKey; }
+    QVariant defaultVariant() const { return mDefault; }
+
+protected:
+    // The stored value converted to the default's type, or the default when absent or unreadable.
+    QVariant stored() const;
+
+private:
+    const QString mKey;
+    const QVariant mDefault;
+};
+
+class ORVANE_EXPORT ConfigBoolValue : public ConfigValueBase {
+public:
+    ConfigBoolValue(const QString& key, bool defaultValue) : ConfigValueBase(key, defaultValue) {}
+    bool value() const { return stored().toBool(); }
+};
+
+class ORVANE_EXPORT ConfigIntValue : public ConfigValueBase {
+public:
+    ConfigIntValue(const QString& key, int defaultValue) : ConfigValueBase(key, defaultValue) {}
+    int value() const { return stored().toInt(); }
+};
+
+class ORVANE_EXPORT ConfigRealValue : public ConfigValueBase {
+public:
+    ConfigRealValue(const QString& key, double defaultValue) : ConfigValueBase(key, defaultValue) {}
+    double value() const { return stored().toDouble(); }
+};
+
+class ORVANE_EXPORT ConfigStringValue : public ConfigValueBase {
+public:
+    ConfigStringValue(const QString& key, const QString& defaultValue) : ConfigValueBase(key, defaultValue) {}
+    QString value() const { return stored().toString(); }
+};

@@ -1,0 +1,322 @@
+#include "core/DataValue.h"
+
+#include "core/Logger.h"
+
+#include <QHash>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMutex>
+#include <QThread>
+
+namespace {
+
+struct Registry {
+    QMutex mutex;
+    QHash<QString, DataValue*> byName;
+    QList<DataValue*> ordered;
+};
+
+Registry& registry()
+{
+    static Registry instance;
+    return instance;
+}
+
+} // namespace
+
+DataValue::DataValue(const char* name, Type type, const QVariant& initial, bool valid, bool isProtected)
+    : mName(QString::fromLatin1(name))
+    , mType(type)
+    , mProtected(isProtected)
+    , mValid(valid)
+{
+    setObjectName(mName);
+    convert(initial, &mValue);
+    DataValueRegistry::add(this);
+}
+
+DataValue::~DataValue()
+{
+    DataValueRegistry::remove(this);
+}
+
+QString DataValue::typeName(Type type)
+{
+    switch (type) {
+    case Type::Bool: return QStringLiteral("bool");
+    case Type::Int: return QStringLiteral("int");
+    case Type::Real: return QStringLiteral("real");
+    case Type::String: return QStringLiteral("string");
+    case Type::Map: return QStringLiteral("map");
+    }
+    return QString();
+}
+
+QVariant DataValue::variant() const
+{
+    ConditionalLocker lock(*this);
+    return mValue;
+}
+
+bool DataValue::isValid() const
+{
+    ConditionalLocker lock(*this);
+    return mValid;
+}
+
+bool DataValue::hasPending() const
+{
+    ConditionalLocker lock(*this);
+    return mHasPending;
+}
+
+QVariant DataValue::pendingVariant() const
+{
+    ConditionalLocker lock(*this);
+    return mHasPending ? mPending : mValue;
+}
+
+bool DataValue::convert(const QVariant& in, QVariant* out) const
+{
+    QVariant v = in;
+    bool ok = true;
+    switch (mType) {
+    case Type::Bool:
+        ok = v.canConvert<bool>();
+        *out = v.toBool();
+        break;
+    case Type::Int:
+        *out = v.toInt(&ok);
+        break;
+    case Type::Real:
+        *out = v.toDouble(&ok);
+        break;
+    case Type::String:
+        *out = v.toString();
+        break;
+    case Type::Map:
+        ok = v.canConvert<QVariantMap>();
+        *out = v.toMap();
+        break;
+    }
+    return ok;
+}
+
+void DataValue::setVariantNoLock(const QVariant& value)
+{
+    if (mProtected) {
+        Logger::logAssert("!isProtected()",
+                          QStringLiteral("Protected data value %1 not set with setProtectedValue").arg(mName),
+                          __FILE__, __LINE__);
+        return;
+    }
+    QVariant converted;
+    convert(value, &converted);
+    if (converted == mValue && mValid)
+        return;
+    mValue = converted;
+    mValid = true;
+    markChangedNoLock();
+}
+
+void DataValue::setValidNoLock(bool valid)
+{
+    if (mValid == valid)
+        return;
+    mValid = valid;
+    markChangedNoLock();
+}
+
+void DataValue::setPendingValidNoLock(const QVariant& request)
+{
+    QVariant converted;
+    convert(request, &converted);
+    if (mHasPending && converted == mPending)
+        return;
+    mPending = converted;
+    mHasPending = true;
+    markChangedNoLock();
+}
+
+void DataValue::revertPendingNoLock()
+{
+    if (!mHasPending)
+        return;
+    mHasPending = false;
+    mPending = QVariant();
+    markChangedNoLock();
+}
+
+void DataValue::acceptPendingNoLock()
+{
+    if (!mHasPending)
+        return;
+    mHasPending = false;
+    if (mPending != mValue || !mValid) {
+        mValue = mPending;
+        mValid = true;
+    }
+    mPending = QVariant();
+    markChangedNoLock();
+}
+
+void DataValue::setVariant(const QVariant& value)
+{
+    EventLocker lock(*this);
+    setVariantNoLock(value);
+}
+
+void DataValue::setProtectedValue(const QVariant& value)
+{
+    EventLocker lock(*this);
+    QVariant converted;
+    convert(value, &converted);
+    if (converted == mValue && mValid)
+        return;
+    mValue = converted;
+    mValid = true;
+    markChangedNoLock();
+}
+
+bool DataValue::setFromString(const QString& text, QString* error)
+{
+    const QString t = text.trimmed();
+    QVariant parsed;
+    bool ok = true;
+    switch (mType) {
+    case Type::Bool: {
+        const QString l = t.toLower();
+        if (l == "true" || l == "1" || l == "on" || l == "yes")
+            parsed = true;
+        else if (l == "false" || l == "0" || l == "off" || l == "no")
+            parsed = false;
+        else
+            ok = false;
+        break;
+    }
+    case Type::Int:
+        parsed = t.toInt(&ok, 0);
+        break;
+    case Type::Real:
+        parsed = t.toDouble(&ok);
+        break;
+    case Type::String:
+        parsed = text;
+        break;
+    case Type::Map: {
+        const QJsonDocument doc = QJsonDocument::fromJson(t.toUtf8());
+        ok = doc.isObject();
+        parsed = doc.object().toVariantMap();
+        break;
+    }
+    }
+    if (!ok) {
+        if (error)
+            *error = QStringLiteral("'%1' is not a %2 value for %3").arg(text, typeName(mType), mName);
+        return false;
+    }
+    if (mProtected)
+        setProtectedValue(parsed);
+    else
+        setVariant(parsed);
+    return true;
+}
+
+QString DataValue::toDisplayString() const
+{
+    ConditionalLocker lock(*this);
+    QString text;
+    switch (mType) {
+    case Type::Bool: text = mValue.toBool() ? QStringLiteral("true") : QStringLiteral("false"); break;
+    case Type::Map:
+        text = QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(mValue.toMap())).toJson(QJsonDocument::Compact));
+        break;
+    default: text = mValue.toString(); break;
+    }
+    if (!mValid)
+        text += QStringLiteral(" (invalid)");
+    if (mHasPending)
+        text += QStringLiteral(" (pending %1)").arg(mPending.toString());
+    return text;
+}
+
+void DataValue::markChangedNoLock()
+{
+    // A NoLock write outside any EventLocker still has to reach its observers.
+    if (mEventLockDepth == 0)
+        announce();
+    else
+        mChangedSinceLock = true;
+}
+
+void DataValue::announce()
+{
+    if (QThread::currentThread() == thread())
+        emit changed();
+    else
+        QMetaObject::invokeMethod(this, &DataValue::changed, Qt::QueuedConnection);
+}
+
+DataValue::ConditionalLocker::ConditionalLocker(const DataValue& value)
+    : mMutex(value.mMutex)
+{
+    // A recursive mutex is exactly "lock unless this thread already holds it".
+    mMutex.lock();
+}
+
+DataValue::ConditionalLocker::~ConditionalLocker()
+{
+    mMutex.unlock();
+}
+
+DataValue::EventLocker::EventLocker(DataValue& value)
+    : mValue(value)
+{
+    mValue.mMutex.lock();
+    ++mValue.mEventLockDepth;
+}
+
+DataValue::EventLocker::~EventLocker()
+{
+    const bool outermost = --mValue.mEventLockDepth == 0;
+    const bool changed = outermost && mValue.mChangedSinceLock;
+    if (outermost)
+        mValue.mChangedSinceLock = false;
+    mValue.mMutex.unlock();
+    if (changed)
+        mValue.announce();
+}
+
+DataValue* DataValueRegistry::find(const QString& name)
+{
+    Registry& r = registry();
+    QMutexLocker lock(&r.mutex);
+    return r.byName.value(name);
+}
+
+QList<DataValue*> DataValueRegistry::all()
+{
+    Registry& r = registry();
+    QMutexLocker lock(&r.mutex);
+    return r.ordered;
+}
+
+void DataValueRegistry::add(DataValue* value)
+{
+    Registry& r = registry();
+    QMutexLocker lock(&r.mutex);
+    if (r.byName.contains(value->name()))
+        return;
+    r.byName.insert(value->name(), value);
+    r.ordered.append(value);
+}
+
+void DataValueRegistry::remove(DataValue* value)
+{
+    Registry& r = registry();
+    QMutexLocker lock(&r.mutex);
+    if (r.byName.value(value->name()) == value) {
+        r.byName.remove(value->name());
+        r.ordered.removeAll(value);
+    }
+}

@@ -1,0 +1,126 @@
+#pragma once
+
+#include "OrvaneExport.h"
+
+#include <QObject>
+#include <QRecursiveMutex>
+#include <QVariant>
+
+// A named, typed, observable vehicle-state or request slot. Each value is a global object and
+// is also listed in DataValueRegistry. Readers and writers on any thread take the value's own
+// lock; observers are told on the value's (UI) thread.
+class ORVANE_EXPORT DataValue : public QObject {
+    Q_OBJECT
+public:
+    enum class Type { Bool, Int, Real, String, Map };
+
+    // Protected values may only be written through setProtectedValue: they carry requests a
+    // stray binding must never send to the car.
+    DataValue(const char* name, Type type, const QVariant& initial, bool valid = true, bool isProtected = false);
+    ~DataValue() override;
+
+    QString name() const { return mName; }
+    Type type() const { return mType; }
+    static QString typeName(Type type);
+    bool isProtected() const { return mProtected; }
+
+    // Reads; callers hold a ConditionalLocker when value and validity must agree.
+    QVariant variant() const;
+    bool isValid() const;
+    bool hasPending() const;
+    QVariant pendingVariant() const;
+
+    // Writes under a held lock (EventLocker): observers are told when that locker ends.
+    void setVariantNoLock(const QVariant& value);
+    void setValidNoLock(bool valid);
+    void setPendingValidNoLock(const QVariant& request);
+    void revertPendingNoLock();
+    // The car took the request: the pending value becomes the value.
+    void acceptPendingNoLock();
+
+    // Whole writes that take the lock themselves.
+    void setVariant(const QVariant& value);
+    void setProtectedValue(const QVariant& value);
+
+    // Text forms for the bench host and scripts ("true", "42", "2.5", "text", JSON object).
+    bool setFromString(const QString& text, QString* error = nullptr);
+    QString toDisplayString() const;
+
+    // Locks unless this thread already holds the lock, so nested readers never deadlock.
+    class ORVANE_EXPORT ConditionalLocker {
+    public:
+        explicit ConditionalLocker(const DataValue& value);
+        explicit ConditionalLocker(const DataValue* value) : ConditionalLocker(*value) {}
+        ~ConditionalLocker();
+        ConditionalLocker(const ConditionalLocker&) = delete;
+        ConditionalLocker& operator=(const ConditionalLocker&) = delete;
+
+    private:
+        QRecursiveMutex& mMutex;
+    };
+
+    // Holds the lock for a group of NoLock writes; changes are announced once, after unlocking.
+    class ORVANE_EXPORT EventLocker {
+    public:
+        explicit EventLocker(DataValue& value);
+        explicit EventLocker(DataValue* value) : EventLocker(*value) {}
+        ~EventLocker();
+        EventLocker(const EventLocker&) = delete;
+        EventLocker& operator=(const EventLocker&) = delete;
+
+    private:
+        DataValue& mValue;
+    };
+
+signals:
+    // Value, validity or pending state changed. Always delivered on the value's thread.
+    void changed();
+
+private:
+    void markChangedNoLock();
+    void announce();
+    bool convert(const QVariant& in, QVariant* out) const;
+
+    const QString mName;
+    const Type mType;
+    const bool mProtected;
+    mutable QRecursiveMutex mMutex;
+    QVariant mValue;
+    QVariant mPending;
+    bool mValid;
+    bool mHasPending = false;
+    bool mChangedSinceLock = false;
+    int mEventLockDepth = 0;
+};
+
+template <typename T, DataValue::Type TypeTag>
+class TypedDataValue : public DataValue {
+public:
+    TypedDataValue(const char* name, const T& initial = T(), bool valid = true, bool isProtected = false)
+        : DataValue(name, TypeTag, QVariant::fromValue(initial), valid, isProtected)
+    {
+    }
+    T value() const { return variant().template value<T>(); }
+    T pendingValue() const { return pendingVariant().template value<T>(); }
+    void setValueNoLock(const T& value) { setVariantNoLock(QVariant::fromValue(value)); }
+    void setPendingValidNoLock(const T& request) { DataValue::setPendingValidNoLock(QVariant::fromValue(request)); }
+    void setValue(const T& value) { setVariant(QVariant::fromValue(value)); }
+};
+
+using BoolDataValue = TypedDataValue<bool, DataValue::Type::Bool>;
+using IntDataValue = TypedDataValue<int, DataValue::Type::Int>;
+using RealDataValue = TypedDataValue<double, DataValue::Type::Real>;
+using StringDataValue = TypedDataValue<QString, DataValue::Type::String>;
+using MapDataValue = TypedDataValue<QVariantMap, DataValue::Type::Map>;
+
+// Every data value by name, in declaration order.
+class ORVANE_EXPORT DataValueRegistry {
+public:
+    static DataValue* find(const QString& name);
+    static QList<DataValue*> all();
+
+private:
+    friend class DataValue;
+    static void add(DataValue* value);
+    static void remove(DataValue* value);
+};

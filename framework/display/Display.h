@@ -1,0 +1,56 @@
+#pragma once
+
+#include "OrvaneExport.h"
+
+#include <QImage>
+#include <QObject>
+
+class DisplayView;
+class QKeyEvent;
+class QPainter;
+
+// The canvas the view tree is painted into. There is one per process; a window shows its
+// frames on X11, or they are only rendered into images off screen. Mouse presses arrive here
+// as touches on the view under them.
+class ORVANE_EXPORT Display : public QObject {
+    Q_OBJECT
+public:
+    Display(DisplayView* root, const QSize& size);
+    ~Display() override;
+    static Display* instance();
+
+    DisplayView* root() const { return mRoot; }
+    void setRoot(DisplayView* root);
+    QSize size() const { return mSize; }
+
+    // Paints the whole tree.
+    QImage render() const;
+    void paint(QPainter& painter) const;
+    // Frames painted so far (by render() or a window).
+    int frameCount() const { return mFrameCount; }
+
+    // Input in root coordinates.
+    void touch(int kind, const QPoint& rootPosition);
+    void tap(const QPoint& rootPosition);
+    void key(QKeyEvent* event);
+
+    static void requestFrame();
+    static void setKeyFocus(DisplayView* view);
+    static DisplayView* keyFocus();
+    static void viewDestroyed(DisplayView* view);
+
+
+signals:
+    // Something changed; a window repaints once per turn of the event loop.
+    void frameRequested();
+
+private:
+    void paintView(QPainter& painter, DisplayView* view) const;
+
+    DisplayView* mRoot;
+    QSize mSize;
+    DisplayView* mTouchGrab = nullptr;
+    DisplayView* mKeyFocus = nullptr;
+    bool mFramePending = false;
+    mutable int mFrameCount = 0;
+};

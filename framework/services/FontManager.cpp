@@ -1,0 +1,57 @@
+#include "services/FontManager.h"
+
+#include "core/Logger.h"
+
+#include <QFontDatabase>
+#include <QGuiApplication>
+
+const QStringList& FontManager::proportionalFamilies()
+{
+    static const QStringList families{
+        QStringLiteral("Liberation Serif"), QStringLiteral("DejaVu Serif"), QStringLiteral("FreeSans"),
+        QStringLiteral("Liberation Sans"), QStringLiteral("DejaVu Sans"),
+    };
+    return families;
+}
+
+const QStringList& FontManager::monospacedFamilies()
+{
+    static const QStringList families{
+        QStringLiteral("DejaVu Sans Mono"), QStringLiteral("Liberation Mono"), QStringLiteral("FreeMono"),
+        QStringLiteral("Noto Mono"), QStringLiteral("Hack"),
+    };
+    return families;
+}
+
+FontManager::FontManager()
+{
+    for (const QString& family : proportionalFamilies())
+        mProportional.append(QFont(family));
+    for (const QString& family : monospacedFamilies()) {
+        QFont font(family);
+        font.setStyleHint(QFont::Monospace);
+        mMonospaced.append(font);
+    }
+    const QStringList missing = missingFamilies();
+    if (!missing.isEmpty())
+        Logger(nullptr, "WARN") << "Fonts not installed, substitutes used:" << missing.join(QStringLiteral(", "));
+}
+
+FontManager* FontManager::instance()
+{
+    static FontManager manager;
+    return &manager;
+}
+
+QStringList FontManager::missingFamilies() const
+{
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return {};
+    const QStringList installed = QFontDatabase().families();
+    QStringList missing;
+    for (const QString& family : proportionalFamilies() + monospacedFamilies()) {
+        if (!installed.contains(family, Qt::CaseInsensitive))
+            missing.append(family);
+    }
+    return missing;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "views/ControlBase.h"
+#include "views/Style.h"
+
+#include <QPointer>
+
+class DataValue;
+
+// A push or toggle button. Its look comes from the style's ButtonType (small, medium, large,
+// round, toggle, roundtoggle, tab), ButtonColor and Width. A toggle bound to a boolean data
+// value shows that value and writes its inverse when released; a push button bound to one
+// writes true.
+class ORVANE_EXPORT ButtonView : public ControlBase {
+    Q_OBJECT
+public:
+    ButtonView(DisplayView* parent, const Style& style, const QString& label = QString(), DataValue* value = nullptr);
+
+    QString label() const { return mLabel; }
+    void setLabel(const QString& label);
+    Style style() const { return mStyle; }
+
+    bool isToggle() const { return mToggle; }
+    void setToggle(bool toggle);
+    bool isToggled() const;
+    void setToggled(bool on);
+    // An empty name means the style's colour.
+    void setButtonColor(const QString& color = QString());
+
+    // The drawn face is inset from the view's bounds by these.
+    int insetTop() const { return 5; }
+    int insetBottom() const { return 5; }
+
+    void draw(QPainter& painter) override;
+    QString describe() const override { return mLabel; }
+    void dumpProperties(QJsonObject& out) const override;
+
+protected:
+    void activated() override;
+
+private slots:
+    void valueChanged();
+
+private:
+    Style mStyle;
+    QString mLabel;
+    QString mColor;
+    QPointer<DataValue> mValue;
+    bool mToggle = false;
+    bool mToggled = false;
+};

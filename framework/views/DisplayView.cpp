@@ -1,0 +1,258 @@
+#include "views/DisplayView.h"
+
+#include "core/DataValue.h"
+#include "core/Logger.h"
+#include "display/Display.h"
+
+#include <QEasingCurve>
+#include <QKeyEvent>
+#include <QMetaMethod>
+#include <QTimer>
+#include <QVariantAnimation>
+
+DisplayView::DisplayView(DisplayView* parent)
+    : QObject(parent)
+    , mParentView(parent)
+{
+    if (mParentView) {
+        mParentView->mChildren.append(this);
+        mParentView->update();
+    }
+}
+
+DisplayView::~DisplayView()
+{
+    Display::viewDestroyed(this);
+    if (mParentView) {
+        mParentView->mChildren.removeAll(this);
+        mParentView->update();
+    }
+    // Children are QObject children and die with us; keep them from touching us meanwhile.
+    for (DisplayView* child : qAsConst(mChildren))
+        child->mParentView = nullptr;
+}
+
+QPoint DisplayView::mapToRoot(const QPoint& local) const
+{
+    QPoint p = local;
+    for (const DisplayView* v = this; v; v = v->mParentView)
+        p += v->mGeometry.topLeft();
+    return p;
+}
+
+QRect DisplayView::rootGeometry() const
+{
+    return QRect(mapToRoot(QPoint(0, 0)), mGeometry.size());
+}
+
+void DisplayView::moveTo(int x, int y, int easeType, int timeMs, int delayMs)
+{
+    QRect target = mAnimation ? mAnimation->endValue().toRect() : mGeometry;
+    target.moveTo(x, y);
+    animateTo(target, easeType, timeMs, delayMs);
+}
+
+void DisplayView::resize(int width, int height, int easeType, int timeMs, int delayMs)
+{
+    QRect target = mAnimation ? mAnimation->endValue().toRect() : mGeometry;
+    target.setSize(QSize(qMax(0, width), qMax(0, height)));
+    animateTo(target, easeType, timeMs, delayMs);
+}
+
+void DisplayView::setGeometry(const QRect& geometry)
+{
+    animateTo(geometry, Linear, 0, 0);
+}
+
+void DisplayView::animateTo(const QRect& target, int easeType, int timeMs, int delayMs)
+{
+    if (mAnimation) {
+        mAnimation->stop();
+        mAnimation->deleteLater();
+        mAnimation = nullptr;
+    }
+    if (easeType == Linear && timeMs <= 0 && delayMs <= 0) {
+        applyGeometry(target);
+        return;
+    }
+    auto* animation = new QVariantAnimation(this);
+    mAnimation = animation;
+    animation->setStartValue(mGeometry);
+    animation->setEndValue(target);
+    animation->setDuration(qMax(1, timeMs));
+    switch (easeType) {
+    case EaseInOut: animation->setEasingCurve(QEasingCurve::InOutQuad); break;
+    case EaseOut: animation->setEasingCurve(QEasingCurve::OutQuad); break;
+    case EaseIn: animation->setEasingCurve(QEasingCurve::InQuad); break;
+    default: animation->setEasingCurve(QEasingCurve::Linear); break;
+    }
+    connect(animation, &QVariantAnimation::valueChanged, this, [this](const QVariant& v) { applyGeometry(v.toRect()); });
+    connect(animation, &QVariantAnimation::finished, this, [this, animation, target] {
+        applyGeometry(target);
+        if (mAnimation == animation)
+            mAnimation = nullptr;
+        animation->deleteLater();
+    });
+    if (delayMs > 0)
+        QTimer::singleShot(delayMs, animation, [animation] { animation->start(); });
+    else
+        animation->start();
+}
+
+void DisplayView::applyGeometry(const QRect& target)
+{
+    const QRect old = mGeometry;
+    if (old == target)
+        return;
+    mGeometry = target;
+    if (mParentView)
+        mParentView->update();
+    update();
+    if (old.topLeft() != target.topLeft())
+        emit moved(this);
+    if (old.size() != target.size()) {
+        resized();
+        emit resized(this);
+        for (DisplayView* child : qAsConst(mChildren)) {
+            if (child->mAutoResizeToParent)
+                child->parentResized();
+        }
+    }
+}
+
+void DisplayView::setAutoResizeToParent(bool on)
+{
+    mAutoResizeToParent = on;
+    if (on)
+        parentResized();
+}
+
+void DisplayView::parentResized()
+{
+    if (!mParentView)
+        return;
+    const Padding m = mParentView->mMargin;
+    setGeometry(QRect(m.left, m.top, mParentView->width() - m.left - m.right,
+                      mParentView->height() - m.top - m.bottom));
+}
+
+void DisplayView::setLayoutMargin(const Padding& margin)
+{
+    mMargin = margin;
+    resized();
+}
+
+void DisplayView::resized()
+{
+}
+
+void DisplayView::show(bool visible)
+{
+    if (mVisible == visible)
+        return;
+    mVisible = visible;
+    if (mParentView)
+        mParentView->update();
+    update();
+    emit visibilityChanged(this);
+}
+
+bool DisplayView::isShown() const
+{
+    for (const DisplayView* v = this; v; v = v->mParentView) {
+        if (!v->mVisible)
+            return false;
+    }
+    return true;
+}
+
+void DisplayView::enable(bool, bool redraw)
+{
+    if (mEnabled)
+        return;
+    mEnabled = true;
+    if (redraw)
+        update();
+    emit enabled(this);
+}
+
+void DisplayView::disable(bool, bool redraw)
+{
+    if (!mEnabled)
+        return;
+    mEnabled = false;
+    if (redraw)
+        update();
+    emit disabled(this);
+}
+
+bool DisplayView::isEffectivelyEnabled() const
+{
+    for (const DisplayView* v = this; v; v = v->mParentView) {
+        if (!v->mEnabled)
+            return false;
+    }
+    return true;
+}
+
+void DisplayView::draw(QPainter&)
+{
+}
+
+void DisplayView::dumpProperties(QJsonObject&) const
+{
+}
+
+void DisplayView::update()
+{
+    Display::requestFrame();
+}
+
+bool DisplayView::touchEvent(const TouchEvent&)
+{
+    return false;
+}
+
+bool DisplayView::keyEvent(QKeyEvent*)
+{
+    return false;
+}
+
+void DisplayView::setKeyFocus()
+{
+    Display::setKeyFocus(this);
+}
+
+bool DisplayView::hasKeyFocus() const
+{
+    return Display::keyFocus() == this;
+}
+
+DisplayView* DisplayView::viewAt(const QPoint& local)
+{
+    if (!mVisible || !mEnabled || !rect().contains(local))
+        return nullptr;
+    // Later children are painted on top, so they are hit first.
+    for (int i = mChildren.size() - 1; i >= 0; --i) {
+        DisplayView* child = mChildren[i];
+        if (DisplayView* hit = child->viewAt(local - child->mGeometry.topLeft()))
+            return hit;
+    }
+    return this;
+}
+
+void DisplayView::dvConnect(DataValue* value, const char* slot, bool callNow)
+{
+    if (!value || !slot) {
+        Logger::logAssert("value && slot", QStringLiteral("dvConnect needs a data value and a slot"), __FILE__, __LINE__);
+        return;
+    }
+    connect(value, SIGNAL(changed()), this, slot);
+    if (callNow) {
+        // SLOT() texts start with a code digit and end with the argument list.
+        const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
+        const int index = metaObject()->indexOfMethod(signature.constData());
+        if (index >= 0)
+            metaObject()->method(index).invoke(this, Qt::DirectConnection);
+    }
+}

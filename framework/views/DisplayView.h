@@ -1,0 +1,124 @@
+#pragma once
+
+#include "OrvaneExport.h"
+
+#include <QObject>
+#include <QPoint>
+#include <QRect>
+#include <QVector>
+
+class DataValue;
+class QJsonObject;
+class QPainter;
+class QKeyEvent;
+class QVariantAnimation;
+
+// Inner spacing of a view, in the framework's field order: left, top, right, bottom.
+struct Padding {
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+};
+
+// One press, move or release of a finger, in the receiving view's coordinates.
+struct TouchEvent {
+    enum class Kind { Press, Move, Release };
+    Kind kind;
+    QPoint position;
+};
+
+// The node of the UI tree: geometry relative to the parent view, visibility, enabled state,
+// drawing, touch and key handling. Views are QObjects owned by their parent.
+class ORVANE_EXPORT DisplayView : public QObject {
+    Q_OBJECT
+public:
+    // Ease types of moveTo/resize. Linear with zero times is immediate.
+    enum EaseType { EaseInOut = 0, EaseOut = 1, Linear = 2, EaseIn = 3 };
+
+    explicit DisplayView(DisplayView* parent = nullptr);
+    ~DisplayView() override;
+
+    DisplayView* parentView() const { return mParentView; }
+    const QVector<DisplayView*>& childViews() const { return mChildren; }
+
+    // Geometry in parent coordinates. Right and bottom are inclusive, as in QRect.
+    QRect geometry() const { return mGeometry; }
+    int x() const { return mGeometry.x(); }
+    int y() const { return mGeometry.y(); }
+    int width() const { return mGeometry.width(); }
+    int height() const { return mGeometry.height(); }
+    QRect rect() const { return QRect(QPoint(0, 0), mGeometry.size()); }
+    QPoint mapToRoot(const QPoint& local) const;
+    QRect rootGeometry() const;
+
+    // Ease type Linear with zero time and delay is immediate; anything else animates
+    // (milliseconds) towards the target, which geometry() reports once reached.
+    void moveTo(int x, int y, int easeType = Linear, int timeMs = 0, int delayMs = 0);
+    void resize(int width, int height, int easeType = Linear, int timeMs = 0, int delayMs = 0);
+    void setGeometry(const QRect& geometry);
+    void setAutoResizeToParent(bool on);
+    bool autoResizeToParent() const { return mAutoResizeToParent; }
+
+    void show(bool visible = true);
+    void hide() { show(false); }
+    bool isVisible() const { return mVisible; }
+    // Visible itself and through every ancestor.
+    bool isShown() const;
+
+    void enable(bool animate = false, bool redraw = true);
+    void disable(bool animate = false, bool redraw = true);
+    bool isEnabled() const { return mEnabled; }
+    // Enabled itself and through every ancestor.
+    bool isEffectivelyEnabled() const;
+
+    Padding layoutMargin() const { return mMargin; }
+    void setLayoutMargin(const Padding& margin);
+
+    // Paints this view only, in local coordinates; the display paints children afterwards.
+    virtual void draw(QPainter& painter);
+    // Asks the display for a new frame.
+    void update();
+
+    // Touch handling: return true to take the touch (and get its moves and release).
+    virtual bool touchEvent(const TouchEvent& event);
+    // Key handling: return true when handled, else the key goes to the parent view.
+    virtual bool keyEvent(QKeyEvent* event);
+    void setKeyFocus();
+    bool hasKeyFocus() const;
+    // The deepest shown, enabled view under a point of this view's coordinates.
+    DisplayView* viewAt(const QPoint& local);
+
+    // A short text that tells this view apart in dumps and scripts (label or title).
+    virtual QString describe() const { return QString(); }
+    // Adds what tells this kind of view apart to its JSON dump ("label", "title", state).
+    virtual void dumpProperties(QJsonObject& out) const;
+
+    // Connects a data value's change to a slot given with SLOT(); calls it at once if asked.
+    void dvConnect(DataValue* value, const char* slot, bool callNow);
+
+public slots:
+    // Geometry changed: re-layout children. Overrides call the base.
+    virtual void resized();
+
+signals:
+    void resized(DisplayView* view);
+    void moved(DisplayView* view);
+    void enabled(DisplayView* view);
+    void disabled(DisplayView* view);
+    void visibilityChanged(DisplayView* view);
+
+private:
+    void applyGeometry(const QRect& target);
+    void animateTo(const QRect& target, int easeType, int timeMs, int delayMs);
+    void parentResized();
+
+    DisplayView* mParentView;
+    QVector<DisplayView*> mChildren;
+    QRect mGeometry;
+    Padding mMargin;
+    bool mVisible = true;
+    bool mEnabled = true;
+    bool mAutoResizeToParent = false;
+    QVariantAnimation* mAnimation = nullptr;
+};

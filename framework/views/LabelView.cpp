@@ -1,0 +1,91 @@
+#include "views/LabelView.h"
+
+#include "services/FontManager.h"
+
+#include <QFontMetrics>
+#include <QJsonObject>
+#include <QPainter>
+
+LabelView::LabelView(DisplayView* parent, const QString& text)
+    : DisplayView(parent)
+    , mText(text)
+    , mAlignment(Qt::AlignLeft | Qt::AlignVCenter)
+{
+    mFont = FontManager::instance()->defaultFont();
+    mFont.setPixelSize(24);
+    mFittedWidth = 0;
+    refit();
+}
+
+void LabelView::refit()
+{
+    if (width() != mFittedWidth)
+        return;
+    const QFontMetrics metrics(mFont);
+    int textWidth = 1;
+    for (const QString& line : mText.split(QLatin1Char('\n')))
+        textWidth = qMax(textWidth, metrics.horizontalAdvance(line) + 4);
+    mFittedWidth = textWidth;
+    resize(textWidth, qMax(height(), metrics.height() * int(mText.count(QLatin1Char('\n')) + 1) + 8));
+}
+
+void LabelView::setText(const QString& text)
+{
+    if (mText == text)
+        return;
+    mText = text;
+    refit();
+    update();
+}
+
+void LabelView::setAlignment(int flags)
+{
+    mAlignment = flags;
+    update();
+}
+
+void LabelView::setFont(const QFont& font)
+{
+    const int pixels = mFont.pixelSize();
+    mFont = font;
+    mFont.setPixelSize(pixels);
+    refit();
+    update();
+}
+
+void LabelView::setFontSize(int pixels, bool redraw)
+{
+    mFont.setPixelSize(qMax(1, pixels));
+    resize(width(), qMax(height(), QFontMetrics(mFont).height() + 8));
+    refit();
+    if (redraw)
+        update();
+}
+
+void LabelView::setTextColor(const QColor& color)
+{
+    mTextColor = color;
+    update();
+}
+
+void LabelView::setShadowColor(const QColor& color)
+{
+    mShadowColor = color;
+    update();
+}
+
+void LabelView::draw(QPainter& painter)
+{
+    painter.setFont(mFont);
+    if (mShadowColor.alpha() > 0) {
+        painter.setPen(mShadowColor);
+        painter.drawText(rect().translated(2, 2), mAlignment, mText);
+    }
+    painter.setPen(mTextColor);
+    painter.drawText(rect(), mAlignment, mText);
+}
+
+void LabelView::dumpProperties(QJsonObject& out) const
+{
+    out.insert(QStringLiteral("label"), mText);
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "views/DisplayView.h"
+
+#include <QColor>
+#include <QFont>
+#include <QString>
+
+class ORVANE_EXPORT LabelView : public DisplayView {
+    Q_OBJECT
+public:
+    explicit LabelView(DisplayView* parent, const QString& text = QString());
+
+    QString text() const { return mText; }
+    void setText(const QString& text);
+    // Qt::Alignment flags, word wrap (Qt::TextWordWrap) included.
+    void setAlignment(int flags);
+    int alignment() const { return mAlignment; }
+    QFont font() const { return mFont; }
+    void setFont(const QFont& font);
+    // Pixel size; the height follows it unless the label was sized by hand.
+    void setFontSize(int pixels, bool redraw = true);
+    void setTextColor(const QColor& color);
+    void setShadowColor(const QColor& color);
+
+    void draw(QPainter& painter) override;
+    QString describe() const override { return mText; }
+    void dumpProperties(QJsonObject& out) const override;
+
+private:
+    // Keeps a label that was sized to its text sized to it; one sized by hand keeps its size.
+    void refit();
+
+    QString mText;
+    int mFittedWidth = -1;
+    QFont mFont;
+    int mAlignment;
+    QColor mTextColor{Qt::white};
+    QColor mShadowColor{Qt::transparent};
+};

@@ -1,0 +1,140 @@
+#include "BenchHost.h"
+
+#include "core/ConfigValue.h"
+#include "core/DataValues.h"
+#include "core/Logger.h"
+#include "display/Display.h"
+#include "display/ViewDump.h"
+#include "services/AppInfo.h"
+#include "services/CenterDisplay.h"
+#include "views/AppWindow.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QImage>
+#include <QTimer>
+#include <functional>
+
+BenchHost::BenchHost(const BenchOptions& options)
+    : mOptions(options)
+{
+    connect(theCenterDisplay, &CenterDisplay::restartRequested, this, &BenchHost::restart, Qt::QueuedConnection);
+}
+
+BenchHost::~BenchHost()
+{
+    if (mDisplay)
+        mDisplay->setRoot(nullptr);
+    delete mWindow;
+}
+
+bool BenchHost::assign(const QString& name, const QString& value, QString* error)
+{
+    DataValue* dv = DataValueRegistry::find(name);
+    if (!dv) {
+        *error = QStringLiteral("unknown data value '%1'").arg(name);
+        return false;
+    }
+    return dv->setFromString(value, error);
+}
+
+bool BenchHost::start(QString* error)
+{
+    QString configPath = mOptions.configPath;
+    if (configPath.isEmpty()) {
+        // Scripts may write configuration values; give them a store of their own.
+        configPath = mScratch.filePath(QStringLiteral("orvane.ini"));
+        QFile(configPath).open(QIODevice::WriteOnly);
+    } else if (!ConfigStore::check(configPath, error)) {
+        return false;
+    }
+    ConfigStore::setPath(configPath);
+
+    for (const QString& assignment : mOptions.assignments) {
+        const int eq = assignment.indexOf(QLatin1Char('='));
+        if (!assign(assignment.left(eq), assignment.mid(eq + 1), error)) {
+            *error = QStringLiteral("--set %1: %2").arg(assignment, *error);
+            return false;
+        }
+    }
+
+    if (!mLoader.load(mOptions.pluginPath, error))
+        return false;
+
+    mDisplay = std::make_unique<Display>(nullptr, mOptions.size);
+    buildApp();
+    return true;
+}
+
+void BenchHost::buildApp()
+{
+    mWindow = new AppWindow;
+    mWindow->setObjectName(QStringLiteral("appWindow"));
+    mWindow->setGeometry(QRect(QPoint(0, 0), mOptions.size));
+    mDisplay->setRoot(mWindow);
+    mAppInfo = std::make_unique<AppInfo>(mLoader.directory(), mWindow);
+    mPluginView = mLoader.create(mAppInfo.get(), mWindow);
+    if (mPluginView) {
+        // The app fills the area above the bar, as far in from the right as it starts from the left.
+        const QRect area = mWindow->appArea();
+        mPluginView->resize(area.width() - 2 * mPluginView->x(), area.height() - mPluginView->y() - 20);
+    }
+    Logger(this, "INFO") << "Plug-in loaded from" << mLoader.path();
+}
+
+void BenchHost::restart(bool customerMode)
+{
+    Logger(this, "INFO") << (customerMode ? "Restarting the UI in customer mode" : "Restarting the UI");
+    mDisplay->setRoot(nullptr);
+    delete mWindow;
+    mWindow = nullptr;
+    mPluginView = nullptr;
+    if (customerMode) {
+        // The car comes back as a customer would find it.
+        GUI_developerMode.setValue(false);
+        GUI_diagnosticMode.setValue(false);
+    }
+    buildApp();
+    emit restarted();
+}
+
+void BenchHost::settle(const std::function<void()>& then)
+{
+    // Layouts and restarts are queued work; a few turns of the loop let all of it land.
+    QTimer::singleShot(0, this, [this, then] {
+        for (int turn = 0; turn < 8; ++turn)
+            QCoreApplication::processEvents(QEventLoop::AllEvents);
+        then();
+    });
+}
+
+bool BenchHost::writeScreenshot(const QString& path, QString* error) const
+{
+    const QImage image = mDisplay->render();
+    if (!image.save(path, "PNG")) {
+        *error = QStringLiteral("cannot write screenshot %1").arg(path);
+        return false;
+    }
+    return true;
+}
+
+bool BenchHost::writeViewDump(const QString& path, QString* error) const
+{
+    return ViewDump::writeFile(mWindow, path, error);
+}
+
+DisplayView* BenchHost::findShownView(const QString& text) const
+{
+    DisplayView* found = nullptr;
+    std::function<void(DisplayView*)> visit = [&](DisplayView* view) {
+        if (!view->isVisible())
+            return;
+        if (view->describe() == text)
+            found = view; // later in paint order is on top
+        for (DisplayView* child : view->childViews())
+            visit(child);
+    };
+    if (mWindow)
+        visit(mWindow);
+    return found;
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "BenchOptions.h"
+#include "PluginLoader.h"
+
+#include <QObject>
+#include <QTemporaryDir>
+#include <memory>
+
+class AppInfo;
+class AppWindow;
+class DataValue;
+class Display;
+class DisplayView;
+
+// The car's centre display: the application window with the plug-in's view in it, the
+// configuration store, and restarts as the car performs them.
+class BenchHost : public QObject {
+    Q_OBJECT
+public:
+    explicit BenchHost(const BenchOptions& options);
+    ~BenchHost() override;
+
+    // Sets up the store and data values, loads the plug-in and builds the app. False with a
+    // reason on bad input.
+    bool start(QString* error);
+
+    Display* display() const { return mDisplay.get(); }
+    AppWindow* window() const { return mWindow; }
+    DisplayView* pluginView() const { return mPluginView; }
+
+    // Runs the event loop until queued work (layouts, restarts) is done, then calls back.
+    void settle(const std::function<void()>& then);
+
+    // "NAME=VALUE" or name and value: sets a data value, false with a reason.
+    static bool assign(const QString& name, const QString& value, QString* error);
+
+    bool writeScreenshot(const QString& path, QString* error) const;
+    bool writeViewDump(const QString& path, QString* error) const;
+    // The shown view whose label or title is this text, topmost first; null if none.
+    DisplayView* findShownView(const QString& text) const;
+
+signals:
+    // The app was torn down and built again.
+    void restarted();
+
+private:
+    void buildApp();
+    void restart(bool customerMode);
+
+    BenchOptions mOptions;
+    PluginLoader mLoader;
+    QTemporaryDir mScratch;
+    std::unique_ptr<Display> mDisplay;
+    std::unique_ptr<AppInfo> mAppInfo;
+    AppWindow* mWindow = nullptr;
+    DisplayView* mPluginView = nullptr;
+};

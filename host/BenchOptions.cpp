@@ -1,0 +1,82 @@
+#include "BenchOptions.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QRegularExpression>
+
+bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QString* error)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "The car's centre display on a desk: loads a UI plug-in into the application window and\n"
+        "lets you drive it by hand, by script, or off screen.\n\n"
+        "Script commands, one per line ('#' starts a comment; quote arguments with blanks):\n"
+        "  set NAME VALUE          set a data value\n"
+        "  config KEY VALUE        write a configuration value into the store\n"
+        "  tap X Y | tap \"LABEL\"  tap a point, or the shown view with that label or title\n"
+        "  type \"TEXT\"            type text into the view that has key focus\n"
+        "  wait MS                 let the app run for MS milliseconds\n"
+        "  dump FILE               write the view tree as JSON\n"
+        "  screenshot FILE         write a PNG of the display\n"
+        "  expect-journal \"LINE\"  fail unless the platform journal has that line\n"
+        "  expect-view \"LABEL\"    fail unless a shown view has that label or title\n"
+        "  expect-no-view \"LABEL\" fail if a shown view has that label or title\n"
+        "  quit                    stop here\n"
+        "Exit status: 0 done, 1 an expectation or output failed, 2 bad usage or bad input."));
+    const QString defaultPlugin = QDir(QCoreApplication::applicationDirPath())
+                                      .filePath(QStringLiteral("plugins/DiagnosticTools/libDiagnosticTools.so"));
+    parser.addHelpOption();
+    parser.addOptions({
+        {QStringLiteral("plugin"), QStringLiteral("The plug-in library to load (default: %1).").arg(defaultPlugin),
+         QStringLiteral("PATH"), defaultPlugin},
+        {QStringLiteral("config"), QStringLiteral("The configuration store, an INI file (default: a new empty one)."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("set"), QStringLiteral("Set a data value before the plug-in loads, e.g. GUI_developerMode=true. Repeatable."),
+         QStringLiteral("NAME=VALUE")},
+        {QStringLiteral("size"), QStringLiteral("Size of the display (default 1920x1200)."), QStringLiteral("WxH"),
+         QStringLiteral("1920x1200")},
+        {QStringLiteral("offscreen"), QStringLiteral("Run without a window; frames are painted into images only.")},
+        {QStringLiteral("screenshot"),
+         QStringLiteral("Write a PNG of the display once the app has settled, then exit (unless a script runs)."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("dump-views"),
+         QStringLiteral("Write the view tree as JSON once the app has settled, then exit (unless a script runs)."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("script"),
+         QStringLiteral("Run a script of bench commands (listed above), then exit."),
+         QStringLiteral("FILE")},
+    });
+    if (!parser.parse(arguments)) {
+        *error = parser.errorText();
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(0);
+    if (!parser.positionalArguments().isEmpty()) {
+        *error = QStringLiteral("unexpected argument '%1'").arg(parser.positionalArguments().first());
+        return false;
+    }
+
+    options->pluginPath = parser.value(QStringLiteral("plugin"));
+    options->configPath = parser.value(QStringLiteral("config"));
+    options->assignments = parser.values(QStringLiteral("set"));
+    options->offscreen = parser.isSet(QStringLiteral("offscreen"));
+    options->screenshotPath = parser.value(QStringLiteral("screenshot"));
+    options->dumpPath = parser.value(QStringLiteral("dump-views"));
+    options->scriptPath = parser.value(QStringLiteral("script"));
+
+    const auto size = QRegularExpression(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$")).match(parser.value(QStringLiteral("size")));
+    if (!size.hasMatch()) {
+        *error = QStringLiteral("--size wants WIDTHxHEIGHT, e.g. 1920x1200, not '%1'").arg(parser.value(QStringLiteral("size")));
+        return false;
+    }
+    options->size = QSize(size.captured(1).toInt(), size.captured(2).toInt());
+    for (const QString& assignment : options->assignments) {
+        if (assignment.indexOf(QLatin1Char('=')) <= 0) {
+            *error = QStringLiteral("--set wants NAME=VALUE, not '%1'").arg(assignment);
+            return false;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QSize>
+#include <QStringList>
+
+// What orvane-bench was asked to do.
+struct BenchOptions {
+    QString pluginPath;
+    QString configPath;
+    QStringList assignments; // NAME=VALUE, applied in order
+    QSize size{1920, 1200};
+    bool offscreen = false;
+    QString screenshotPath;
+    QString dumpPath;
+    QString scriptPath;
+};
+
+// Parses the command line. On --help it prints the help and exits 0; on bad usage it prints
+// the reason and returns false.
+bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QString* error);

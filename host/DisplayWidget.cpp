@@ -1,0 +1,74 @@
+#include "DisplayWidget.h"
+
+#include "display/Display.h"
+#include "views/DisplayView.h"
+
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+
+DisplayWidget::DisplayWidget(Display* display, QWidget* parent)
+    : QWidget(parent)
+    , mDisplay(display)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    connect(display, &Display::frameRequested, this, qOverload<>(&QWidget::update));
+}
+
+QSize DisplayWidget::sizeHint() const
+{
+    // Fit the car's display on the desk's screen, leaving room for the side panel.
+    const QSize full = mDisplay->size();
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return full;
+    const QSize room = screen->availableSize() - QSize(420, 60);
+    return full.scaled(room.boundedTo(full), Qt::KeepAspectRatio);
+}
+
+double DisplayWidget::scale() const
+{
+    const QSize full = mDisplay->size();
+    return qMin(double(width()) / full.width(), double(height()) / full.height());
+}
+
+QPoint DisplayWidget::toDisplay(const QPoint& widgetPoint) const
+{
+    return (QPointF(widgetPoint) / scale()).toPoint();
+}
+
+void DisplayWidget::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), Qt::black);
+    painter.scale(scale(), scale());
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    mDisplay->paint(painter);
+}
+
+void DisplayWidget::mousePressEvent(QMouseEvent* event)
+{
+    mDisplay->touch(int(TouchEvent::Kind::Press), toDisplay(event->pos()));
+}
+
+void DisplayWidget::mouseMoveEvent(QMouseEvent* event)
+{
+    mDisplay->touch(int(TouchEvent::Kind::Move), toDisplay(event->pos()));
+}
+
+void DisplayWidget::mouseReleaseEvent(QMouseEvent* event)
+{
+    mDisplay->touch(int(TouchEvent::Kind::Release), toDisplay(event->pos()));
+}
+
+void DisplayWidget::keyPressEvent(QKeyEvent* event)
+{
+    mDisplay->key(event);
+}
+
+void DisplayWidget::keyReleaseEvent(QKeyEvent* event)
+{
+    mDisplay->key(event);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <QVector>
+
+class BenchHost;
+
+// Runs a bench script: one command per line, checked whole before the first one runs, so a
+// typo on the last line costs nothing. Commands are listed in orvane-bench --help.
+class ScriptRunner : public QObject {
+    Q_OBJECT
+public:
+    struct Command {
+        int line = 0;
+        QString name;
+        QStringList args;
+    };
+
+    ScriptRunner(BenchHost* host, const QString& path);
+
+    // Reads and checks the script; false with "FILE:LINE: reason" on the first bad line.
+    bool load(QString* error);
+    static bool parse(const QString& text, const QString& fileName, QVector<Command>* commands, QString* error);
+    // Runs the commands in order, then emits finished(exit status).
+    void run();
+
+signals:
+    void finished(int exitStatus);
+
+private:
+    void step();
+    // Runs one command; false when it failed (the reason is logged). Sets waitMs for "wait".
+    bool execute(const Command& command, int* waitMs);
+    void fail(const Command& command, const QString& reason);
+
+    BenchHost* mHost;
+    QString mPath;
+    QVector<Command> mCommands;
+    int mNext = 0;
+};

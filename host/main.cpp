@@ -1,0 +1,88 @@
+#include "BenchHost.h"
+#include "BenchOptions.h"
+#include "BenchWindow.h"
+#include "ScriptRunner.h"
+#include "core/Logger.h"
+#include "display/Display.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+
+#include <cstdio>
+
+namespace {
+
+int usageError(const QString& message)
+{
+    std::fprintf(stderr, "orvane-bench: %s\n", qPrintable(message));
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    const bool wantsOffscreen = arguments.contains(QStringLiteral("--offscreen"));
+    const bool haveDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (wantsOffscreen || !haveDisplay)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    // Pages may hold web views, which need a widget application.
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("orvane-bench"));
+
+    BenchOptions options;
+    QString error;
+    if (!parseBenchOptions(arguments, &options, &error))
+        return usageError(error + QStringLiteral(" (see --help)"));
+    if (!wantsOffscreen && !haveDisplay) {
+        Logger(nullptr, "WARN") << "No display found: running off screen";
+        options.offscreen = true;
+    }
+
+    ScriptRunner* script = nullptr;
+    BenchHost host(options);
+    if (!options.scriptPath.isEmpty()) {
+        script = new ScriptRunner(&host, options.scriptPath);
+        if (!script->load(&error))
+            return usageError(error);
+    }
+    if (!host.start(&error))
+        return usageError(error);
+
+    std::unique_ptr<BenchWindow> window;
+    if (!options.offscreen) {
+        window = std::make_unique<BenchWindow>(&host);
+        window->show();
+    }
+
+    int status = 0;
+    bool outputsWritten = false;
+    host.settle([&] {
+        // The start-up benchmark waits for this line.
+        host.display()->render();
+        Logger(nullptr, "INFO") << "First frame painted after" << int(sinceStart.elapsed()) << "ms";
+        if (script)
+            return;
+        if (!options.screenshotPath.isEmpty() && !host.writeScreenshot(options.screenshotPath, &error))
+            status = usageError(error);
+        if (!options.dumpPath.isEmpty() && !host.writeViewDump(options.dumpPath, &error))
+            status = usageError(error);
+        outputsWritten = !options.screenshotPath.isEmpty() || !options.dumpPath.isEmpty();
+        if (outputsWritten || status != 0)
+            QApplication::exit(status == 0 ? 0 : 1);
+        else if (options.offscreen)
+            Logger(nullptr, "INFO") << "Running off screen with nothing to write; stop with Ctrl-C";
+    });
+    if (script) {
+        QObject::connect(script, &ScriptRunner::finished, &app, [](int exitStatus) { QApplication::exit(exitStatus); });
+        script->run();
+    }
+    return app.exec();
+}

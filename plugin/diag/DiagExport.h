@@ -1,0 +1,3 @@
+#pragma once
+
+#define DIAG_EXPORT __attribute__((visibility("default")))
