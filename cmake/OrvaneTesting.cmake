@@ -1,10 +1,15 @@
-# orvane_add_gtest(NAME SOURCES... LIBS ...): one GoogleTest program, each case its own CTest
-# test. Cases are listed when CTest runs (not at build time), so tests that need a display or
-# the plug-in on disk build anywhere.
+# orvane_add_gtest(NAME [QT] SOURCES... LIBS ...): one GoogleTest program, each case its own
+# CTest test. QT gives the program a QApplication (off screen) before the tests run. Cases are
+# listed when CTest runs, not at build time, so tests that need a display or files build anywhere.
 function(orvane_add_gtest name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "QT" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  if(ARG_QT)
+    target_link_libraries(${name} PRIVATE orvane_qt_test_main)
+  else()
+    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  endif()
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
     PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ORVANE_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
 endfunction()

@@ -113,10 +113,7 @@ void DisplayView::applyGeometry(const QRect& target)
     if (old.size() != target.size()) {
         resized();
         emit resized(this);
-        for (DisplayView* child : qAsConst(mChildren)) {
-            if (child->mAutoResizeToParent)
-                child->parentResized();
-        }
+        fitAutoResizedChildren();
     }
 }
 
@@ -139,7 +136,16 @@ void DisplayView::parentResized()
 void DisplayView::setLayoutMargin(const Padding& margin)
 {
     mMargin = margin;
+    fitAutoResizedChildren();
     resized();
+}
+
+void DisplayView::fitAutoResizedChildren()
+{
+    for (DisplayView* child : qAsConst(mChildren)) {
+        if (child->mAutoResizeToParent)
+            child->parentResized();
+    }
 }
 
 void DisplayView::resized()

@@ -112,6 +112,7 @@ private:
     void applyGeometry(const QRect& target);
     void animateTo(const QRect& target, int easeType, int timeMs, int delayMs);
     void parentResized();
+    void fitAutoResizedChildren();
 
     DisplayView* mParentView;
     QVector<DisplayView*> mChildren;

@@ -1,0 +1,166 @@
+#include "core/DataValue.h"
+#include "core/DataValues.h"
+#include "core/Logger.h"
+#include "TestSupport.h"
+
+#include <QSignalSpy>
+#include <QThread>
+#include <atomic>
+#include <gtest/gtest.h>
+
+TEST(DataValue, PendingRequestIsKeptApartUntilAcceptedOrReverted)
+{
+    IntDataValue speedLimit("TEST_speedLimit", 120);
+    QSignalSpy changes(&speedLimit, &DataValue::changed);
+    {
+        DataValue::EventLocker lock(speedLimit);
+        speedLimit.setPendingValidNoLock(90);
+    }
+    EXPECT_TRUE(speedLimit.hasPending());
+    EXPECT_EQ(speedLimit.value(), 120);
+    EXPECT_EQ(speedLimit.pendingValue(), 90);
+    {
+        DataValue::EventLocker lock(speedLimit);
+        speedLimit.revertPendingNoLock();
+    }
+    EXPECT_FALSE(speedLimit.hasPending());
+    EXPECT_EQ(speedLimit.pendingValue(), 120); // no request: the pending view is the value
+    {
+        DataValue::EventLocker lock(speedLimit);
+        speedLimit.setPendingValidNoLock(100);
+        speedLimit.acceptPendingNoLock();
+    }
+    EXPECT_FALSE(speedLimit.hasPending());
+    EXPECT_EQ(speedLimit.value(), 100);
+    EXPECT_EQ(changes.count(), 3);
+
+    // Reverting with nothing pending is not a change.
+    {
+        DataValue::EventLocker lock(speedLimit);
+        speedLimit.revertPendingNoLock();
+    }
+    EXPECT_EQ(changes.count(), 3);
+}
+
+TEST(DataValue, ProtectedValueRefusesPlainWritesWithTheAssertion)
+{
+    CapturingLogSink log;
+    BoolDataValue transport("TEST_transportMode", false, true, /*isProtected=*/true);
+    QSignalSpy changes(&transport, &DataValue::changed);
+    {
+        DataValue::EventLocker lock(transport);
+        transport.setValueNoLock(true);
+    }
+    EXPECT_FALSE(transport.value());
+    EXPECT_EQ(changes.count(), 0);
+    ASSERT_EQ(log.records().size(), 1);
+    EXPECT_EQ(log.records()[0].level, "ERROR");
+    EXPECT_TRUE(log.records()[0].message.contains(
+        "Protected data value TEST_transportMode not set with setProtectedValue"));
+
+    transport.setProtectedValue(true);
+    EXPECT_TRUE(transport.value());
+    EXPECT_EQ(changes.count(), 1);
+    // The bench's text form goes through the protected path too.
+    QString error;
+    EXPECT_TRUE(transport.setFromString("false", &error));
+    EXPECT_FALSE(transport.value());
+}
+
+TEST(DataValue, EventLockerAnnouncesOnceAfterUnlocking)
+{
+    RealDataValue torque("TEST_torque", 0.0, /*valid=*/false);
+    int calls = 0;
+    bool lockFreeInSlot = false;
+    QObject::connect(&torque, &DataValue::changed, [&] {
+        ++calls;
+        // Another thread could take the lock now: the writer is done with it.
+        std::atomic<bool> locked{false};
+        QThread* probe = QThread::create([&] {
+            DataValue::ConditionalLocker lock(torque);
+            locked = true;
+        });
+        probe->start();
+        lockFreeInSlot = probe->wait(1000) && locked;
+        delete probe;
+    });
+    {
+        DataValue::EventLocker lock(torque);
+        torque.setValueNoLock(1.5);
+        torque.setValueNoLock(2.5);
+        {
+            DataValue::EventLocker nested(torque);
+            torque.setValidNoLock(true);
+        }
+        EXPECT_EQ(calls, 0);
+    }
+    EXPECT_EQ(calls, 1);
+    EXPECT_TRUE(lockFreeInSlot);
+    EXPECT_DOUBLE_EQ(torque.value(), 2.5);
+    EXPECT_TRUE(torque.isValid());
+}
+
+TEST(DataValue, ConditionalLockerNestsOnOneThreadAndExcludesOthers)
+{
+    IntDataValue gear("TEST_gear", 1);
+    std::atomic<bool> writerDone{false};
+    QThread* writer = nullptr;
+    {
+        DataValue::ConditionalLocker outer(gear);
+        DataValue::ConditionalLocker inner(gear); // same thread: must not deadlock
+        writer = QThread::create([&] {
+            gear.setValue(4);
+            writerDone = true;
+        });
+        writer->start();
+        QThread::msleep(50);
+        EXPECT_FALSE(writerDone.load());
+        EXPECT_EQ(gear.value(), 1);
+    }
+    writer->wait();
+    delete writer;
+    EXPECT_TRUE(writerDone.load());
+    EXPECT_EQ(gear.value(), 4);
+}
+
+TEST(DataValue, ChangesFromOtherThreadsArriveOnTheValuesThread)
+{
+    StringDataValue carType("TEST_carType", "A");
+    QThread* seenOn = nullptr;
+    QObject::connect(&carType, &DataValue::changed, [&] { seenOn = QThread::currentThread(); });
+    QThread* writer = QThread::create([&] { carType.setValue("B"); });
+    writer->start();
+    writer->wait();
+    delete writer;
+    EXPECT_EQ(seenOn, nullptr); // queued, not delivered on the writer's thread
+    EXPECT_TRUE(waitFor([&] { return seenOn != nullptr; }));
+    EXPECT_EQ(seenOn, QThread::currentThread());
+    EXPECT_EQ(carType.value(), "B");
+}
+
+TEST(DataValue, RegistryAndTextForms)
+{
+    EXPECT_EQ(DataValueRegistry::find("GUI_developerMode"), &GUI_developerMode);
+    EXPECT_EQ(DataValueRegistry::find("GUI_noSuchValue"), nullptr);
+    {
+        MapDataValue map("TEST_map");
+        EXPECT_EQ(DataValueRegistry::find("TEST_map"), &map);
+        QString error;
+        EXPECT_TRUE(map.setFromString(R"({"a": 1, "b": "x"})", &error));
+        EXPECT_EQ(map.value().value("b").toString(), "x");
+        EXPECT_FALSE(map.setFromString("[1,2]", &error));
+        EXPECT_EQ(error, "'[1,2]' is not a map value for TEST_map");
+    }
+    EXPECT_EQ(DataValueRegistry::find("TEST_map"), nullptr);
+
+    IntDataValue number("TEST_number", 7);
+    QString error;
+    EXPECT_FALSE(number.setFromString("seven", &error));
+    EXPECT_EQ(number.value(), 7);
+    EXPECT_TRUE(number.setFromString("0x10", &error));
+    EXPECT_EQ(number.value(), 16);
+    BoolDataValue flag("TEST_flag");
+    EXPECT_FALSE(flag.setFromString("maybe", &error));
+    EXPECT_TRUE(flag.setFromString("on", &error));
+    EXPECT_TRUE(flag.value());
+}

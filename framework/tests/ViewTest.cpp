@@ -1,0 +1,199 @@
+#include "core/DataValue.h"
+#include "display/Display.h"
+#include "display/ViewDump.h"
+#include "views/ButtonView.h"
+#include "views/LabelView.h"
+#include "views/LayoutView.h"
+#include "views/Style.h"
+#include "TestSupport.h"
+
+#include <QJsonArray>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+TEST(View, MoveAndResizeAreImmediateOnlyForLinearWithoutTime)
+{
+    DisplayView root;
+    DisplayView child(&root);
+    QSignalSpy moved(&child, &DisplayView::moved);
+    QSignalSpy resized(&child, qOverload<DisplayView*>(&DisplayView::resized));
+
+    child.moveTo(32, 52, DisplayView::Linear, 0, 0);
+    child.resize(300, 200);
+    EXPECT_EQ(child.geometry(), QRect(32, 52, 300, 200));
+    EXPECT_EQ(child.geometry().right() - child.geometry().left() + 1, 300);
+    EXPECT_EQ(moved.count(), 1);
+    EXPECT_EQ(resized.count(), 1);
+
+    child.moveTo(100, 0, DisplayView::EaseOut, 40, 0);
+    EXPECT_EQ(child.x(), 32); // animating: not there yet
+    EXPECT_TRUE(waitFor([&] { return child.x() == 100; }));
+    child.moveTo(0, 0, DisplayView::Linear, 0, 30); // a delay alone also defers
+    EXPECT_EQ(child.x(), 100);
+    EXPECT_TRUE(waitFor([&] { return child.x() == 0; }));
+
+    // A resize while a move animates keeps the move's destination.
+    child.moveTo(50, 50, DisplayView::EaseInOut, 40, 0);
+    child.resize(10, 10);
+    EXPECT_TRUE(waitFor([&] { return child.geometry() == QRect(50, 50, 10, 10); }));
+}
+
+TEST(View, AutoResizeFollowsParentInsideItsMargin)
+{
+    DisplayView parent;
+    parent.resize(400, 300);
+    parent.setLayoutMargin(Padding{0, 0, 20, 0});
+    DisplayView child(&parent);
+    child.setAutoResizeToParent(true);
+    EXPECT_EQ(child.geometry(), QRect(0, 0, 380, 300));
+    parent.resize(500, 100);
+    EXPECT_EQ(child.geometry(), QRect(0, 0, 480, 100));
+}
+
+TEST(View, VisibilityAndEnabledStateFollowAncestors)
+{
+    DisplayView root;
+    root.resize(100, 100);
+    DisplayView middle(&root);
+    middle.resize(100, 100);
+    ButtonView button(&middle, Style("SettingsPushButton"), "OK");
+    QSignalSpy disabledSpy(&button, &DisplayView::disabled);
+    QSignalSpy enabledSpy(&button, &DisplayView::enabled);
+
+    middle.show(false);
+    EXPECT_TRUE(button.isVisible());
+    EXPECT_FALSE(button.isShown());
+    EXPECT_EQ(root.viewAt(QPoint(10, 10)), &root); // hidden views take no touches
+    middle.show(true);
+    EXPECT_EQ(root.viewAt(QPoint(10, 10)), &button);
+
+    button.disable(false, true);
+    button.disable(false, true);
+    EXPECT_EQ(disabledSpy.count(), 1);
+    EXPECT_EQ(root.viewAt(QPoint(10, 10)), &middle);
+    middle.disable();
+    button.enable();
+    EXPECT_EQ(enabledSpy.count(), 1);
+    EXPECT_FALSE(button.isEffectivelyEnabled());
+}
+
+TEST(View, TouchesReachTheViewUnderThemAndSlidingOffCancels)
+{
+    DisplayView root;
+    root.resize(800, 600);
+    Display display(&root, QSize(800, 600));
+    DisplayView panel(&root);
+    panel.setGeometry(QRect(100, 100, 400, 300));
+    ButtonView button(&panel, Style("SettingsPushButton"), "GO");
+    button.moveTo(50, 50);
+    QSignalSpy released(&button, &ControlBase::released);
+    QSignalSpy tapped(&button, &ControlBase::tapped);
+
+    display.tap(QPoint(160, 170)); // inside the button in root coordinates
+    EXPECT_EQ(tapped.count(), 1);
+    EXPECT_EQ(released.count(), 1);
+    EXPECT_EQ(released.first().first().value<ControlBase*>(), &button);
+
+    display.tap(QPoint(20, 20)); // outside: nothing
+    display.touch(int(TouchEvent::Kind::Press), QPoint(160, 170));
+    display.touch(int(TouchEvent::Kind::Move), QPoint(700, 500));
+    display.touch(int(TouchEvent::Kind::Release), QPoint(700, 500));
+    EXPECT_EQ(released.count(), 1);
+}
+
+TEST(View, ToggleBoundToDataValueWritesAndFollowsIt)
+{
+    BoolDataValue service("TEST_service", false);
+    DisplayView root;
+    root.resize(400, 200);
+    Display display(&root, QSize(400, 200));
+    ButtonView toggle(&root, Style("SettingsToggleButton"), "IN\nSERVICE", &service);
+    EXPECT_TRUE(toggle.isToggle());
+    display.tap(toggle.rootGeometry().center());
+    EXPECT_TRUE(service.value());
+    EXPECT_TRUE(toggle.isToggled());
+    service.setValue(false); // the car turned it off
+    EXPECT_FALSE(toggle.isToggled());
+
+    ButtonView unbound(&root, Style("ButtonType:roundtoggle; ButtonColor:red; Width:180"), "R");
+    EXPECT_EQ(unbound.width(), unbound.height()); // round ignores the width
+    display.tap(unbound.rootGeometry().center());
+    EXPECT_TRUE(unbound.isToggled());
+}
+
+TEST(View, StyleStringsLayerOverTheirBaseStyle)
+{
+    const Style push("SettingsPushButton; Width:300");
+    EXPECT_EQ(push.name(), "SettingsPushButton");
+    EXPECT_EQ(push.intProperty("Width", 0), 300);
+    EXPECT_EQ(push.property("ButtonType"), "medium");
+    const Style cell("ButtonType:small; ButtonColor:blue; Width:180");
+    EXPECT_EQ(cell.name(), "");
+    EXPECT_EQ(cell.property("buttoncolor"), "blue");
+    EXPECT_EQ(cell.intProperty("Height", 42), 42);
+}
+
+TEST(View, HorizontalLayoutLinesUpShownChildren)
+{
+    DisplayView root;
+    LayoutView row(&root, Style("SettingsHorizontalLayout; Spacing:10"));
+    ButtonView a(&row, Style("ButtonType:small; Width:100"), "a");
+    ButtonView b(&row, Style("ButtonType:large; Width:120"), "b");
+    ButtonView c(&row, Style("ButtonType:small; Width:100"), "c");
+    drainEvents();
+    EXPECT_EQ(b.x(), 110);
+    EXPECT_EQ(c.x(), 240);
+    EXPECT_EQ(row.width(), 340);
+    EXPECT_EQ(row.height(), 70);
+    b.hide();
+    drainEvents();
+    EXPECT_EQ(c.x(), 110);
+}
+
+TEST(View, DumpDescribesTheTree)
+{
+    DisplayView root;
+    root.resize(200, 100);
+    LabelView label(&root, "Hello");
+    label.moveTo(10, 20);
+    ButtonView button(&root, Style("SettingsToggleButton"), "T");
+    button.hide();
+    const QJsonObject json = ViewDump::toJson(&root);
+    EXPECT_EQ(json["class"].toString(), "DisplayView");
+    const QJsonArray children = json["children"].toArray();
+    ASSERT_EQ(children.size(), 2);
+    EXPECT_EQ(children[0]["class"].toString(), "LabelView");
+    EXPECT_EQ(children[0]["label"].toString(), "Hello");
+    EXPECT_EQ(children[0]["geometry"]["x"].toInt(), 10);
+    EXPECT_EQ(children[0]["geometry"]["y"].toInt(), 20);
+    EXPECT_EQ(children[1]["visible"].toBool(), false);
+    EXPECT_EQ(children[1]["toggled"].toBool(), false);
+}
+
+namespace {
+
+class ModeWatcher : public DisplayView {
+    Q_OBJECT
+public:
+    int calls = 0;
+public slots:
+    void modeChanged() { ++calls; }
+};
+
+} // namespace
+
+TEST(View, DvConnectCallsNowOnlyWhenAsked)
+{
+    BoolDataValue mode("TEST_mode", false);
+    ModeWatcher lazy;
+    lazy.dvConnect(&mode, SLOT(modeChanged()), false);
+    EXPECT_EQ(lazy.calls, 0);
+    ModeWatcher eager;
+    eager.dvConnect(&mode, SLOT(modeChanged()), true);
+    EXPECT_EQ(eager.calls, 1);
+    mode.setValue(true);
+    EXPECT_EQ(lazy.calls, 1);
+    EXPECT_EQ(eager.calls, 2);
+}
+
+#include "ViewTest.moc"

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <functional>
+
+// Runs the event loop until the condition holds or the time is up; returns the condition.
+inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 2000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+    return true;
+}
+
+// Lets queued work (layouts, deferred deletes) land.
+inline void drainEvents()
+{
+    for (int i = 0; i < 5; ++i) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+    }
+}

@@ -1,0 +1,193 @@
+#include "ShellFixture.h"
+
+#include "core/Logger.h"
+#include "diag/DiagConfig.h"
+#include "diag/can/DiagCANPage.h"
+#include "diag/factory/FactoryPage.h"
+#include "display/Display.h"
+#include "services/CenterDisplay.h"
+#include "services/FontManager.h"
+#include "views/ButtonView.h"
+#include "views/LabelView.h"
+
+namespace {
+const QString Hint = QStringLiteral("Enable Developer or Diagnostic Mode to access Diagnostic Tools");
+const QString ServiceToggle = QStringLiteral("IN\nSERVICE");
+const QString ExitDeveloper = QStringLiteral("EXIT DEVELOPER MODE AND RESTART");
+const QString ExitDiagnostic = QStringLiteral("EXIT DIAGNOSTIC MODE AND RESTART");
+} // namespace
+
+TEST_F(ShellTest, DeveloperModeBuildsEveryTabInOrder)
+{
+    setModes(true, true);
+    load();
+    EXPECT_EQ(diagAssetsPath, "/opt/orvane/plugins/diag/assets");
+    EXPECT_EQ(diagAppInfo(), app.get());
+    EXPECT_EQ(titles(), QStringList({"DATA", "CAN", "FACTORY", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS", "FONTS"}));
+    EXPECT_EQ(currentTitle(), "DATA");
+    EXPECT_TRUE(shell->isVisible());
+    EXPECT_EQ(shell->hintLabel(), nullptr);
+    ASSERT_NE(shell->exitButton(), nullptr);
+    EXPECT_EQ(shell->exitButton()->label(), ExitDeveloper); // developer wins when both are on
+    EXPECT_TRUE(shell->canPage()->showAll());
+    EXPECT_EQ(shell->geometry().topLeft(), QPoint(32, 52));
+
+    // The exit button sits centred in the bar, three push buttons wide.
+    ButtonView* exit = shell->exitButton();
+    EXPECT_EQ(exit->parentView(), window->barView());
+    EXPECT_EQ(exit->width(), 750);
+    EXPECT_EQ(exit->x(), (1920 - 750) / 2);
+    EXPECT_EQ(exit->y(), int(0.5 * (AppWindow::BarHeight - (exit->height() - 10)) - 8.0));
+    // Diagnostic mode was on at construction, so the service toggle exists too.
+    EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 1);
+}
+
+TEST_F(ShellTest, StartingWithBothModesOffHidesBehindTheHint)
+{
+    load();
+    EXPECT_FALSE(shell->isVisible());
+    ASSERT_NE(shell->hintLabel(), nullptr);
+    LabelView* hint = shell->hintLabel();
+    EXPECT_EQ(hint->text(), Hint);
+    EXPECT_EQ(hint->parentView(), window.get());
+    EXPECT_EQ(hint->alignment(), 0x1084);
+    EXPECT_EQ(hint->font().pixelSize(), 32);
+    EXPECT_EQ(hint->font().family(), FontManager::instance()->proportionalFonts().last().family());
+    EXPECT_EQ(hint->geometry(), QRect((1856 - 800) / 2, 1028 / 2, 800, 100));
+    EXPECT_FALSE(shell->exitButton()->isVisible());
+    EXPECT_EQ(shell->canPage(), nullptr);
+    EXPECT_EQ(shell->factoryPage(), nullptr);
+    EXPECT_EQ(titles(), QStringList({"DATA", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS"}));
+    EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 0);
+}
+
+TEST_F(ShellTest, DroppingToDiagnosticOnlyRemovesFactoryKeepsCanAndGoesToFirstTab)
+{
+    setModes(true, false);
+    load();
+    shell->pageView()->selectPage(shell->pageView()->findPage("SETTINGS"));
+    DiagCANPage* can = shell->canPage();
+    GUI_diagnosticMode.setValue(true);
+    GUI_developerMode.setValue(false);
+    EXPECT_EQ(titles(), QStringList({"DATA", "CAN", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS", "FONTS"}));
+    EXPECT_EQ(shell->factoryPage(), nullptr);
+    EXPECT_EQ(shell->canPage(), can);
+    EXPECT_TRUE(can->showAll()); // the page is never rebuilt
+    EXPECT_EQ(currentTitle(), "DATA");
+    EXPECT_EQ(shell->exitButton()->label(), ExitDiagnostic);
+
+    // And back: the factory page returns as the third tab.
+    GUI_developerMode.setValue(true);
+    EXPECT_EQ(titles().mid(0, 3), QStringList({"DATA", "CAN", "FACTORY"}));
+    EXPECT_EQ(shell->exitButton()->label(), ExitDeveloper);
+}
+
+TEST_F(ShellTest, TogglingModesNeverDuplicatesHintOrPages)
+{
+    setModes(true, false);
+    load();
+    for (int i = 0; i < 4; ++i) {
+        setModes(false, false);
+        setModes(false, false); // no change: still one hint
+        EXPECT_EQ(countLabelled(window.get(), Hint), 1);
+        setModes(true, false);
+        drainEvents(); // the old hint goes with deleteLater
+        EXPECT_EQ(countLabelled(window.get(), Hint), 0);
+    }
+    EXPECT_EQ(titles().count("CAN"), 1);
+    EXPECT_EQ(titles().count("FACTORY"), 1);
+    EXPECT_EQ(titles().size(), 9);
+    setModes(false, false);
+    // Hiding leaves the pages as they are.
+    EXPECT_NE(shell->factoryPage(), nullptr);
+    EXPECT_FALSE(shell->exitButton()->isVisible());
+}
+
+TEST_F(ShellTest, PagesFixedAtConstructionStaySo)
+{
+    load();
+    setModes(true, true);
+    EXPECT_EQ(titles().count("FONTS"), 0);
+    EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 0);
+    EXPECT_EQ(titles().size(), 8);
+}
+
+TEST_F(ShellTest, DiagnosticModeAtStartAddsServiceToggleAndAFilteredCanPage)
+{
+    setModes(false, true);
+    load();
+    EXPECT_EQ(titles(), QStringList({"DATA", "CAN", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS"}));
+    EXPECT_FALSE(shell->canPage()->showAll());
+    EXPECT_TRUE(shell->canPage()->rightTableCleared());
+    ButtonView* toggle = nullptr;
+    for (DisplayView* v : window->barView()->childViews()) {
+        if (v->describe() == ServiceToggle)
+            toggle = static_cast<ButtonView*>(v);
+    }
+    ASSERT_NE(toggle, nullptr);
+    EXPECT_EQ(toggle->geometry().topLeft(), QPoint(22, 2));
+    EXPECT_TRUE(toggle->isToggle());
+    GUI_serviceMode.setValue(true);
+    EXPECT_TRUE(toggle->isToggled());
+}
+
+TEST_F(ShellTest, ParentThatIsNotAnAppWindowGetsNoBarButtons)
+{
+    setModes(true, true);
+    DisplayView plain(window.get());
+    load(&plain);
+    EXPECT_EQ(shell->exitButton(), nullptr);
+    EXPECT_EQ(countLabelled(window.get(), ServiceToggle), 0);
+    EXPECT_EQ(titles().size(), 9);
+    setModes(false, false); // hiding without an exit button is fine too
+    EXPECT_FALSE(shell->isVisible());
+}
+
+TEST_F(ShellTest, FactoryModeOpensTheFactoryTab)
+{
+    GUI_factoryMode.setValue(true);
+    load();
+    EXPECT_EQ(shell->factoryPage(), nullptr);
+    GUI_developerMode.setValue(true);
+    EXPECT_EQ(currentTitle(), "FACTORY");
+    shell->pageView()->selectPage(0);
+    GUI_diagnosticMode.setValue(true); // every entry into a shown state jumps there
+    EXPECT_EQ(currentTitle(), "FACTORY");
+}
+
+TEST_F(ShellTest, ModeChangesAreLoggedWithTheShellAsContext)
+{
+    CapturingLogSink log;
+    setModes(true, false);
+    load();
+    setModes(false, false);
+    QStringList shellLines;
+    for (const LogRecord& r : log.records()) {
+        if (r.context == "DiagnosticTools")
+            shellLines << r.level + " " + r.message;
+    }
+    EXPECT_EQ(shellLines, QStringList({"INFO Diagnostic or development mode on, enabling diagnostic app",
+                                       "INFO Diagnostic and development modes off, hiding app"}));
+}
+
+TEST_F(ShellTest, ExitButtonRestartsInCustomerModeAndLeavesModesToTheHost)
+{
+    setModes(true, false);
+    load();
+    CapturingLogSink log;
+    int restarts = 0;
+    bool customer = false;
+    QObject::connect(theCenterDisplay, &CenterDisplay::restartRequested, shell, [&](bool c) {
+        ++restarts;
+        customer = c;
+    });
+    Display display(window.get(), QSize(1920, 1200));
+    display.tap(shell->exitButton()->rootGeometry().center());
+    EXPECT_EQ(restarts, 1);
+    EXPECT_TRUE(customer);
+    EXPECT_TRUE(PlatformJournal::instance()->contains("restart in customer mode"));
+    ASSERT_FALSE(log.records().isEmpty());
+    EXPECT_EQ(log.records().first().context, "");
+    EXPECT_EQ(log.lines().first(), "ERROR NOTE: Restarting Orvane app manually");
+    EXPECT_TRUE(GUI_developerMode.value());
+}

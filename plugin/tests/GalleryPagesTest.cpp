@@ -1,0 +1,97 @@
+#include "ShellFixture.h"
+
+#include "diag/ButtonViewPage.h"
+#include "diag/FontTestPage.h"
+#include "services/FontManager.h"
+#include "views/ButtonView.h"
+#include "views/LabelView.h"
+#include "views/LayoutView.h"
+
+namespace {
+
+template <typename T>
+QList<T*> viewsOf(const DisplayView* root)
+{
+    QList<T*> out;
+    for (DisplayView* child : root->childViews()) {
+        if (auto* v = qobject_cast<T*>(child))
+            out << v;
+        out << viewsOf<T>(child);
+    }
+    return out;
+}
+
+} // namespace
+
+TEST_F(ShellTest, FontPageShowsEveryFontWithItsSampleLine)
+{
+    setModes(true, false);
+    load();
+    auto* fonts = static_cast<FontTestPage*>(shell->pageView()->getPage(shell->pageView()->findPage("FONTS")));
+    EXPECT_TRUE(fonts->childViews().size() > 0); // built in the constructor, before first show
+    const QList<LabelView*> labels = viewsOf<LabelView>(fonts);
+    ASSERT_EQ(labels.size(), 12);
+    EXPECT_EQ(labels[0]->text(), "Normal");
+    EXPECT_EQ(labels[6]->text(), "Monospaced");
+    const QList<QFont> proportional = FontManager::instance()->proportionalFonts();
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(labels[1 + i]->text(), proportional[i].family() + " - 0123456789 ABCDEFGHIJKLMNOPQRSTUVWXYZ");
+        EXPECT_EQ(labels[1 + i]->font().family(), proportional[i].family());
+        EXPECT_EQ(labels[1 + i]->font().pixelSize(), 20);
+        EXPECT_EQ(labels[1 + i]->width(), 850);
+    }
+    EXPECT_EQ(labels[7]->font().family(), FontManager::instance()->monospacedFonts()[0].family());
+    EXPECT_TRUE(FontManager::instance()->missingFamilies().isEmpty())
+        << FontManager::instance()->missingFamilies().join(", ").toStdString();
+}
+
+TEST_F(ShellTest, FontPageUsesCjkSamplesInAsianLanguages)
+{
+    GUI_language.setValue("ja_JP");
+    FontTestPage japanese(nullptr);
+    const QString name = FontManager::instance()->proportionalFonts()[0].family();
+    const QList<LabelView*> ja = viewsOf<LabelView>(&japanese);
+    EXPECT_TRUE(ja[1]->text().startsWith(name + " - "));
+    EXPECT_TRUE(ja[1]->text().contains(QChar(0x65E5))); // 日
+    GUI_language.setValue("zh_CN");
+    FontTestPage chinese(nullptr);
+    EXPECT_TRUE(viewsOf<LabelView>(&chinese)[1]->text().contains(QChar(0x4E2D))); // 中
+    EXPECT_NE(ja[1]->text(), viewsOf<LabelView>(&chinese)[1]->text());
+}
+
+TEST_F(ShellTest, ButtonGalleryLaysOutEveryTypeAndColour)
+{
+    ButtonViewPage page(nullptr);
+    EXPECT_EQ(page.title(), "BUTTONS");
+    EXPECT_TRUE(viewsOf<ButtonView>(&page).isEmpty()); // nothing before first show
+    page.pageShown();
+    drainEvents();
+    const QList<LayoutView*> rows = viewsOf<LayoutView>(page.mainLayout());
+    ASSERT_EQ(rows.size(), 6);
+    const QStringList colours{"default", "blue", "red", "green"};
+    for (int r = 0; r < 4; ++r) {
+        const QList<ButtonView*> cells = viewsOf<ButtonView>(rows[r]);
+        ASSERT_EQ(cells.size(), 4);
+        EXPECT_EQ(cells[0]->style().text(), "ButtonType:small; ButtonColor:" + colours[r] + "; Width:180");
+        EXPECT_EQ(cells[0]->label(), "50 px button");
+        EXPECT_EQ(cells[1]->height(), 60);
+        EXPECT_EQ(cells[2]->label(), "70 px button");
+        EXPECT_EQ(cells[3]->label(), "Round");
+        EXPECT_TRUE(cells[1]->isEnabled());
+        EXPECT_GT(cells[1]->x(), cells[0]->x());
+    }
+    const QList<ButtonView*> disabled = viewsOf<ButtonView>(rows[4]);
+    ASSERT_EQ(disabled.size(), 4);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_FALSE(disabled[i]->isEnabled());
+        EXPECT_EQ(disabled[i]->style().property("ButtonColor"), colours[i]);
+    }
+    const QList<ButtonView*> toggles = viewsOf<ButtonView>(rows[5]);
+    ASSERT_EQ(toggles.size(), 2);
+    EXPECT_EQ(toggles[0]->label(), "Toggle");
+    EXPECT_TRUE(toggles[0]->isToggle());
+    EXPECT_EQ(toggles[1]->label(), "Round Toggle");
+    EXPECT_TRUE(toggles[1]->isToggle());
+    // Rows stack downwards.
+    EXPECT_GT(rows[5]->y(), rows[4]->y());
+}
