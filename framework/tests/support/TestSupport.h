@@ -25,3 +25,12 @@ inline void drainEvents()
         QCoreApplication::processEvents(QEventLoop::AllEvents);
     }
 }
+
+#include <QString>
+#include <ostream>
+
+// Readable failure messages for Qt strings (and, through them, string lists).
+inline void PrintTo(const QString& text, std::ostream* out)
+{
+    *out << '"' << text.toStdString() << '"';
+}

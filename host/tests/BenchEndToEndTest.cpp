@@ -1,0 +1,218 @@
+// orvane-bench as a person or CI runs it: a real process, off screen, driven by scripts.
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <functional>
+#include "TestSupport.h"
+#include <gtest/gtest.h>
+
+namespace {
+
+struct BenchRun {
+    int exitCode = -1;
+    QString output;
+};
+
+class BenchEndToEnd : public ::testing::Test {
+protected:
+    BenchRun bench(const QStringList& arguments)
+    {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_RUNTIME_DIR", dir.path());
+        process.setProcessEnvironment(env);
+        process.start(ORVANE_BENCH_PATH, arguments);
+        EXPECT_TRUE(process.waitForFinished(30000)) << "orvane-bench did not finish";
+        BenchRun run;
+        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        run.output = QString::fromUtf8(process.readAll());
+        return run;
+    }
+
+    QString file(const QString& name, const QByteArray& content = QByteArray())
+    {
+        const QString path = dir.filePath(name);
+        if (!content.isNull()) {
+            QFile f(path);
+            f.open(QIODevice::WriteOnly);
+            f.write(content);
+        }
+        return path;
+    }
+
+    QJsonObject dump(const QString& name)
+    {
+        QFile f(dir.filePath(name));
+        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << name.toStdString();
+        return QJsonDocument::fromJson(f.readAll()).object();
+    }
+
+    // Depth-first search for the first view matching a predicate.
+    static QJsonObject find(const QJsonObject& view, const std::function<bool(const QJsonObject&)>& match)
+    {
+        if (match(view))
+            return view;
+        for (const QJsonValue& child : view["children"].toArray()) {
+            const QJsonObject hit = find(child.toObject(), match);
+            if (!hit.isEmpty())
+                return hit;
+        }
+        return QJsonObject();
+    }
+
+    static QJsonObject byClass(const QJsonObject& root, const QString& cls)
+    {
+        return find(root, [&](const QJsonObject& v) { return v["class"].toString() == cls; });
+    }
+
+    static QJsonObject byLabel(const QJsonObject& root, const QString& label)
+    {
+        return find(root, [&](const QJsonObject& v) { return v["label"].toString() == label; });
+    }
+
+    // The tabs as a person sees them, left to right.
+    static QStringList tabTitles(const QJsonObject& root)
+    {
+        QStringList titles;
+        for (const QJsonValue& tab : byClass(root, "TabSelectorView")["children"].toArray())
+            titles << tab["label"].toString();
+        return titles;
+    }
+
+    // The lit tab, and the page that is actually shown: they must agree.
+    static QString currentTitle(const QJsonObject& root)
+    {
+        QString lit;
+        for (const QJsonValue& tab : byClass(root, "TabSelectorView")["children"].toArray()) {
+            if (tab["toggled"].toBool())
+                lit = tab["label"].toString();
+        }
+        const QJsonObject pages = byClass(root, "MultiPageView");
+        const QString shown =
+            find(pages, [](const QJsonObject& v) { return v.contains("title") && v["visible"].toBool(); })["title"].toString();
+        return lit == shown ? shown : "lit " + lit + " but shown " + shown;
+    }
+
+    QTemporaryDir dir;
+};
+
+} // namespace
+
+TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
+{
+    const QString script = file("modes.txt",
+                                "dump developer.json\n"
+                                "tap \"SETTINGS\"\n"
+                                "set GUI_developerMode false\n"
+                                "set GUI_diagnosticMode true\n"
+                                "dump diagnostic.json\n"
+                                "set GUI_diagnosticMode false\n"
+                                "dump off.json\n"
+                                "set GUI_developerMode true\n"
+                                "tap \"EXIT DEVELOPER MODE AND RESTART\"\n"
+                                "wait 50\n"
+                                "expect-journal \"restart in customer mode\"\n"
+                                "expect-view \"Enable Developer or Diagnostic Mode to access Diagnostic Tools\"\n"
+                                "dump restarted.json\n"
+                                "screenshot restarted.png\n");
+    QDir::setCurrent(dir.path());
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+
+    const QJsonObject developer = dump("developer.json");
+    EXPECT_EQ(tabTitles(developer),
+              QStringList({"DATA", "CAN", "FACTORY", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS", "FONTS"}));
+    EXPECT_EQ(currentTitle(developer), "DATA");
+    EXPECT_TRUE(byLabel(developer, "EXIT DEVELOPER MODE AND RESTART")["shown"].toBool());
+
+    const QJsonObject diagnostic = dump("diagnostic.json");
+    EXPECT_EQ(tabTitles(diagnostic),
+              QStringList({"DATA", "CAN", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS", "FONTS"}));
+    EXPECT_EQ(currentTitle(diagnostic), "DATA"); // was SETTINGS before the switch
+    EXPECT_TRUE(byLabel(diagnostic, "EXIT DIAGNOSTIC MODE AND RESTART")["shown"].toBool());
+
+    const QJsonObject off = dump("off.json");
+    EXPECT_FALSE(byClass(off, "DiagnosticTools")["visible"].toBool());
+    const QJsonObject hint = byLabel(off, "Enable Developer or Diagnostic Mode to access Diagnostic Tools");
+    EXPECT_TRUE(hint["shown"].toBool());
+    EXPECT_FALSE(byLabel(off, "EXIT DIAGNOSTIC MODE AND RESTART")["visible"].toBool());
+
+    const QJsonObject restarted = dump("restarted.json");
+    EXPECT_FALSE(byClass(restarted, "DiagnosticTools")["visible"].toBool()); // modes came back off
+    EXPECT_EQ(tabTitles(restarted).count("FONTS"), 0);
+    EXPECT_TRUE(run.output.contains("Platform request: restart in customer mode"));
+    EXPECT_TRUE(QFile::exists(dir.filePath("restarted.png")));
+}
+
+TEST_F(BenchEndToEnd, WithoutAScriptOutputsAreWrittenOnceSettledThenItExits)
+{
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_diagnosticMode=true", "--size", "1280x800", "--screenshot",
+                           file("shot.png"), "--dump-views", file("views.json")});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QJsonObject root = dump("views.json");
+    EXPECT_EQ(root["geometry"].toObject()["width"].toInt(), 1280);
+    EXPECT_EQ(tabTitles(root).size(), 7);
+    EXPECT_TRUE(byLabel(root, "IN\nSERVICE")["shown"].toBool());
+    QImage image;
+    EXPECT_TRUE(image.load(dir.filePath("shot.png")));
+    EXPECT_EQ(image.size(), QSize(1280, 800));
+}
+
+TEST_F(BenchEndToEnd, BadInputIsAClearMessageAndANonZeroExit)
+{
+    BenchRun run = bench({"--offscreen", "--plugin", "/no/such/plugin.so", "--screenshot", file("x.png")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("orvane-bench: plug-in /no/such/plugin.so does not exist")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--set", "GUI_warpDrive=true", "--screenshot", file("x.png")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("--set GUI_warpDrive=true: unknown data value 'GUI_warpDrive'")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--set", "GUI_developerMode=sometimes", "--screenshot", file("x.png")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("'sometimes' is not a bool value for GUI_developerMode")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--config", file("bad.ini", "[chromium]\ndebug=true\n<<garbage>>\n"), "--screenshot", file("x.png")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("bad.ini:3: expected [section], key=value or a comment")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--config", file("missing.ini"), "--screenshot", file("x.png")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("cannot read configuration file")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--script", file("bad.txt", "wait 10\nset GUI_warpDrive 1\n")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("bad.txt:2: unknown data value 'GUI_warpDrive'")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--size", "huge"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("--size wants WIDTHxHEIGHT")) << run.output.toStdString();
+}
+
+TEST_F(BenchEndToEnd, FailedExpectationsStopTheScriptWithStatusOne)
+{
+    const BenchRun run = bench({"--offscreen", "--script",
+                           file("expect.txt", "expect-journal \"restart\"\ndump never.json\n")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.output.contains("expect.txt:1: expected the journal line 'restart'")) << run.output.toStdString();
+    EXPECT_FALSE(QFile::exists(dir.filePath("never.json")));
+
+    const BenchRun tap = bench({"--offscreen", "--script", file("tap.txt", "tap \"NO SUCH BUTTON\"\n")});
+    EXPECT_EQ(tap.exitCode, 1);
+    EXPECT_TRUE(tap.output.contains("tap.txt:1: no shown view labelled 'NO SUCH BUTTON' to tap")) << tap.output.toStdString();
+}
+
+TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
+{
+    const BenchRun run = bench({"--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    for (const char* word : {"--plugin", "--config", "--set", "--offscreen", "--screenshot", "--dump-views", "--script",
+                             "--size", "expect-journal", "screenshot FILE"})
+        EXPECT_TRUE(run.output.contains(word)) << word;
+}
