@@ -8,6 +8,7 @@
 #include "TestSupport.h"
 
 #include <QJsonArray>
+#include <QKeyEvent>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 
@@ -181,6 +182,46 @@ public slots:
 };
 
 } // namespace
+
+namespace {
+
+class KeyCatcher : public DisplayView {
+public:
+    using DisplayView::DisplayView;
+    QString typed;
+    bool keyEvent(QKeyEvent* event) override
+    {
+        if (event->type() != QEvent::KeyPress || event->text() == "x")
+            return false;
+        typed += event->text();
+        return true;
+    }
+};
+
+} // namespace
+
+TEST(View, KeysGoToTheFocusedViewAndBubbleUp)
+{
+    DisplayView root;
+    Display display(&root, QSize(100, 100));
+    KeyCatcher form(&root);
+    KeyCatcher field(&form);
+    DisplayView plain(&field);
+    QKeyEvent a(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, "a");
+    QKeyEvent x(QEvent::KeyPress, Qt::Key_X, Qt::NoModifier, "x");
+
+    display.key(&a); // no focus: nobody
+    plain.setKeyFocus();
+    EXPECT_TRUE(plain.hasKeyFocus());
+    display.key(&a); // plain ignores keys: the field takes it
+    display.key(&x); // the field passes x on; the form passes it on too
+    EXPECT_EQ(field.typed, "a");
+    EXPECT_EQ(form.typed, "");
+    field.hide();
+    display.key(&a); // a hidden view and its children take no keys
+    EXPECT_EQ(field.typed, "a");
+    EXPECT_EQ(form.typed, "a");
+}
 
 TEST(View, DvConnectCallsNowOnlyWhenAsked)
 {

@@ -208,6 +208,15 @@ TEST_F(BenchEndToEnd, FailedExpectationsStopTheScriptWithStatusOne)
     EXPECT_TRUE(tap.output.contains("tap.txt:1: no shown view labelled 'NO SUCH BUTTON' to tap")) << tap.output.toStdString();
 }
 
+TEST_F(BenchEndToEnd, OpensAWindowWhereThereIsADisplay)
+{
+    ASSERT_FALSE(qEnvironmentVariableIsEmpty("DISPLAY")) << "needs an X display (the test command runs Xvfb)";
+    const BenchRun run = bench({"--set", "GUI_developerMode=true", "--screenshot", file("window.png")});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_FALSE(run.output.contains("running off screen")) << run.output.toStdString();
+    EXPECT_TRUE(QFile::exists(dir.filePath("window.png")));
+}
+
 TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
 {
     const BenchRun run = bench({"--help"});
