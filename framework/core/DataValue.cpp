@@ -31,7 +31,7 @@ DataValue::DataValue(const char* name, Type type, const QVariant& initial, bool 
     , mValid(valid)
 {
     setObjectName(mName);
-    convert(initial, &mValue);
+    mValue = convert(initial);
     DataValueRegistry::add(this);
 }
 
@@ -76,30 +76,16 @@ QVariant DataValue::pendingVariant() const
     return mHasPending ? mPending : mValue;
 }
 
-bool DataValue::convert(const QVariant& in, QVariant* out) const
+QVariant DataValue::convert(const QVariant& in) const
 {
-    QVariant v = in;
-    bool ok = true;
     switch (mType) {
-    case Type::Bool:
-        ok = v.canConvert<bool>();
-        *out = v.toBool();
-        break;
-    case Type::Int:
-        *out = v.toInt(&ok);
-        break;
-    case Type::Real:
-        *out = v.toDouble(&ok);
-        break;
-    case Type::String:
-        *out = v.toString();
-        break;
-    case Type::Map:
-        ok = v.canConvert<QVariantMap>();
-        *out = v.toMap();
-        break;
+    case Type::Bool: return in.toBool();
+    case Type::Int: return in.toInt();
+    case Type::Real: return in.toDouble();
+    case Type::String: return in.toString();
+    case Type::Map: return in.toMap();
     }
-    return ok;
+    return QVariant();
 }
 
 void DataValue::setVariantNoLock(const QVariant& value)
@@ -110,8 +96,12 @@ void DataValue::setVariantNoLock(const QVariant& value)
                           __FILE__, __LINE__);
         return;
     }
-    QVariant converted;
-    convert(value, &converted);
+    assignNoLock(value);
+}
+
+void DataValue::assignNoLock(const QVariant& value)
+{
+    const QVariant converted = convert(value);
     if (converted == mValue && mValid)
         return;
     mValue = converted;
@@ -129,8 +119,7 @@ void DataValue::setValidNoLock(bool valid)
 
 void DataValue::setPendingValidNoLock(const QVariant& request)
 {
-    QVariant converted;
-    convert(request, &converted);
+    const QVariant converted = convert(request);
     if (mHasPending && converted == mPending)
         return;
     mPending = converted;
@@ -169,13 +158,7 @@ void DataValue::setVariant(const QVariant& value)
 void DataValue::setProtectedValue(const QVariant& value)
 {
     EventLocker lock(*this);
-    QVariant converted;
-    convert(value, &converted);
-    if (converted == mValue && mValid)
-        return;
-    mValue = converted;
-    mValid = true;
-    markChangedNoLock();
+    assignNoLock(value);
 }
 
 bool DataValue::setFromString(const QString& text, QString* error)

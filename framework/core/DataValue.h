@@ -78,8 +78,10 @@ signals:
 
 private:
     void markChangedNoLock();
+    void assignNoLock(const QVariant& value);
     void announce();
-    bool convert(const QVariant& in, QVariant* out) const;
+    // The value in this value's type (a default of that type when it does not convert).
+    QVariant convert(const QVariant& in) const;
 
     const QString mName;
     const Type mType;

@@ -105,11 +105,6 @@ void MultiPageView::syncTabs()
     mTabSelector->setSelectedTab(currentIndex());
 }
 
-void MultiPageView::resized()
-{
-    // Pages follow through their auto-resize.
-}
-
 void MultiPageView::dumpProperties(QJsonObject& out) const
 {
     out.insert(QStringLiteral("currentIndex"), currentIndex());

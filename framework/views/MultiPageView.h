@@ -29,7 +29,6 @@ public:
     QString tabTitle(int index) const override;
     void tabSelected(int index) override { selectPage(index); }
 
-    void resized() override;
     void dumpProperties(QJsonObject& out) const override;
 
 private:
