@@ -21,7 +21,7 @@ struct MuxRange {
     uint64_t high = 0;
 };
 
-struct DbcSignal {
+struct ORVANE_EXPORT DbcSignal {
     std::string name;
     SignalLayout layout;
     double factor = 1;
@@ -63,7 +63,7 @@ struct DbcProblem {
     std::string text;
 };
 
-struct DbcFile {
+struct ORVANE_EXPORT DbcFile {
     std::vector<DbcMessage> messages;
     std::vector<std::pair<std::string, std::vector<ValueLabel>>> valueTables;
     std::vector<DbcProblem> problems;
