@@ -75,7 +75,7 @@ bool CANDecoder::isCaptured(int signalId) const
 
 void CANDecoder::decode(const CanFrame& frame, int bus)
 {
-    if (bus >= mBusCount)
+    if (bus >= mBusCount || bus < 0)
         bus = Unrouted;
     if (bus >= 0) {
         BusCounters& c = countersFor(bus);
@@ -127,12 +127,12 @@ void CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
 
 void CANDecoder::countDropped(int bus, uint64_t frames)
 {
-    countersFor(bus >= mBusCount ? Unrouted : bus).droppedFrames.fetch_add(frames, std::memory_order_relaxed);
+    countersFor(bus >= mBusCount || bus < 0 ? Unrouted : bus).droppedFrames.fetch_add(frames, std::memory_order_relaxed);
 }
 
 void CANDecoder::countErrorFrame(int bus)
 {
-    countersFor(bus >= mBusCount ? Unrouted : bus).errorFrames.fetch_add(1, std::memory_order_relaxed);
+    countersFor(bus >= mBusCount || bus < 0 ? Unrouted : bus).errorFrames.fetch_add(1, std::memory_order_relaxed);
 }
 
 bool CANDecoder::latestValue(int signalId, double* value, int64_t* raw) const

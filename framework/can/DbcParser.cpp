@@ -183,35 +183,27 @@ bool isKeyword(std::string_view w)
     return false;
 }
 
-// Whether the statement so far leaves a string open (an unescaped quote without its partner).
-bool quoteOpen(std::string_view s)
-{
+// Whether the statement so far leaves a string open (an unescaped quote without its
+// partner), and whether it holds a ';' outside strings.
+struct QuoteScan {
     bool open = false;
-    for (size_t i = 0; i < s.size(); ++i) {
-        if (open && s[i] == '\\' && i + 1 < s.size()) {
-            ++i;
-            continue;
-        }
-        if (s[i] == '"')
-            open = !open;
-    }
-    return open;
-}
+    bool terminated = false;
+};
 
-bool hasTerminator(std::string_view s)
+QuoteScan scanQuotes(std::string_view s)
 {
-    bool open = false;
+    QuoteScan scan;
     for (size_t i = 0; i < s.size(); ++i) {
-        if (open && s[i] == '\\' && i + 1 < s.size()) {
+        if (scan.open && s[i] == '\\' && i + 1 < s.size()) {
             ++i;
             continue;
         }
         if (s[i] == '"')
-            open = !open;
-        else if (!open && s[i] == ';')
-            return true;
+            scan.open = !scan.open;
+        else if (!scan.open && s[i] == ';')
+            scan.terminated = true;
     }
-    return false;
+    return scan;
 }
 
 bool endsWithSemicolonStatement(std::string_view keyword)
@@ -300,14 +292,15 @@ DbcFile Parser::run(std::string_view text)
                 return false;
             const std::string_view next = lines[j + 1].text;
             const std::string_view nextWord = firstWord(next);
-            if (quoteOpen(sofar)) {
+            const QuoteScan scan = scanQuotes(sofar);
+            if (scan.open) {
                 if (isKeyword(nextWord) && nextWord != "VERSION" && nextWord != "FILTER") {
                     problem(line.number, "unterminated string");
                     return false;
                 }
                 return true;
             }
-            if (!needsTerminator || hasTerminator(sofar))
+            if (!needsTerminator || scan.terminated)
                 return false;
             return !nextWord.empty() && !isKeyword(nextWord);
         };
