@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <thread>
+
 namespace {
 
 CanFrame frameOf(uint32_t id, std::initializer_list<uint8_t> bytes, bool extended = false)
@@ -199,6 +201,18 @@ TEST_F(SampleCatalogue, CountsFramesUnknownIdsAndShortFrames)
     EXPECT_EQ(c.frames, 4u);
     EXPECT_EQ(c.unknownIds, 2u);
     EXPECT_EQ(c.shortFrames, 1u);
+}
+
+TEST_F(SampleCatalogue, FramesPerSecondAreMeasuredBetweenReadings)
+{
+    EXPECT_EQ(decoder->counters(0).framesPerSecond, 0.0);
+    for (int i = 0; i < 500; ++i)
+        decoder->decode(frameOf(256, {0, 0, 0, 0, 0, 0, 0, 0}), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1050));
+    const double rate = decoder->counters(0).framesPerSecond;
+    EXPECT_GT(rate, 400.0);
+    EXPECT_LE(rate, 500.0);
+    EXPECT_EQ(decoder->counters(0).framesPerSecond, rate);  // held until the next second is over
 }
 
 TEST(CANDecoder, UnroutedFramesGoToTheFirstBusThatKnowsThem)
