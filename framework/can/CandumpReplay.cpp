@@ -161,8 +161,9 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomi
                 pos = have;
             }
             if (pos == 0 && have == BufferSize) {
-                // A line longer than the buffer is no candump line.
-                mMalformed.fetch_add(1, std::memory_order_relaxed);
+                // A line longer than the buffer is no candump line; count it once.
+                if (!skippingLongLine)
+                    mMalformed.fetch_add(1, std::memory_order_relaxed);
                 skippingLongLine = true;
                 have = 0;
                 continue;

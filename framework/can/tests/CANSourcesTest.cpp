@@ -178,6 +178,27 @@ TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
         QStringLiteral("CAN log %1 replayed: 6 frames, 2 malformed lines and 1 error frames skipped").arg(path)));
 }
 
+TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("odd.log"));
+    {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(QByteArray(3 * 1024 * 1024, 'x'));  // one line longer than any read buffer
+        f.write("\n(1.0) can0 064#07\n");
+        f.write(QByteArray("\0\x01\xFF\n", 4));
+        f.write("(2.0) can0 064#09\n");
+    }
+    ReplayRig rig;
+    CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.statistics().frames, 2u);
+    EXPECT_EQ(replay.statistics().malformedLines, 2u);
+    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
+}
+
 TEST(CandumpReplay, MissingLogIsOneClearLine)
 {
     ReplayRig rig;
