@@ -190,11 +190,11 @@ struct QuoteScan {
     bool terminated = false;
 };
 
-QuoteScan scanQuotes(std::string_view s)
+// Scans one more piece of a statement; escapes are those quoted strings know.
+void scanQuotes(std::string_view s, QuoteScan& scan)
 {
-    QuoteScan scan;
     for (size_t i = 0; i < s.size(); ++i) {
-        if (scan.open && s[i] == '\\' && i + 1 < s.size()) {
+        if (scan.open && s[i] == '\\' && i + 1 < s.size() && (s[i + 1] == '"' || s[i + 1] == '\\')) {
             ++i;
             continue;
         }
@@ -203,7 +203,6 @@ QuoteScan scanQuotes(std::string_view s)
         else if (!scan.open && s[i] == ';')
             scan.terminated = true;
     }
-    return scan;
 }
 
 bool endsWithSemicolonStatement(std::string_view keyword)
@@ -241,6 +240,8 @@ private:
     long current = NoMessage;
     int defaultCycleTime = 0;
     std::vector<int> explicitCycleTime;  // per message, -1 when none given
+    // Per message: signal name (as first written) to its index; keeps large files linear.
+    std::vector<std::unordered_map<std::string, size_t>> signalIndex;
     struct Rename {
         uint32_t rawId;
         std::string signal;  // empty for the message itself
@@ -255,6 +256,8 @@ private:
         int line;
     };
     std::vector<MuxEntry> muxEntries;
+    std::unordered_map<std::string, std::vector<size_t>> muxIndex;  // by message key and signal
+    static std::string muxKey(uint32_t key, const std::string& signal) { return std::to_string(key) + '/' + signal; }
 };
 
 DbcFile Parser::run(std::string_view text)
@@ -286,13 +289,16 @@ DbcFile Parser::run(std::string_view text)
         std::string joined;
         std::string_view statementText = line.text;
         const bool needsTerminator = endsWithSemicolonStatement(keyword);
+        QuoteScan scan;
+        scanQuotes(line.text, scan);
         size_t j = i;
-        auto more = [&](std::string_view sofar) {
-            if (j + 1 >= lines.size())
+        auto more = [&] {
+            if (j + 1 >= lines.size()) {
+                if (scan.open)
+                    problem(line.number, "unterminated string");
                 return false;
-            const std::string_view next = lines[j + 1].text;
-            const std::string_view nextWord = firstWord(next);
-            const QuoteScan scan = scanQuotes(sofar);
+            }
+            const std::string_view nextWord = firstWord(lines[j + 1].text);
             if (scan.open) {
                 if (isKeyword(nextWord) && nextWord != "VERSION" && nextWord != "FILTER") {
                     problem(line.number, "unterminated string");
@@ -304,12 +310,13 @@ DbcFile Parser::run(std::string_view text)
                 return false;
             return !nextWord.empty() && !isKeyword(nextWord);
         };
-        while (more(joined.empty() ? statementText : std::string_view(joined))) {
+        while (more()) {
             if (joined.empty())
                 joined.assign(statementText);
             joined.push_back('\n');
             ++j;
             joined.append(lines[j].text);
+            scanQuotes(lines[j].text, scan);
         }
         if (!joined.empty())
             statementText = joined;
@@ -406,6 +413,7 @@ void Parser::message(Cursor& c, int line)
     current = long(file.messages.size());
     file.messages.push_back(std::move(m));
     explicitCycleTime.push_back(-1);
+    signalIndex.emplace_back();
 }
 
 void Parser::signal(Cursor& c, int line)
@@ -469,11 +477,10 @@ void Parser::signal(Cursor& c, int line)
     }
     if (s.layout.bytesNeeded() > m.dlc && m.dlc > 0)
         problem(line, "signal " + s.name + " reaches past the message length " + std::to_string(m.dlc));
-    for (const DbcSignal& other : m.signalList) {
-        if (other.name == s.name) {
-            problem(line, "signal " + s.name + " repeated in message " + m.name + "; skipped");
-            return;
-        }
+    auto& index = signalIndex[size_t(current)];
+    if (!index.emplace(s.name, m.signalList.size()).second) {
+        problem(line, "signal " + s.name + " repeated in message " + m.name + "; skipped");
+        return;
     }
     m.signalList.push_back(std::move(s));
 }
@@ -496,9 +503,10 @@ DbcMessage* Parser::messageById(uint64_t rawId, int line)
 
 DbcSignal* Parser::signalByName(DbcMessage& m, std::string_view name, int line)
 {
-    for (DbcSignal& s : m.signalList)
-        if (s.name == name)
-            return &s;
+    const auto& index = signalIndex[size_t(&m - file.messages.data())];
+    const auto it = index.find(std::string(name));
+    if (it != index.end())
+        return &m.signalList[it->second];
     problem(line, "message " + m.name + " has no signal " + std::string(name.substr(0, 64)));
     return nullptr;
 }
@@ -696,16 +704,19 @@ void Parser::muxValues(Cursor& c, int line)
         problem(line, "multiplexer values without a range skipped");
         return;
     }
+    uint32_t key = e.rawId & 0x1FFFFFFFu;
+    if ((e.rawId & ExtendedFlag) || key > 0x7FF)
+        key |= ExtendedFlag;
+    muxIndex[muxKey(key, e.signal)].push_back(muxEntries.size());
     muxEntries.push_back(std::move(e));
 }
 
 void Parser::resolveMultiplexing(DbcMessage& m)
 {
-    auto indexOf = [&m](const std::string& name) {
-        for (size_t i = 0; i < m.signalList.size(); ++i)
-            if (m.signalList[i].name == name)
-                return int(i);
-        return -1;
+    const auto& index = signalIndex[size_t(&m - file.messages.data())];
+    auto indexOf = [&index](const std::string& name) {
+        const auto it = index.find(name);
+        return it == index.end() ? -1 : int(it->second);
     };
     int plainSwitch = -1;
     for (size_t i = 0; i < m.signalList.size(); ++i) {
@@ -719,12 +730,10 @@ void Parser::resolveMultiplexing(DbcMessage& m)
         if (!s.isMultiplexed)
             continue;
         bool explicitRanges = false;
-        for (const MuxEntry& e : muxEntries) {
-            uint32_t entryKey = e.rawId & 0x1FFFFFFFu;
-            if ((e.rawId & ExtendedFlag) || entryKey > 0x7FF)
-                entryKey |= ExtendedFlag;
-            if (entryKey != key || e.signal != s.name)
-                continue;
+        const auto found = muxIndex.find(muxKey(key, s.name));
+        static const std::vector<size_t> none;
+        for (size_t entryIndex : found == muxIndex.end() ? none : found->second) {
+            const MuxEntry& e = muxEntries[entryIndex];
             const int sw = indexOf(e.switchName);
             if (sw < 0 || !m.signalList[size_t(sw)].isMultiplexor) {
                 problem(e.line, "signal " + s.name + ": '" + e.switchName + "' is not a multiplexer of " + m.name);

@@ -243,6 +243,29 @@ TEST(DbcParser, UnterminatedStringDoesNotSwallowTheRest)
     EXPECT_EQ(*f.messages[0].signalList[0].labelFor(1), "one");
 }
 
+// Work per line must not grow with the file: a huge message, its labels and a comment left
+// open to the end of the file would take minutes if any step rescanned what came before.
+TEST(DbcParser, HugeInputStaysLinear)
+{
+    std::string text = "BO_ 1 M: 8 X\n";
+    const int n = 40000;
+    for (int i = 0; i < n; ++i)
+        text += " SG_ S" + std::to_string(i) + " : 0|8@1+ (1,0) [0|0] \"\" X\n";
+    for (int i = 0; i < n; ++i)
+        text += "VAL_ 1 S" + std::to_string(i) + " 1 \"a\";\n";
+    text += "CM_ \"open";
+    for (int i = 0; i < n; ++i)
+        text += "\nmore comment";
+    QElapsedTimer timer;
+    timer.start();
+    const DbcFile f = parseDbc(text);
+    EXPECT_LT(timer.elapsed(), 2000);
+    ASSERT_EQ(f.signalCount(), size_t(n));
+    EXPECT_EQ(*f.messages[0].signalList[n - 1].labelFor(1), "a");
+    ASSERT_EQ(f.problems.size(), 1u);
+    EXPECT_EQ(f.problems[0].line, 2 * n + 2);
+}
+
 // Every shared reference catalogue loads completely; whatever they hold that we cannot use is
 // reported with a line number, and the whole set loads well within the time budget.
 TEST(DbcParser, ParsesEveryReferenceCatalogue)
