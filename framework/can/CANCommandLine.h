@@ -1,0 +1,25 @@
+#pragma once
+
+#include "OrvaneExport.h"
+
+#include <QString>
+
+class QCommandLineParser;
+
+// The bench host's CAN options:
+//   --dbc [BUS=]FILE      (repeatable) a catalogue file per bus
+//   --can-log FILE        replay a candump log, with --can-speed X and --can-loop
+//   --can-if IFACE[=BUS]  (repeatable) read a SocketCAN interface into a bus
+//   --can-generate        make traffic from the catalogue
+// With none of them the shipped sample catalogue and the generator run, so values move out of
+// the box. A source without --dbc uses the sample catalogue; --dbc without a source generates.
+class ORVANE_EXPORT CANCommandLine {
+public:
+    static void addOptions(QCommandLineParser& parser);
+    // Loads the catalogue and starts the sources. `assetsDir` holds can/sample.dbc. False
+    // (with a reason) only for unusable option values; unreadable files and interfaces are
+    // logged and the rest runs.
+    static bool apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error);
+
+    static QString sampleCatalogue(const QString& assetsDir);
+};

@@ -1,0 +1,150 @@
+#pragma once
+
+#include "OrvaneExport.h"
+#include "can/DbcParser.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+class CANBusNode;
+class CANMessageNode;
+
+// The vehicle's CAN catalogue: buses (one per catalogue file), their messages and their
+// signals, all in file order. Nodes live as long as the catalogue is not cleared; the
+// catalogue is filled on the UI thread before capture starts and is read-only afterwards, so
+// worker threads may read it without locks.
+
+class ORVANE_EXPORT CANSignalNode {
+public:
+    const QByteArray& name() const { return mName; }
+    const QString& unit() const { return mUnit; }
+    const QString& comment() const { return mComment; }
+    // Unique across the whole catalogue, dense from 0 in catalogue order.
+    int id() const { return mId; }
+    int index() const { return mIndex; }  // within its message
+    CANMessageNode* message() const { return mMessage; }
+    CANBusNode* bus() const;
+    const DbcSignal& definition() const { return *mDefinition; }
+    // Floats, and factors finer than 0.001, need more decimals to be read.
+    bool isHighPrecision() const { return mHighPrecision; }
+    // The catalogue's label for a raw value, or a null string.
+    QString labelFor(qint64 raw) const;
+
+private:
+    friend class CANData;
+    QByteArray mName;
+    QString mUnit;
+    QString mComment;
+    int mId = 0;
+    int mIndex = 0;
+    CANMessageNode* mMessage = nullptr;
+    const DbcSignal* mDefinition = nullptr;
+    bool mHighPrecision = false;
+    QVector<QPair<qint64, QString>> mLabels;  // sorted by value
+};
+
+class ORVANE_EXPORT CANMessageNode {
+public:
+    const QByteArray& name() const { return mName; }
+    const QString& comment() const { return mComment; }
+    quint32 frameId() const { return mDefinition->id; }
+    bool isExtended() const { return mDefinition->extended; }
+    int index() const { return mIndex; }  // within its bus
+    int globalIndex() const { return mGlobalIndex; }  // across the catalogue
+    CANBusNode* bus() const { return mBus; }
+    int signalCount() const { return int(mSignalNodes.size()); }
+    CANSignalNode* signalAt(int i) const { return mSignalNodes[size_t(i)].get(); }
+    CANSignalNode* findSignal(const QByteArray& name) const;
+    int cycleTimeMs() const { return mDefinition->cycleTimeMs; }
+    const DbcMessage& definition() const { return *mDefinition; }
+
+private:
+    friend class CANData;
+    QByteArray mName;
+    QString mComment;
+    int mIndex = 0;
+    int mGlobalIndex = 0;
+    CANBusNode* mBus = nullptr;
+    const DbcMessage* mDefinition = nullptr;
+    std::vector<std::unique_ptr<CANSignalNode>> mSignalNodes;
+    QHash<QByteArray, int> mSignalsByName;
+};
+
+class ORVANE_EXPORT CANBusNode {
+public:
+    const QByteArray& name() const { return mName; }
+    const QString& sourceFile() const { return mSourceFile; }
+    int index() const { return mIndex; }
+    int messageCount() const { return int(mMessages.size()); }
+    CANMessageNode* messageAt(int i) const { return mMessages[size_t(i)].get(); }
+    CANMessageNode* findMessage(const QByteArray& name) const;
+    // The message a frame carries, or -1; constant time, safe on any thread.
+    int messageIndexForFrame(quint32 id, bool extended) const
+    {
+        if (!extended)
+            return id < mStandardIds.size() ? mStandardIds[id] : -1;
+        const auto it = mExtendedIds.find(id);
+        return it == mExtendedIds.end() ? -1 : it->second;
+    }
+
+private:
+    friend class CANData;
+    QByteArray mName;
+    QString mSourceFile;
+    int mIndex = 0;
+    std::unique_ptr<DbcFile> mFile;
+    std::vector<std::unique_ptr<CANMessageNode>> mMessages;
+    QHash<QByteArray, int> mMessagesByName;
+    std::vector<int> mStandardIds;  // 2048 entries
+    std::unordered_map<quint32, int> mExtendedIds;
+};
+
+class ORVANE_EXPORT CANData {
+public:
+    CANData();
+    ~CANData();
+    CANData(const CANData&) = delete;
+    CANData& operator=(const CANData&) = delete;
+
+    // The framework's catalogue; load it through CANDataManager so capture follows.
+    static CANData& global();
+
+    // "[NAME=]FILE": the bus takes NAME, or the file's base name.
+    static void splitBusArgument(const QString& argument, QString* busName, QString* path);
+
+    // Reads one catalogue file as a new bus. Every problem is logged with file and line; a
+    // file that cannot be read leaves the catalogue as it was. False when no bus was added.
+    bool addBusFromFile(const QString& path, const QString& busName = QString());
+    // The same from text already in memory; `sourceName` names it in log lines.
+    bool addBusFromText(const QByteArray& text, const QString& busName, const QString& sourceName);
+    void clear();
+
+    int busCount() const { return int(mBuses.size()); }
+    CANBusNode* busAt(int i) const { return mBuses[size_t(i)].get(); }
+    int messageCount() const { return mMessageCount; }
+    int signalCount() const { return int(mSignalsById.size()); }
+    CANSignalNode* signalById(int id) const
+    {
+        return id >= 0 && id < int(mSignalsById.size()) ? mSignalsById[size_t(id)] : nullptr;
+    }
+
+    CANBusNode* findBus(const QString& name) const;
+    CANMessageNode* findMessage(const CANBusNode* bus, const QString& name) const;
+    CANSignalNode* findSignal(const CANMessageNode* message, const QString& name) const;
+    // Whether any signal of this name is high precision.
+    bool isHighPrecision(const QString& signalName) const;
+
+private:
+    QHash<QByteArray, int> mBusesByName;
+    std::vector<std::unique_ptr<CANBusNode>> mBuses;
+    std::vector<CANSignalNode*> mSignalsById;
+    QHash<QByteArray, bool> mHighPrecisionNames;
+    int mMessageCount = 0;
+};

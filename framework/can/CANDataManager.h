@@ -1,0 +1,58 @@
+#pragma once
+
+#include "OrvaneExport.h"
+#include "can/CANDecoder.h"
+
+#include <QString>
+#include <QStringList>
+
+class CANBusNode;
+class CANData;
+class CANMessageNode;
+class CANSignalNode;
+
+// The framework's live CAN values: the global catalogue, one decoder for it, and the frame
+// sources (logs, interfaces, the generator), each read and decoded on a worker thread of its
+// own. Everything here is called on the UI thread; the decoder's class comment tells how the
+// workers and the UI share values.
+class ORVANE_EXPORT CANDataManager {
+public:
+    // Catalogue. Replaces the global catalogue with one bus per "[BUS=]FILE"; sources are
+    // stopped and forgotten first, captures dropped. Bad files are logged and skipped; false
+    // when no bus could be loaded.
+    static bool loadCatalogue(const QStringList& busArguments);
+    static CANData& catalogue();
+    static CANBusNode* findBus(const QString& name);
+    static CANMessageNode* findMessage(CANBusNode* bus, const QString& name);
+    static CANSignalNode* findSignal(CANMessageNode* message, const QString& name);
+
+    // Live values, as the viewer uses them.
+    static void startCapture(CANSignalNode* signal);
+    static void stopCapture(CANSignalNode* signal);
+    // Starts sources not yet running and retries interfaces that failed.
+    static void ensureCaptureIsActive();
+    // Floats, and signals whose factor is finer than 0.001, by name across the catalogue.
+    static bool isHighPrecision(const QString& signalName);
+    // The latest value of a captured signal with `decimals` decimals, the raw number and label
+    // where the catalogue labels the value ("2 (DRIVE)"), `noValue` before the first frame.
+    // Only the latest value is kept: any `age` but 0 gives `noValue`.
+    static QString recentSignalValueAsString(int signalId, int age, int decimals, const QString& noValue);
+    static bool recentSignalValue(int signalId, double* value);
+
+    // Sources. The interface map applies to logs and interfaces alike ("can0" -> "PT").
+    static bool mapInterface(const QString& iface, const QString& bus);
+    static void addLogReplay(const QString& path, double speed, bool loop);
+    static void addInterface(const QString& iface);
+    static void addGenerator(double speed = 1.0);
+    static int sourceCount();
+    static void startSources();
+    static void stopSources();
+    // Stops and forgets every source (the catalogue stays).
+    static void removeSources();
+    // Waits until no source runs any more (logs replayed once end); false on timeout.
+    static bool waitForSources(int timeoutMs);
+
+    // Per-bus counters; CANDecoder::Unrouted for frames no bus knows.
+    static CANDecoder::Counters busCounters(int bus);
+    static CANDecoder* decoder();
+};

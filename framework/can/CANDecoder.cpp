@@ -1,0 +1,198 @@
+#include "can/CANDecoder.h"
+
+#include "can/CANData.h"
+
+#include <cmath>
+
+namespace {
+
+// Whether the frame's multiplexers select this signal (and, for extended multiplexing, every
+// switch above it). Chains are loop-free and short; the parser guarantees both.
+bool isSelected(const DbcMessage& m, const DbcSignal& s, const CanFrame& frame)
+{
+    const DbcSignal* at = &s;
+    while (at->muxSwitch != -1) {
+        if (at->muxSwitch < 0)
+            return false;
+        const DbcSignal& sw = m.signalList[size_t(at->muxSwitch)];
+        if (sw.layout.bytesNeeded() > frame.len)
+            return false;
+        const uint64_t value = sw.layout.extract(frame.data);
+        bool inRange = false;
+        for (const MuxRange& r : at->muxRanges)
+            inRange |= value >= r.low && value <= r.high;
+        if (!inRange)
+            return false;
+        at = &sw;
+    }
+    return true;
+}
+
+} // namespace
+
+CANDecoder::CANDecoder(const CANData& catalogue)
+    : mCatalogue(catalogue)
+    , mSlots(new Slot[size_t(catalogue.signalCount())])
+    , mCapturedPerMessage(new std::atomic<int>[size_t(catalogue.messageCount())])
+    , mBusCount(catalogue.busCount())
+    , mBusCounters(new BusCounters[size_t(catalogue.busCount() + 1)])
+{
+    for (int i = 0; i < catalogue.messageCount(); ++i)
+        mCapturedPerMessage[size_t(i)].store(0);
+}
+
+CANDecoder::~CANDecoder() = default;
+
+void CANDecoder::capture(int signalId)
+{
+    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    if (!node)
+        return;
+    Slot& slot = mSlots[size_t(signalId)];
+    if (slot.captures.load() == 0)
+        slot.hasValue.store(false);
+    if (slot.captures.fetch_add(1) == 0)
+        mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_add(1);
+}
+
+void CANDecoder::release(int signalId)
+{
+    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    if (!node)
+        return;
+    Slot& slot = mSlots[size_t(signalId)];
+    int n = slot.captures.load();
+    while (n > 0 && !slot.captures.compare_exchange_weak(n, n - 1)) {
+    }
+    if (n == 1)
+        mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_sub(1);
+}
+
+bool CANDecoder::isCaptured(int signalId) const
+{
+    return mCatalogue.signalById(signalId) && mSlots[size_t(signalId)].captures.load() > 0;
+}
+
+void CANDecoder::decode(const CanFrame& frame, int bus)
+{
+    if (bus >= mBusCount || bus < 0)
+        bus = Unrouted;
+    if (bus >= 0) {
+        BusCounters& c = countersFor(bus);
+        c.frames.fetch_add(1, std::memory_order_relaxed);
+        const int message = mCatalogue.busAt(bus)->messageIndexForFrame(frame.id, frame.isExtended());
+        if (message < 0) {
+            c.unknownIds.fetch_add(1, std::memory_order_relaxed);
+            return;
+        }
+        decodeMessage(bus, message, frame);
+        return;
+    }
+    for (int b = 0; b < mBusCount; ++b) {
+        const int message = mCatalogue.busAt(b)->messageIndexForFrame(frame.id, frame.isExtended());
+        if (message >= 0) {
+            countersFor(b).frames.fetch_add(1, std::memory_order_relaxed);
+            decodeMessage(b, message, frame);
+            return;
+        }
+    }
+    BusCounters& c = countersFor(Unrouted);
+    c.frames.fetch_add(1, std::memory_order_relaxed);
+    c.unknownIds.fetch_add(1, std::memory_order_relaxed);
+}
+
+void CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
+{
+    const CANMessageNode* node = mCatalogue.busAt(bus)->messageAt(message);
+    const DbcMessage& m = node->definition();
+    if (frame.len < m.dlc && !frame.isRemote())
+        countersFor(bus).shortFrames.fetch_add(1, std::memory_order_relaxed);
+    if (frame.isRemote() || mCapturedPerMessage[size_t(node->globalIndex())].load(std::memory_order_relaxed) == 0)
+        return;
+    const int firstId = node->signalCount() > 0 ? node->signalAt(0)->id() : 0;
+    const size_t count = m.signalList.size();
+    for (size_t i = 0; i < count; ++i) {
+        Slot& slot = mSlots[size_t(firstId) + i];
+        if (slot.captures.load(std::memory_order_relaxed) == 0)
+            continue;
+        const DbcSignal& s = m.signalList[i];
+        if (s.layout.bytesNeeded() > frame.len)
+            continue;
+        if (s.muxSwitch != -1 && !isSelected(m, s, frame))
+            continue;
+        slot.bits.store(s.layout.extract(frame.data), std::memory_order_relaxed);
+        slot.hasValue.store(true, std::memory_order_release);
+    }
+}
+
+void CANDecoder::countDropped(int bus, uint64_t frames)
+{
+    countersFor(bus >= mBusCount || bus < 0 ? Unrouted : bus).droppedFrames.fetch_add(frames, std::memory_order_relaxed);
+}
+
+void CANDecoder::countErrorFrame(int bus)
+{
+    countersFor(bus >= mBusCount || bus < 0 ? Unrouted : bus).errorFrames.fetch_add(1, std::memory_order_relaxed);
+}
+
+bool CANDecoder::latestValue(int signalId, double* value, int64_t* raw) const
+{
+    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    if (!node)
+        return false;
+    const Slot& slot = mSlots[size_t(signalId)];
+    if (!slot.hasValue.load(std::memory_order_acquire))
+        return false;
+    const uint64_t bits = slot.bits.load(std::memory_order_relaxed);
+    const DbcSignal& s = node->definition();
+    if (value)
+        *value = s.layout.toNumber(bits) * s.factor + s.offset;
+    if (raw)
+        *raw = s.layout.toSigned(bits);
+    return true;
+}
+
+QString CANDecoder::formattedValue(int signalId, int decimals, const QString& noValue) const
+{
+    double value = 0;
+    int64_t raw = 0;
+    if (!latestValue(signalId, &value, &raw))
+        return noValue;
+    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    if (node->definition().layout.type == SignalLayout::ValueType::Integer && !node->definition().labels.empty()) {
+        const QString label = node->labelFor(raw);
+        if (!label.isNull())
+            return QStringLiteral("%1 (%2)").arg(raw).arg(label);
+    }
+    if (std::isnan(value))
+        return QStringLiteral("NaN");
+    return QString::number(value, 'f', decimals < 0 ? 0 : decimals);
+}
+
+CANDecoder::Counters CANDecoder::counters(int bus) const
+{
+    Counters out;
+    if (bus < Unrouted || bus >= mBusCount)
+        return out;
+    const BusCounters& c = countersFor(bus);
+    out.frames = c.frames.load(std::memory_order_relaxed);
+    out.unknownIds = c.unknownIds.load(std::memory_order_relaxed);
+    out.shortFrames = c.shortFrames.load(std::memory_order_relaxed);
+    out.droppedFrames = c.droppedFrames.load(std::memory_order_relaxed);
+    out.errorFrames = c.errorFrames.load(std::memory_order_relaxed);
+    std::lock_guard<std::mutex> lock(c.rateMutex);
+    const auto now = std::chrono::steady_clock::now();
+    if (c.sampleTime == std::chrono::steady_clock::time_point{}) {
+        c.sampleTime = now;
+        c.sampleFrames = out.frames;
+    } else {
+        const double elapsed = std::chrono::duration<double>(now - c.sampleTime).count();
+        if (elapsed >= 1.0) {
+            c.rate = double(out.frames - c.sampleFrames) / elapsed;
+            c.sampleTime = now;
+            c.sampleFrames = out.frames;
+        }
+    }
+    out.framesPerSecond = c.rate;
+    return out;
+}

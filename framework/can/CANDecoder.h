@@ -1,0 +1,88 @@
+#pragma once
+
+#include "OrvaneExport.h"
+#include "can/CanFrame.h"
+
+#include <QString>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+class CANData;
+class CANSignalNode;
+
+// Turns frames into the latest value of each captured signal.
+//
+// Threads: decode() and the count*() calls run on any number of source threads; capture
+// changes and reads run on the UI thread. Nothing is locked on the frame path: each signal
+// has one slot of atomics (its raw bits, a has-value flag and a capture count), each message
+// a count of its captured signals so frames of uncaptured messages cost one lookup, and each
+// bus a row of atomic counters. Only captured signals are extracted; raw bits are stored and
+// turned into physical values and labels when the UI reads them, so a reader always sees the
+// bits of one whole frame for a signal. The catalogue must not change while a decoder for it
+// lives.
+class ORVANE_EXPORT CANDecoder {
+public:
+    struct Counters {
+        uint64_t frames = 0;
+        uint64_t unknownIds = 0;
+        uint64_t shortFrames = 0;  // shorter than the message's length
+        uint64_t droppedFrames = 0;  // lost before we could read them (socket overflow)
+        uint64_t errorFrames = 0;
+        double framesPerSecond = 0;
+    };
+    // Counters of frames that no bus of the catalogue could take.
+    static constexpr int Unrouted = -1;
+
+    explicit CANDecoder(const CANData& catalogue);
+    ~CANDecoder();
+
+    // Reference counted: every capture() needs its release(). A signal whose capture starts
+    // afresh shows no value until its next frame.
+    void capture(int signalId);
+    void release(int signalId);
+    bool isCaptured(int signalId) const;
+
+    // `bus` is a catalogue bus index, or Unrouted to let the first bus that knows the id take it.
+    void decode(const CanFrame& frame, int bus);
+    void countDropped(int bus, uint64_t frames);
+    void countErrorFrame(int bus);
+
+    // The latest physical value; false before the first value.
+    bool latestValue(int signalId, double* value, int64_t* raw = nullptr) const;
+    // The value with `decimals` decimals, or the raw number and its label ("2 (DRIVE)") when the
+    // catalogue labels that value; `noValue` before the first value.
+    QString formattedValue(int signalId, int decimals, const QString& noValue) const;
+
+    int busCount() const { return mBusCount; }
+    // Frames per second are measured between successive calls at least a second apart.
+    Counters counters(int bus) const;
+
+private:
+    struct Slot {
+        std::atomic<uint64_t> bits{0};
+        std::atomic<bool> hasValue{false};
+        std::atomic<int> captures{0};
+    };
+    struct alignas(64) BusCounters {
+        std::atomic<uint64_t> frames{0}, unknownIds{0}, shortFrames{0}, droppedFrames{0}, errorFrames{0};
+        // Rate sampling, UI side only.
+        mutable std::mutex rateMutex;
+        mutable std::chrono::steady_clock::time_point sampleTime{};
+        mutable uint64_t sampleFrames = 0;
+        mutable double rate = 0;
+    };
+
+    BusCounters& countersFor(int bus) const { return mBusCounters[size_t(bus + 1)]; }
+    void decodeMessage(int bus, int message, const CanFrame& frame);
+
+    const CANData& mCatalogue;
+    std::unique_ptr<Slot[]> mSlots;
+    std::unique_ptr<std::atomic<int>[]> mCapturedPerMessage;  // by global message index
+    int mBusCount = 0;
+    std::unique_ptr<BusCounters[]> mBusCounters;  // [0] unrouted, then one per bus
+};

@@ -1,0 +1,179 @@
+#include "can/CANTrafficGenerator.h"
+
+#include "can/CANData.h"
+#include "can/CANDecoder.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <queue>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int DefaultCycleMs = 100;
+constexpr double Pi = 3.14159265358979323846;
+
+// A stable pseudo-random number in [0, 1) per signal, so waves differ but runs repeat.
+double hashUnit(uint64_t x)
+{
+    x ^= x >> 33;
+    x *= 0xff51afd7ed558ccdull;
+    x ^= x >> 33;
+    x *= 0xc4ceb9fe1a85ec53ull;
+    x ^= x >> 33;
+    return double(x >> 11) / double(uint64_t(1) << 53);
+}
+
+uint64_t rawBitsFor(const DbcSignal& s, double physical)
+{
+    const SignalLayout& l = s.layout;
+    if (l.type == SignalLayout::ValueType::Float32) {
+        const float f = float(s.factor != 0 ? (physical - s.offset) / s.factor : physical);
+        uint32_t b;
+        std::memcpy(&b, &f, sizeof b);
+        return b;
+    }
+    if (l.type == SignalLayout::ValueType::Float64) {
+        const double d = s.factor != 0 ? (physical - s.offset) / s.factor : physical;
+        uint64_t b;
+        std::memcpy(&b, &d, sizeof b);
+        return b;
+    }
+    double raw = s.factor != 0 ? std::round((physical - s.offset) / s.factor) : 0;
+    const double lo = double(l.rawMinimum()), hi = double(l.rawMaximum());
+    raw = std::clamp(raw, lo, hi);
+    if (raw < 0)
+        return uint64_t(int64_t(raw));
+    return raw >= 1.8e19 ? l.rawMaximum() : uint64_t(raw);
+}
+
+// Physical range to move in: the catalogue's, or what the bits can hold when it gives none.
+void rangeOf(const DbcSignal& s, double& lo, double& hi)
+{
+    lo = s.minimum;
+    hi = s.maximum;
+    if (hi > lo)
+        return;
+    if (s.layout.type != SignalLayout::ValueType::Integer) {
+        lo = -100;
+        hi = 100;
+        return;
+    }
+    const double a = double(s.layout.rawMinimum()) * s.factor + s.offset;
+    const double b = double(s.layout.rawMaximum()) * s.factor + s.offset;
+    lo = std::min(a, b);
+    hi = std::max(a, b);
+}
+
+} // namespace
+
+CANTrafficGenerator::CANTrafficGenerator(const CANData& catalogue, double speed)
+    : mCatalogue(catalogue)
+    , mSpeed(speed > 0 ? speed : 1.0)
+{
+}
+
+QString CANTrafficGenerator::description() const
+{
+    return QStringLiteral("traffic generator");
+}
+
+void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double seconds, uint64_t n, CanFrame& frame)
+{
+    const DbcMessage& m = message.definition();
+    frame.id = m.id;
+    frame.flags = m.extended ? CanFrame::Extended : 0;
+    unsigned len = m.dlc;
+    if (len > 8) {
+        frame.flags |= CanFrame::Fd;
+        while (!isValidFdLength(len))
+            ++len;
+    }
+    frame.len = uint8_t(len);
+    frame.clearData();
+
+    // The selector values this message's multiplexed signals answer to, in catalogue order.
+    std::vector<std::pair<int, uint64_t>> selectors;  // switch index, value
+    for (const DbcSignal& s : m.signalList)
+        if (s.muxSwitch >= 0 && !s.muxRanges.empty())
+            selectors.emplace_back(s.muxSwitch, s.muxRanges.front().low);
+    std::sort(selectors.begin(), selectors.end());
+    selectors.erase(std::unique(selectors.begin(), selectors.end()), selectors.end());
+
+    for (size_t i = 0; i < m.signalList.size(); ++i) {
+        const DbcSignal& s = m.signalList[i];
+        if (s.isMultiplexor)
+            continue;
+        const uint64_t seed = (uint64_t(m.id) << 16) ^ uint64_t(i) ^ (uint64_t(message.globalIndex()) << 40);
+        if (!s.labels.empty()) {
+            const size_t step = size_t(seconds / (2.0 + 4.0 * hashUnit(seed)) + hashUnit(seed + 1) * 97);
+            s.layout.insert(frame.data, uint64_t(s.labels[step % s.labels.size()].value));
+            continue;
+        }
+        double lo, hi;
+        rangeOf(s, lo, hi);
+        const double period = 3.0 + 17.0 * hashUnit(seed);
+        const double phase = 2 * Pi * hashUnit(seed + 7);
+        const double value = lo + (hi - lo) * 0.5 * (1.0 + std::sin(2 * Pi * seconds / period + phase));
+        s.layout.insert(frame.data, rawBitsFor(s, value));
+    }
+    // Selectors last, so they win where a multiplexed signal overlaps its switch's bits.
+    if (!selectors.empty()) {
+        const auto& pick = selectors[size_t(n % selectors.size())];
+        m.signalList[size_t(pick.first)].layout.insert(frame.data, pick.second);
+        // An extended chain: the chosen switch's own switch must select it too.
+        const DbcSignal* at = &m.signalList[size_t(pick.first)];
+        for (size_t depth = 0; at->muxSwitch >= 0 && !at->muxRanges.empty() && depth < m.signalList.size(); ++depth) {
+            m.signalList[size_t(at->muxSwitch)].layout.insert(frame.data, at->muxRanges.front().low);
+            at = &m.signalList[size_t(at->muxSwitch)];
+        }
+    }
+}
+
+CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const std::atomic<bool>& stop)
+{
+    struct Due {
+        double at;  // seconds of generated time
+        int bus, message;
+        uint64_t count;
+        bool operator>(const Due& o) const { return at > o.at; }
+    };
+    std::priority_queue<Due, std::vector<Due>, std::greater<Due>> queue;
+    for (int b = 0; b < mCatalogue.busCount(); ++b) {
+        const CANBusNode* bus = mCatalogue.busAt(b);
+        for (int i = 0; i < bus->messageCount(); ++i) {
+            const CANMessageNode* m = bus->messageAt(i);
+            if (m->signalCount() == 0)
+                continue;
+            // Spread the first frames over one cycle so the buses do not pulse.
+            const double cycle = (m->cycleTimeMs() > 0 ? m->cycleTimeMs() : DefaultCycleMs) / 1000.0;
+            queue.push({cycle * hashUnit(uint64_t(m->globalIndex()) + 11), b, i, 0});
+        }
+    }
+    if (queue.empty())
+        return Outcome::Finished;
+
+    const auto start = Clock::now();
+    CanFrame frame;
+    while (!stop.load(std::memory_order_relaxed)) {
+        Due next = queue.top();
+        const auto due = start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(next.at / mSpeed));
+        const auto now = Clock::now();
+        if (due > now) {
+            std::this_thread::sleep_for(std::min<Clock::duration>(due - now, std::chrono::milliseconds(20)));
+            continue;
+        }
+        queue.pop();
+        const CANMessageNode* m = mCatalogue.busAt(next.bus)->messageAt(next.message);
+        makeFrame(*m, next.at, next.count, frame);
+        decoder.decode(frame, next.bus);
+        mSent.fetch_add(1, std::memory_order_relaxed);
+        const double cycle = (m->cycleTimeMs() > 0 ? m->cycleTimeMs() : DefaultCycleMs) / 1000.0;
+        next.at += cycle;
+        ++next.count;
+        queue.push(next);
+    }
+    return Outcome::Stopped;
+}

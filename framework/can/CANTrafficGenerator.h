@@ -1,0 +1,30 @@
+#pragma once
+
+#include "OrvaneExport.h"
+#include "can/CANFrameSource.h"
+#include "can/CanFrame.h"
+
+#include <cstdint>
+
+class CANMessageNode;
+
+// Plausible traffic from the catalogue alone: every message at its cycle time (100 ms when
+// the catalogue gives none), each signal a slow wave within its range, labelled signals
+// stepping through their labels, multiplexed messages taking turns through their selectors.
+class ORVANE_EXPORT CANTrafficGenerator : public CANFrameSource {
+public:
+    explicit CANTrafficGenerator(const CANData& catalogue, double speed = 1.0);
+
+    QString description() const override;
+    Outcome run(CANDecoder& decoder, const std::atomic<bool>& stop) override;
+
+    // The frame of a message at `seconds` into the run; the n-th frame of the message picks
+    // the n-th selector of a multiplexed message.
+    static void makeFrame(const CANMessageNode& message, double seconds, uint64_t n, CanFrame& frame);
+    uint64_t framesSent() const { return mSent.load(); }
+
+private:
+    const CANData& mCatalogue;
+    double mSpeed;
+    std::atomic<uint64_t> mSent{0};
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "OrvaneExport.h"
+#include "can/CANFrameSource.h"
+
+#include <atomic>
+#include <cstdint>
+
+// Replays a candump text log. Speed 1 keeps the log's own timing, 10 runs ten times faster,
+// 0 as fast as the decoder goes. Paced frames arrive in small batches, at most 2 ms late. Lines without a time stamp follow their predecessor at once.
+// Looping starts over after the last frame, one mean frame gap later, with time running on.
+class ORVANE_EXPORT CandumpReplay : public CANFrameSource {
+public:
+    struct Statistics {
+        uint64_t frames = 0;
+        uint64_t malformedLines = 0;
+        uint64_t errorFrames = 0;
+        uint64_t passes = 0;  // completed runs through the file
+    };
+
+    CandumpReplay(const QString& path, double speed, bool loop, const CANInterfaceRoutes& routes);
+
+    QString description() const override;
+    Outcome run(CANDecoder& decoder, const std::atomic<bool>& stop) override;
+    Statistics statistics() const;
+
+private:
+    QString mPath;
+    double mSpeed;
+    bool mLoop;
+    CANInterfaceRoutes mRoutes;
+    std::atomic<uint64_t> mFrames{0}, mMalformed{0}, mErrorFrames{0}, mPasses{0};
+};

@@ -1,0 +1,308 @@
+#include "CANTestSupport.h"
+
+#include "can/CANData.h"
+#include "can/CANDataManager.h"
+#include "can/CANDecoder.h"
+#include "core/Logger.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <thread>
+
+namespace {
+
+CanFrame frameOf(uint32_t id, std::initializer_list<uint8_t> bytes, bool extended = false)
+{
+    CanFrame f;
+    f.clearData();
+    f.id = id;
+    f.flags = extended ? CanFrame::Extended : 0;
+    f.len = uint8_t(bytes.size());
+    int i = 0;
+    for (uint8_t b : bytes)
+        f.data[i++] = b;
+    return f;
+}
+
+class SampleCatalogue : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(data.addBusFromFile(sampleCatalogue()));
+        decoder = std::make_unique<CANDecoder>(data);
+    }
+    CANSignalNode* node(const char* message, const char* signal)
+    {
+        return data.findSignal(data.findMessage(data.findBus(QStringLiteral("sample")), QString::fromLatin1(message)),
+            QString::fromLatin1(signal));
+    }
+    int id(const char* message, const char* signal)
+    {
+        CANSignalNode* n = node(message, signal);
+        EXPECT_TRUE(n) << message << "." << signal;
+        return n ? n->id() : -1;
+    }
+    QString value(int signalId, int decimals = 3) { return decoder->formattedValue(signalId, decimals, QStringLiteral("--")); }
+
+    CANData data;
+    std::unique_ptr<CANDecoder> decoder;
+};
+
+TEST_F(SampleCatalogue, KeepsFileOrderLinksAndUniqueIds)
+{
+    ASSERT_EQ(data.busCount(), 1);
+    CANBusNode* bus = data.busAt(0);
+    EXPECT_EQ(bus->name(), "sample");
+    const QList<QByteArray> expected{"VehicleSpeed", "EngineData", "Transmission", "BatteryStatus", "ClimateSensors",
+        "TirePressure", "Position"};  // the pseudo message is not among them
+    ASSERT_EQ(bus->messageCount(), expected.size());
+    int nextId = 0;
+    for (int m = 0; m < bus->messageCount(); ++m) {
+        CANMessageNode* message = bus->messageAt(m);
+        EXPECT_EQ(message->name(), expected[m]);
+        EXPECT_EQ(message->bus(), bus);
+        for (int s = 0; s < message->signalCount(); ++s) {
+            CANSignalNode* signal = message->signalAt(s);
+            EXPECT_EQ(signal->id(), nextId++);
+            EXPECT_EQ(signal->message(), message);
+            EXPECT_EQ(data.signalById(signal->id()), signal);
+        }
+    }
+    EXPECT_EQ(data.signalCount(), nextId);
+    EXPECT_EQ(bus->messageAt(1)->signalAt(0)->name(), "EngineSpeed");
+    EXPECT_EQ(bus->messageAt(1)->signalAt(1)->unit(), QStringLiteral("degC"));
+    EXPECT_EQ(bus->messageAt(0)->cycleTimeMs(), 20);
+    EXPECT_EQ(bus->messageAt(3)->cycleTimeMs(), 200);
+}
+
+TEST_F(SampleCatalogue, FindsByNameAndRefusesNearMisses)
+{
+    EXPECT_TRUE(node("Transmission", "Gear"));
+    EXPECT_TRUE(node("TirePressure", "TirePressureFrontLeftWheelMeasuredInBar"));  // the long name
+    EXPECT_FALSE(node("TirePressure", "TirePressureFrontLeft"));
+    EXPECT_FALSE(node("transmission", "Gear"));  // case matters
+    EXPECT_FALSE(data.findBus(QStringLiteral("other")));
+    EXPECT_FALSE(data.findMessage(nullptr, QStringLiteral("Transmission")));
+    EXPECT_FALSE(data.findSignal(nullptr, QStringLiteral("Gear")));
+    EXPECT_EQ(node("TirePressure", "TirePressureRearLeft")->message()->frameId(), 0x18FEF1FEu);
+    EXPECT_TRUE(node("TirePressure", "TirePressureRearLeft")->message()->isExtended());
+}
+
+TEST_F(SampleCatalogue, HighPrecisionMeansFloatsAndFactorsFinerThanAThousandth)
+{
+    EXPECT_TRUE(data.isHighPrecision(QStringLiteral("BatteryVoltage")));  // float
+    EXPECT_TRUE(data.isHighPrecision(QStringLiteral("Latitude")));  // double
+    EXPECT_FALSE(data.isHighPrecision(QStringLiteral("BatteryCurrent")));  // exactly 0.001
+    EXPECT_FALSE(data.isHighPrecision(QStringLiteral("Speed")));
+    EXPECT_FALSE(data.isHighPrecision(QStringLiteral("NoSuchSignal")));
+    CANData fine;
+    ASSERT_TRUE(fine.addBusFromText("BO_ 1 M: 8 X\n SG_ Fine : 0|16@1+ (0.0005,0) [0|0] \"\" X\n", "b", "text"));
+    EXPECT_TRUE(fine.isHighPrecision(QStringLiteral("Fine")));
+}
+
+TEST_F(SampleCatalogue, ValuesAppearOnlyForCapturedSignalsWithLabelsAndDecimals)
+{
+    const int gear = id("Transmission", "Gear"), lever = id("Transmission", "GearLeverPosition"),
+              temp = id("Transmission", "TransmissionTemp");
+    decoder->decode(frameOf(400, {0x3E, 0x7D, 0, 0}), 0);  // nothing captured yet
+    decoder->capture(gear);
+    decoder->capture(lever);
+    decoder->capture(temp);
+    EXPECT_EQ(value(gear), QStringLiteral("--"));
+    decoder->decode(frameOf(400, {0x3E, 0x7D, 0, 0}), 0);  // gear 14, lever 3, 0x7D - 40
+    EXPECT_EQ(value(gear), QStringLiteral("14 (Reverse)"));
+    EXPECT_EQ(value(lever), QStringLiteral("3 (DRIVE)"));
+    EXPECT_EQ(value(temp, 1), QStringLiteral("85.0"));
+    decoder->decode(frameOf(400, {0x07, 0, 0, 0}), 0);  // gear 7 has no label
+    EXPECT_EQ(value(gear, 2), QStringLiteral("7.00"));
+
+    const int current = id("BatteryStatus", "BatteryCurrent"), voltage = id("BatteryStatus", "BatteryVoltage");
+    decoder->capture(current);
+    decoder->capture(voltage);
+    decoder->decode(frameOf(512, {0x66, 0x66, 0x4A, 0x41, 0x98, 0xEF, 0, 0}), 0);  // 12.65f, -4200 * 0.001
+    EXPECT_EQ(value(voltage, 7), QStringLiteral("12.6499996"));
+    EXPECT_EQ(value(current, 3), QStringLiteral("-4.200"));
+}
+
+TEST_F(SampleCatalogue, ReleasingAndCapturingAgainForgetsTheOldValue)
+{
+    const int speed = id("VehicleSpeed", "Speed");
+    decoder->capture(speed);
+    decoder->capture(speed);
+    decoder->decode(frameOf(256, {0x10, 0x27, 0, 0, 0, 0, 0, 0}), 0);
+    decoder->release(speed);
+    EXPECT_TRUE(decoder->isCaptured(speed));  // one capture is still held
+    EXPECT_EQ(value(speed, 2), QStringLiteral("100.00"));
+    decoder->release(speed);
+    decoder->release(speed);  // one too many does no harm
+    EXPECT_FALSE(decoder->isCaptured(speed));
+    decoder->decode(frameOf(256, {0x20, 0x4E, 0, 0, 0, 0, 0, 0}), 0);
+    decoder->capture(speed);
+    EXPECT_EQ(value(speed), QStringLiteral("--"));
+    decoder->decode(frameOf(256, {0x20, 0x4E, 0, 0, 0, 0, 0, 0}), 0);
+    EXPECT_EQ(value(speed, 2), QStringLiteral("200.00"));
+}
+
+TEST_F(SampleCatalogue, MultiplexedSignalsTakeOnlyFramesThatSelectThem)
+{
+    const int cabin = id("ClimateSensors", "CabinTemp"), outside = id("ClimateSensors", "OutsideTemp"),
+              humidity = id("ClimateSensors", "Humidity");
+    for (int s : {cabin, outside, humidity})
+        decoder->capture(s);
+    decoder->decode(frameOf(1024, {0, 0xD7, 0x00, 0, 0, 0, 0, 0}), 0);  // cabin 21.5
+    decoder->decode(frameOf(1024, {1, 0xDD, 0xFF, 0, 0, 0, 0, 0}), 0);  // outside -3.5
+    decoder->decode(frameOf(1024, {3, 0x11, 0x11, 0, 0, 0, 0, 0}), 0);  // selects nothing
+    EXPECT_EQ(value(cabin, 1), QStringLiteral("21.5"));
+    EXPECT_EQ(value(outside, 1), QStringLiteral("-3.5"));
+    EXPECT_EQ(value(humidity), QStringLiteral("--"));
+}
+
+TEST(CANDecoder, ExtendedMultiplexingFollowsTheWholeChain)
+{
+    CANData data;
+    ASSERT_TRUE(data.addBusFromText(R"(BO_ 5 Chain: 8 X
+ SG_ Top M : 0|4@1+ (1,0) [0|0] "" X
+ SG_ Middle m1M : 4|4@1+ (1,0) [0|0] "" X
+ SG_ Leaf m2 : 8|8@1+ (1,0) [0|0] "" X
+SG_MUL_VAL_ 5 Middle Top 1-1;
+SG_MUL_VAL_ 5 Leaf Middle 2-3;
+)",
+        "b", "text"));
+    CANDecoder d(data);
+    d.capture(2);
+    struct {
+        uint8_t selectors, leaf;
+        bool taken;
+    } frames[] = {{0x21, 10, true}, {0x20, 11, false}, {0x31, 12, true}, {0x41, 13, false}, {0x32, 14, false}};
+    for (const auto& f : frames) {
+        CanFrame frame = frameOf(5, {f.selectors, f.leaf, 0, 0, 0, 0, 0, 0});
+        const QString before = d.formattedValue(2, 0, QStringLiteral("--"));
+        d.decode(frame, 0);
+        if (f.taken)
+            EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), QString::number(f.leaf)) << int(f.selectors);
+        else
+            EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), before) << int(f.selectors);
+    }
+}
+
+TEST_F(SampleCatalogue, CountsFramesUnknownIdsAndShortFrames)
+{
+    const int gear = id("Transmission", "Gear"), temp = id("Transmission", "TransmissionTemp");
+    decoder->capture(gear);
+    decoder->capture(temp);
+    decoder->decode(frameOf(400, {0x02}), 0);  // one byte of four: gear fits, temperature does not
+    decoder->decode(frameOf(0x7FF, {1, 2}), 0);
+    decoder->decode(frameOf(0x18FEF1FE, {1, 2, 3, 4, 5, 6, 7, 8}), 0);  // the tyre id, but not extended
+    decoder->decode(frameOf(0x18FEF1FE, {1, 2, 3, 4, 5, 6, 7, 8}, true), 0);
+    EXPECT_EQ(value(gear), QStringLiteral("2 (Second)"));
+    EXPECT_EQ(value(temp), QStringLiteral("--"));
+    const CANDecoder::Counters c = decoder->counters(0);
+    EXPECT_EQ(c.frames, 4u);
+    EXPECT_EQ(c.unknownIds, 2u);
+    EXPECT_EQ(c.shortFrames, 1u);
+}
+
+TEST_F(SampleCatalogue, FramesPerSecondAreMeasuredBetweenReadings)
+{
+    EXPECT_EQ(decoder->counters(0).framesPerSecond, 0.0);
+    for (int i = 0; i < 500; ++i)
+        decoder->decode(frameOf(256, {0, 0, 0, 0, 0, 0, 0, 0}), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1050));
+    const double rate = decoder->counters(0).framesPerSecond;
+    EXPECT_GT(rate, 400.0);
+    EXPECT_LE(rate, 500.0);
+    EXPECT_EQ(decoder->counters(0).framesPerSecond, rate);  // held until the next second is over
+}
+
+TEST(CANDecoder, UnroutedFramesGoToTheFirstBusThatKnowsThem)
+{
+    CANData data;
+    ASSERT_TRUE(data.addBusFromText("BO_ 1 A: 1 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n", "one", "a"));
+    ASSERT_TRUE(data.addBusFromText("BO_ 2 B: 1 X\n SG_ T : 0|8@1+ (1,0) [0|0] \"\" X\n", "two", "b"));
+    CANDecoder d(data);
+    d.capture(1);
+    d.decode(frameOf(2, {42}), CANDecoder::Unrouted);
+    d.decode(frameOf(3, {42}), CANDecoder::Unrouted);
+    EXPECT_EQ(d.formattedValue(1, 0, QStringLiteral("--")), QStringLiteral("42"));
+    EXPECT_EQ(d.counters(1).frames, 1u);
+    EXPECT_EQ(d.counters(0).frames, 0u);
+    EXPECT_EQ(d.counters(CANDecoder::Unrouted).unknownIds, 1u);
+}
+
+TEST(CANData, BusNamesComeFromTheFileOrTheArgument)
+{
+    QString bus, path;
+    CANData::splitBusArgument(QStringLiteral("PT=/x/y.dbc"), &bus, &path);
+    EXPECT_EQ(bus, QStringLiteral("PT"));
+    EXPECT_EQ(path, QStringLiteral("/x/y.dbc"));
+    CANData::splitBusArgument(QStringLiteral("/odd=dir/y.dbc"), &bus, &path);
+    EXPECT_TRUE(bus.isEmpty());
+    EXPECT_EQ(path, QStringLiteral("/odd=dir/y.dbc"));
+
+    CANData data;
+    CapturingLogSink log;
+    EXPECT_TRUE(data.addBusFromFile(sampleCatalogue(), QStringLiteral("Chassis")));
+    EXPECT_FALSE(data.addBusFromFile(sampleCatalogue(), QStringLiteral("Chassis")));
+    EXPECT_TRUE(log.contains(QStringLiteral("ERROR"),
+        QStringLiteral("CAN bus Chassis is already loaded; %1 skipped").arg(sampleCatalogue())));
+    EXPECT_EQ(data.busCount(), 1);
+    EXPECT_TRUE(data.findBus(QStringLiteral("Chassis")));
+}
+
+TEST(CANData, TextInCp1252OrUtf8BecomesTheSameCharacters)
+{
+    CANData data;
+    ASSERT_TRUE(data.addBusFromText("BO_ 1 M: 8 X\n SG_ A : 0|8@1+ (1,0) [0|0] \"\xB0" "C\" X\n"
+                                    " SG_ B : 8|8@1+ (1,0) [0|0] \"\xC2\xB0" "C\" X\n"
+                                    "VAL_ 1 A 1 \"gr\xFC" "n\" 2 \"\xE2\x80\x9Cquoted\xE2\x80\x9D\";\n",
+        "b", "text"));
+    CANMessageNode* m = data.busAt(0)->messageAt(0);
+    EXPECT_EQ(m->signalAt(0)->unit(), QStringLiteral("\u00B0C"));
+    EXPECT_EQ(m->signalAt(1)->unit(), QStringLiteral("\u00B0C"));
+    EXPECT_EQ(m->signalAt(0)->labelFor(1), QStringLiteral("gr\u00FCn"));
+    EXPECT_EQ(m->signalAt(0)->labelFor(2), QStringLiteral("\u201Cquoted\u201D"));
+}
+
+// A missing file, a binary file and a file of prose each get one clear line; the good file
+// among them still loads and decodes.
+TEST(CANDataManager, BadCatalogueFilesAreLoggedAndTheRestWorks)
+{
+    QTemporaryDir dir;
+    const QString binary = dir.filePath(QStringLiteral("binary.dbc"));
+    const QString prose = dir.filePath(QStringLiteral("prose.dbc"));
+    {
+        QFile f(binary);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        QByteArray chunk("\x7F" "ELF", 4);
+        chunk.append(QByteArray(12, '\0'));
+        f.write(chunk.repeated(64));
+        QFile p(prose);
+        ASSERT_TRUE(p.open(QIODevice::WriteOnly));
+        p.write("Dear reader,\nthis is not a catalogue.\n");
+    }
+    const QString missing = dir.filePath(QStringLiteral("missing.dbc"));
+    CapturingLogSink log;
+    EXPECT_TRUE(CANDataManager::loadCatalogue({missing, binary, QStringLiteral("PT=") + sampleCatalogue(), prose}));
+    EXPECT_TRUE(log.contains(QStringLiteral("ERROR"),
+        QStringLiteral("CAN catalogue %1 cannot be read: No such file or directory").arg(missing)));
+    EXPECT_TRUE(log.contains(QStringLiteral("ERROR"),
+        QStringLiteral("CAN catalogue %1 not loaded: binary data, not a catalogue").arg(binary)));
+    EXPECT_TRUE(log.contains(QStringLiteral("WARN"), QStringLiteral("%1:1: unknown statement 'Dear' skipped").arg(prose)));
+    EXPECT_TRUE(log.contains(QStringLiteral("ERROR"), QStringLiteral("CAN catalogue %1 holds no messages; not loaded").arg(prose)));
+    ASSERT_EQ(CANDataManager::catalogue().busCount(), 1);
+    CANSignalNode* speed = CANDataManager::findSignal(
+        CANDataManager::findMessage(CANDataManager::findBus(QStringLiteral("PT")), QStringLiteral("VehicleSpeed")),
+        QStringLiteral("Speed"));
+    ASSERT_TRUE(speed);
+    CANDataManager::startCapture(speed);
+    EXPECT_EQ(CANDataManager::recentSignalValueAsString(speed->id(), 0, 3, QStringLiteral("--")), QStringLiteral("--"));
+    CANDataManager::decoder()->decode(frameOf(256, {0x10, 0x27, 0, 0, 0, 0, 0, 0}), 0);
+    EXPECT_EQ(CANDataManager::recentSignalValueAsString(speed->id(), 0, 3, QStringLiteral("--")), QStringLiteral("100.000"));
+    EXPECT_EQ(CANDataManager::recentSignalValueAsString(speed->id(), 1, 3, QStringLiteral("--")), QStringLiteral("--"));
+    EXPECT_TRUE(CANDataManager::isHighPrecision(QStringLiteral("Latitude")));
+    CANDataManager::stopCapture(speed);
+    EXPECT_FALSE(CANDataManager::decoder()->isCaptured(speed->id()));
+}
+
+} // namespace

@@ -1,0 +1,385 @@
+#include "CANTestSupport.h"
+
+#include "can/CANCommandLine.h"
+#include "can/CANData.h"
+#include "can/CANDataManager.h"
+#include "can/CANDecoder.h"
+#include "can/CANTrafficGenerator.h"
+#include "can/CandumpParser.h"
+#include "can/CandumpReplay.h"
+#include "can/SocketCANSource.h"
+#include "core/Logger.h"
+
+#include <QCommandLineParser>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cmath>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+
+using Kind = CandumpRecord::Kind;
+
+struct LineCase {
+    const char* line;
+    Kind kind;
+    uint32_t id;
+    uint8_t flags;
+    std::vector<uint8_t> data;
+    double time;  // negative: no time stamp
+    const char* iface;
+};
+
+const LineCase lineCases[] = {
+    {"(1436509052.249713) vcan0 044#2A366C2BBA", Kind::Frame, 0x44, 0, {0x2A, 0x36, 0x6C, 0x2B, 0xBA}, 1436509052.249713, "vcan0"},
+    {"(0.000100) can1 18FEF4FE#0102", Kind::Frame, 0x18FEF4FE, CanFrame::Extended, {1, 2}, 0.0001, "can1"},
+    {"(1.5) can0 00000123#", Kind::Frame, 0x123, CanFrame::Extended, {}, 1.5, "can0"},
+    {"(1.0) can0 123#R", Kind::Frame, 0x123, CanFrame::Remote, {}, 1.0, "can0"},
+    {"(1.0) can0 123#R4", Kind::Frame, 0x123, CanFrame::Remote, {0, 0, 0, 0}, 1.0, "can0"},
+    {"(1.0) can0 120##1" "00112233445566778899AABB", Kind::Frame, 0x120, CanFrame::Fd | CanFrame::BitRateSwitch,
+        {0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB}, 1.0, "can0"},
+    {"(1.0) can0 123#11.22.33", Kind::Frame, 0x123, 0, {0x11, 0x22, 0x33}, 1.0, "can0"},
+    {"(1.0) can0 123#1122334455667788_9", Kind::Frame, 0x123, 0, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88}, 1.0, "can0"},
+    {"(1.0) can0 123#deadbeef T", Kind::Frame, 0x123, 0, {0xDE, 0xAD, 0xBE, 0xEF}, 1.0, "can0"},
+    {"can0 123#01", Kind::Frame, 0x123, 0, {1}, -1, "can0"},
+    {"  vcan0  123   [4]  DE AD BE EF", Kind::Frame, 0x123, 0, {0xDE, 0xAD, 0xBE, 0xEF}, -1, "vcan0"},
+    {" (1436509052.249713)  vcan0  18FEF4FE   [2]  01 02", Kind::Frame, 0x18FEF4FE, CanFrame::Extended, {1, 2}, 1436509052.249713, "vcan0"},
+    {" (2015-07-10 08:17:32.250000)  can0  7FF   [1]  AA", Kind::Frame, 0x7FF, 0, {0xAA}, 1436516252.25, "can0"},
+    {"  can0  123  [12]  01 02 03 04 05 06 07 08 09 0A 0B 0C", Kind::Frame, 0x123, CanFrame::Fd, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, -1, "can0"},
+    {"  can0  123   [2]  remote request", Kind::Frame, 0x123, CanFrame::Remote, {0, 0}, -1, "can0"},
+    {"  can0  123   [0] ", Kind::Frame, 0x123, 0, {}, -1, "can0"},
+    {"(1.0) can0 20000004#0000000000000000", Kind::ErrorFrame, 0, 0, {}, 1.0, "can0"},
+    {"  can0  20000080   [8]  00 00 00 00 00 00 00 00", Kind::ErrorFrame, 0, 0, {}, -1, "can0"},
+    {"", Kind::Blank, 0, 0, {}, -1, ""},
+    {"   \t", Kind::Blank, 0, 0, {}, -1, ""},
+    {"# a comment", Kind::Blank, 0, 0, {}, -1, ""},
+    // Malformed: each must be refused, never half-read.
+    {"(1.0) can0 800#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},           // beyond 11 bits
+    {"(1.0) can0 123#012", Kind::Malformed, 0, 0, {}, 1.0, "can0"},          // odd nibble
+    {"(1.0) can0 123#010203040506070809", Kind::Malformed, 0, 0, {}, 1.0, "can0"},  // 9 bytes classic
+    {"(1.0) can0 123##0010203040506070809", Kind::Malformed, 0, 0, {}, 1.0, "can0"},  // 9 bytes FD
+    {"(1.0) can0 123#R9", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 G23#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 123456789#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 DFFFFFFF#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},      // beyond 29 bits, no error flag
+    {"(1.0 can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
+    {"(abc) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
+    {"(1.0) can0", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 123#01 extra", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"  can0  123   [4]  DE AD BE", Kind::Malformed, 0, 0, {}, -1, "can0"},     // fewer bytes than said
+    {"  can0  123   [9]  01 02 03 04 05 06 07 08 09", Kind::Malformed, 0, 0, {}, -1, "can0"},
+    {"  can0  123   4  DE AD BE EF", Kind::Malformed, 0, 0, {}, -1, "can0"},
+};
+
+void PrintTo(const LineCase& c, std::ostream* os) { *os << '"' << c.line << '"'; }
+
+class CandumpLine : public testing::TestWithParam<LineCase> {};
+
+TEST_P(CandumpLine, ParsesEveryForm)
+{
+    const LineCase& c = GetParam();
+    CandumpRecord r;
+    ASSERT_EQ(parseCandumpLine(c.line, r), c.kind) << c.line;
+    if (c.kind != Kind::Frame)
+        return;
+    EXPECT_EQ(r.frame.id, c.id) << c.line;
+    EXPECT_EQ(r.frame.flags, c.flags) << c.line;
+    ASSERT_EQ(r.frame.len, c.data.size()) << c.line;
+    if (!r.frame.isRemote()) {
+        EXPECT_EQ(0, std::memcmp(r.frame.data, c.data.data(), c.data.size())) << c.line;
+    }
+    EXPECT_EQ(r.hasTime, c.time >= 0) << c.line;
+    if (c.time >= 0) {
+        EXPECT_NEAR(r.time, c.time, 1e-6) << c.line;
+    }
+    EXPECT_EQ(r.iface, c.iface);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, CandumpLine, testing::ValuesIn(lineCases),
+    [](const testing::TestParamInfo<LineCase>& info) { return "line" + std::to_string(info.index); });
+
+// Writes a log of `frames` frames of id 100 on can0, `gapSeconds` apart, plus extra lines.
+QString writeLog(QTemporaryDir& dir, int frames, double gapSeconds, const QByteArray& extra = QByteArray())
+{
+    const QString path = dir.filePath(QStringLiteral("test.log"));
+    QFile f(path);
+    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+    for (int i = 0; i < frames; ++i)
+        f.write(QStringLiteral("(%1) can0 064#%2\n").arg(1000.0 + i * gapSeconds, 0, 'f', 6).arg(i % 256, 2, 16, QLatin1Char('0')).toLatin1());
+    f.write(extra);
+    return path;
+}
+
+struct ReplayRig {
+    CANData data;
+    std::unique_ptr<CANDecoder> decoder;
+    ReplayRig()
+    {
+        EXPECT_TRUE(data.addBusFromText("BO_ 100 Counter: 1 X\n SG_ Count : 0|8@1+ (1,0) [0|255] \"\" X\n", "bus", "text"));
+        decoder = std::make_unique<CANDecoder>(data);
+        decoder->capture(0);
+    }
+};
+
+TEST(CandumpReplay, RealTimeKeepsTheLogsPaceAndFasterDivides)
+{
+    QTemporaryDir dir;
+    const QString path = writeLog(dir, 61, 0.01);  // 0.6 s of traffic
+    for (double speed : {1.0, 2.0}) {
+        ReplayRig rig;
+        CandumpReplay replay(path, speed, false, CANInterfaceRoutes(rig.data));
+        std::atomic<bool> stop{false};
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+        const double expected = 0.6 / speed;
+        EXPECT_NEAR(timer.nsecsElapsed() / 1e9, expected, expected * 0.05) << "speed " << speed;
+        EXPECT_EQ(replay.statistics().frames, 61u);
+        EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("60"));
+    }
+}
+
+TEST(CandumpReplay, LoopingRunsOnWithoutAPauseOrAPileUp)
+{
+    QTemporaryDir dir;
+    const QString path = writeLog(dir, 11, 0.01);  // one pass: 0.1 s span plus a 10 ms gap
+    ReplayRig rig;
+    CandumpReplay replay(path, 1.0, true, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    std::thread worker([&] { replay.run(*rig.decoder, stop); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(550));
+    stop = true;
+    worker.join();
+    // 0.55 s at one frame per 10 ms: about 55 frames, five passes.
+    EXPECT_NEAR(double(replay.statistics().frames), 55.0, 5.0);
+    EXPECT_GE(replay.statistics().passes, 4u);
+}
+
+TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
+{
+    QTemporaryDir dir;
+    const QString path = writeLog(dir, 5, 0.001,
+        "garbage line\n(1.0) can0 064#0\n(1.0) can0 20000004#0000000000000000\n\n(1.0) can0 064#2A");  // no final newline
+    ReplayRig rig;
+    CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    CapturingLogSink log;
+    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.statistics().frames, 6u);
+    EXPECT_EQ(replay.statistics().malformedLines, 2u);
+    EXPECT_EQ(replay.statistics().errorFrames, 1u);
+    EXPECT_EQ(rig.decoder->counters(0).errorFrames, 1u);
+    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("42"));
+    EXPECT_TRUE(log.contains(QStringLiteral("INFO"),
+        QStringLiteral("CAN log %1 replayed: 6 frames, 2 malformed lines and 1 error frames skipped").arg(path)));
+}
+
+TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("odd.log"));
+    {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(QByteArray(3 * 1024 * 1024, 'x'));  // one line longer than any read buffer
+        f.write("\n(1.0) can0 064#07\n");
+        f.write(QByteArray("\0\x01\xFF\n", 4));
+        f.write("(2.0) can0 064#09\n");
+    }
+    ReplayRig rig;
+    CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.statistics().frames, 2u);
+    EXPECT_EQ(replay.statistics().malformedLines, 2u);
+    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
+}
+
+TEST(CandumpReplay, MissingLogIsOneClearLine)
+{
+    ReplayRig rig;
+    CapturingLogSink log;
+    CandumpReplay replay(QStringLiteral("/nonexistent/drive.log"), 1, true, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(log.lines(),
+        QStringList{QStringLiteral("ERROR CAN log /nonexistent/drive.log cannot be read: No such file or directory")});
+}
+
+TEST(CANInterfaceRoutes, ExplicitThenSameNameThenOnlyBus)
+{
+    CANData two;
+    ASSERT_TRUE(two.addBusFromText("BO_ 1 A: 1 X\n", "PT", "a"));
+    ASSERT_TRUE(two.addBusFromText("BO_ 1 A: 1 X\n", "can1", "b"));
+    CANInterfaceRoutes routes(two);
+    EXPECT_TRUE(routes.map(QStringLiteral("can0"), QStringLiteral("PT")));
+    EXPECT_FALSE(routes.map(QStringLiteral("can2"), QStringLiteral("Nope")));
+    EXPECT_EQ(routes.busFor("can0"), 0);
+    EXPECT_EQ(routes.busFor("can1"), 1);
+    EXPECT_EQ(routes.busFor("can2"), CANDecoder::Unrouted);
+    CANData one;
+    ASSERT_TRUE(one.addBusFromText("BO_ 1 A: 1 X\n", "PT", "a"));
+    EXPECT_EQ(CANInterfaceRoutes(one).busFor("anything"), 0);
+}
+
+TEST(SocketCANSource, UnreadableInterfaceIsLoggedOnceAndRetried)
+{
+    ReplayRig rig;
+    CapturingLogSink log;
+    SocketCANSource source(QStringLiteral("nosuchcan9"), 0);
+    std::atomic<bool> stop{false};
+    EXPECT_EQ(source.run(*rig.decoder, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(source.run(*rig.decoder, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_TRUE(source.retryAfterFailure());
+    ASSERT_EQ(log.lines().size(), 1) << log.lines().join(QLatin1Char('\n')).toStdString();
+    EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("ERROR CAN interface nosuchcan9 cannot be read: ")));
+}
+
+TEST(SocketCANSource, ReadsAVirtualInterfaceWhenTheSystemHasOne)
+{
+    std::string error;
+    const int fd = SocketCANSource::openSocket("vcan0", &error);
+    if (fd < 0)
+        GTEST_SKIP() << "no vcan0 here (" << error << "); create one with: ip link add dev vcan0 type vcan && ip link set up vcan0";
+    ::close(fd);
+    ReplayRig rig;
+    SocketCANSource source(QStringLiteral("vcan0"), 0);
+    std::atomic<bool> stop{false};
+    std::thread worker([&] { source.run(*rig.decoder, stop); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const int tx = SocketCANSource::openSocket("vcan0", &error);
+    ASSERT_GE(tx, 0) << error;
+    struct {
+        uint32_t id;
+        uint8_t len, pad[3];
+        uint8_t data[8];
+    } frame{100, 1, {}, {77}};
+    EXPECT_EQ(::write(tx, &frame, sizeof frame), ssize_t(sizeof frame));
+    ::close(tx);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    stop = true;
+    worker.join();
+    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("77"));
+}
+
+TEST(CANTrafficGenerator, EverySignalMovesWithinItsRangeAtItsCycleTime)
+{
+    CANData data;
+    ASSERT_TRUE(data.addBusFromFile(sampleCatalogue()));
+    CANDecoder decoder(data);
+    for (int i = 0; i < data.signalCount(); ++i)
+        decoder.capture(i);
+    CANTrafficGenerator generator(data, 10.0);  // ten times faster: 5 s of traffic in 0.5 s
+    std::atomic<bool> stop{false};
+    std::thread worker([&] { generator.run(decoder, stop); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    stop = true;
+    worker.join();
+    // Per second: 50 + 100 + 20 + 5 + 10 + 1 + 2 frames.
+    EXPECT_NEAR(double(generator.framesSent()), 188 * 5.0, 188 * 5.0 * 0.1);
+    for (int i = 0; i < data.signalCount(); ++i) {
+        const CANSignalNode* s = data.signalById(i);
+        double v = 0;
+        ASSERT_TRUE(decoder.latestValue(i, &v)) << s->name().constData();
+        const DbcSignal& d = s->definition();
+        if (d.maximum > d.minimum) {
+            EXPECT_GE(v, d.minimum - std::fabs(d.factor)) << s->name().constData();
+            EXPECT_LE(v, d.maximum + std::fabs(d.factor)) << s->name().constData();
+        }
+    }
+    EXPECT_EQ(decoder.counters(0).unknownIds, 0u);
+    EXPECT_EQ(decoder.counters(0).shortFrames, 0u);
+}
+
+TEST(CANTrafficGenerator, ValuesMoveSmoothly)
+{
+    CANData data;
+    ASSERT_TRUE(data.addBusFromFile(sampleCatalogue()));
+    const CANMessageNode* engine = data.findMessage(data.busAt(0), QStringLiteral("EngineData"));
+    const SignalLayout& rpm = engine->signalAt(0)->definition().layout;
+    CanFrame a;
+    double largest = 0, previous = -1;
+    for (int step = 0; step < 1000; ++step) {
+        CANTrafficGenerator::makeFrame(*engine, step * 0.01, uint64_t(step), a);
+        const double value = double(rpm.extract(a.data)) * 0.25;
+        if (previous >= 0)
+            largest = std::max(largest, std::fabs(value - previous));
+        previous = value;
+    }
+    // 10 ms apart a wave of at least 3 s over 0..8000 rpm moves at most ~84 rpm.
+    EXPECT_LT(largest, 100.0);
+    EXPECT_GT(largest, 0.0);
+}
+
+QCommandLineParser* parserFor(const QStringList& arguments)
+{
+    auto* parser = new QCommandLineParser;
+    CANCommandLine::addOptions(*parser);
+    EXPECT_TRUE(parser->parse(QStringList{QStringLiteral("orvane-bench")} + arguments)) << parser->errorText().toStdString();
+    return parser;
+}
+
+TEST(CANCommandLine, WithoutOptionsTheSampleCatalogueAndGeneratorRun)
+{
+    std::unique_ptr<QCommandLineParser> parser(parserFor({}));
+    QString error;
+    ASSERT_TRUE(CANCommandLine::apply(*parser, sourceDir() + QStringLiteral("/assets"), &error)) << error.toStdString();
+    EXPECT_TRUE(CANDataManager::findBus(QStringLiteral("sample")));
+    EXPECT_EQ(CANDataManager::sourceCount(), 1);
+    CANSignalNode* speed = CANDataManager::findSignal(
+        CANDataManager::findMessage(CANDataManager::findBus(QStringLiteral("sample")), QStringLiteral("VehicleSpeed")),
+        QStringLiteral("Speed"));
+    ASSERT_TRUE(speed);
+    CANDataManager::startCapture(speed);
+    QElapsedTimer timer;
+    timer.start();
+    while (CANDataManager::recentSignalValueAsString(speed->id(), 0, 2, QStringLiteral("--")) == QStringLiteral("--")
+        && timer.elapsed() < 2000)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_NE(CANDataManager::recentSignalValueAsString(speed->id(), 0, 2, QStringLiteral("--")), QStringLiteral("--"));
+    CANDataManager::removeSources();
+}
+
+TEST(CANCommandLine, NamedCatalogueAndLogReplayedAsFastAsPossible)
+{
+    std::unique_ptr<QCommandLineParser> parser(parserFor({QStringLiteral("--dbc"), QStringLiteral("PT=") + sampleCatalogue(),
+        QStringLiteral("--can-log"), sampleLog(), QStringLiteral("--can-speed"), QStringLiteral("max"),
+        QStringLiteral("--can-if"), QStringLiteral("nosuchcan7=PT")}));
+    CapturingLogSink log;
+    QString error;
+    ASSERT_TRUE(CANCommandLine::apply(*parser, QStringLiteral("/nowhere"), &error)) << error.toStdString();
+    EXPECT_EQ(CANDataManager::sourceCount(), 2);
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    // 560 frames in the sample log, all on the one bus.
+    EXPECT_EQ(CANDataManager::busCounters(0).frames, 560u);
+    EXPECT_EQ(CANDataManager::busCounters(0).unknownIds, 0u);
+    EXPECT_TRUE(log.lines().filter(QStringLiteral("ERROR CAN interface nosuchcan7 cannot be read")).size() == 1);
+    // Retrying the interface stays quiet while its failure does not change.
+    CANDataManager::ensureCaptureIsActive();
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    EXPECT_EQ(log.lines().filter(QStringLiteral("ERROR CAN interface nosuchcan7")).size(), 1);
+    CANDataManager::removeSources();
+}
+
+TEST(CANCommandLine, RefusesUnusableValues)
+{
+    const QList<QStringList> bad{
+        {QStringLiteral("--can-log"), QStringLiteral("x.log"), QStringLiteral("--can-speed"), QStringLiteral("fast")},
+        {QStringLiteral("--can-log"), QStringLiteral("x.log"), QStringLiteral("--can-speed"), QStringLiteral("-1")},
+        {QStringLiteral("--can-loop")},
+        {QStringLiteral("--dbc"), QStringLiteral("PT=")},
+        {QStringLiteral("--can-if"), QStringLiteral("=PT")},
+    };
+    for (const QStringList& arguments : bad) {
+        std::unique_ptr<QCommandLineParser> parser(parserFor(arguments));
+        QString error;
+        EXPECT_FALSE(CANCommandLine::apply(*parser, QStringLiteral("/nowhere"), &error)) << arguments.join(' ').toStdString();
+        EXPECT_FALSE(error.isEmpty());
+    }
+}
+
+} // namespace
