@@ -1,5 +1,7 @@
 #include "BenchHost.h"
 
+#include "can/CANCommandLine.h"
+#include "can/CANDataManager.h"
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
 #include "core/Logger.h"
@@ -23,6 +25,7 @@ BenchHost::BenchHost(const BenchOptions& options)
 
 BenchHost::~BenchHost()
 {
+    CANDataManager::removeSources();
     if (mDisplay)
         mDisplay->setRoot(nullptr);
     delete mWindow;
@@ -60,10 +63,18 @@ bool BenchHost::start(QString* error)
 
     if (!mLoader.load(mOptions.pluginPath, error))
         return false;
+    // The catalogue must be there before the plug-in's pages look signals up.
+    if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
+        return false;
 
     mDisplay = std::make_unique<Display>(nullptr, mOptions.size);
     buildApp();
     return true;
+}
+
+QString BenchHost::assetsDirectory() const
+{
+    return mLoader.directory() + QStringLiteral("/assets");
 }
 
 void BenchHost::buildApp()

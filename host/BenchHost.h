@@ -25,6 +25,8 @@ public:
     // reason on bad input.
     bool start(QString* error);
 
+    // The shipped data beside the plug-in (sample CAN catalogue and log, skins, web pages).
+    QString assetsDirectory() const;
     Display* display() const { return mDisplay.get(); }
     AppWindow* window() const { return mWindow; }
     DisplayView* pluginView() const { return mPluginView; }

@@ -1,5 +1,7 @@
 #include "BenchOptions.h"
 
+#include "can/CANCommandLine.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
@@ -7,7 +9,8 @@
 
 bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QString* error)
 {
-    QCommandLineParser parser;
+    options->parser = std::make_shared<QCommandLineParser>();
+    QCommandLineParser& parser = *options->parser;
     parser.setApplicationDescription(QStringLiteral(
         "The car's centre display on a desk: loads a UI plug-in into the application window and\n"
         "lets you drive it by hand, by script, or off screen.\n\n"
@@ -47,6 +50,7 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
          QStringLiteral("Run a script of bench commands (listed above), then exit."),
          QStringLiteral("FILE")},
     });
+    CANCommandLine::addOptions(parser);
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
         return false;

@@ -2,6 +2,9 @@
 
 #include <QSize>
 #include <QStringList>
+#include <memory>
+
+class QCommandLineParser;
 
 // What orvane-bench was asked to do.
 struct BenchOptions {
@@ -13,6 +16,8 @@ struct BenchOptions {
     QString screenshotPath;
     QString dumpPath;
     QString scriptPath;
+    // Kept for the framework services that read their own options (CAN sources).
+    std::shared_ptr<QCommandLineParser> parser;
 };
 
 // Parses the command line. On --help it prints the help and exits 0; on bad usage it prints

@@ -162,6 +162,9 @@ TEST_F(BenchEndToEnd, WithoutAScriptOutputsAreWrittenOnceSettledThenItExits)
     QImage image;
     EXPECT_TRUE(image.load(dir.filePath("shot.png")));
     EXPECT_EQ(image.size(), QSize(1280, 800));
+    // Out of the box the CAN viewer has a catalogue and live traffic.
+    EXPECT_TRUE(run.output.contains("CAN catalogue: 1 buses, 7 messages, 24 signals")) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("CAN capture from traffic generator")) << run.output.toStdString();
 }
 
 TEST_F(BenchEndToEnd, BadInputIsAClearMessageAndANonZeroExit)
@@ -189,6 +192,15 @@ TEST_F(BenchEndToEnd, BadInputIsAClearMessageAndANonZeroExit)
     run = bench({"--offscreen", "--script", file("bad.txt", "wait 10\nset GUI_warpDrive 1\n")});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("bad.txt:2: unknown data value 'GUI_warpDrive'")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--can-speed", "fast"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("orvane-bench: --can-speed wants a number")) << run.output.toStdString();
+
+    // A missing catalogue is logged and the bench runs on without it.
+    run = bench({"--offscreen", "--dbc", "/no/such/bus.dbc", "--dump-views", file("v.json")});
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("/no/such/bus.dbc")) << run.output.toStdString();
 
     run = bench({"--offscreen", "--size", "huge"});
     EXPECT_EQ(run.exitCode, 2);
