@@ -761,6 +761,42 @@ void BrowserImpl::AddRouterScript(const std::string& script) {
 // Requests (I/O thread)
 
 void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params) {
+  std::string frame_id = params["frameId"].str();
+  bool known;
+  {
+    std::lock_guard<std::mutex> l(frames_mutex_);
+    known = frames_.count(frame_id) > 0;
+  }
+  if (!known && frame_id != target_id_ && params["resourceType"].str() == "Document") {
+    // A refused popup's first document can arrive here, before its own session exists.
+    // The UI thread has seen the popup offer by now; it tells the two apart.
+    CefRefPtr<BrowserImpl> self = this;
+    auto shared = std::make_shared<Json>(params);
+    Engine::Get()->PostUi([self, session, shared] {
+      const Json& req = (*shared)["request"];
+      std::string url = req["url"].str() + req["urlFragment"].str();
+      auto& list = self->suppressed_urls_;
+      auto it = std::find(list.begin(), list.end(), url);
+      bool popup = it != list.end();
+      if (popup) list.erase(it);
+      std::shared_ptr<Connection> c = Engine::Get()->conn();
+      c->PostIo([self, session, shared, popup, c] {
+        if (popup) {
+          Json p = Json::object();
+          p.set("requestId", (*shared)["requestId"]);
+          p.set("errorReason", "BlockedByClient");
+          c->Send("Fetch.failRequest", std::move(p), session);
+        } else {
+          self->HandlePaused(session, *shared);
+        }
+      });
+    });
+    return;
+  }
+  HandlePaused(session, params);
+}
+
+void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
   Engine* e = Engine::Get();
   std::shared_ptr<Connection> c = e->conn();
   std::string request_id = params["requestId"].str();
@@ -1235,6 +1271,10 @@ void BrowserImpl::OnWindowOpen(const Json& params) {
     }
   }
   popup_decisions_.push_back(PopupDecision{cancel, info, popup_client});
+  if (cancel) {
+    suppressed_urls_.push_back(params["url"].str());
+    if (suppressed_urls_.size() > 16) suppressed_urls_.erase(suppressed_urls_.begin());
+  }
   if (!popup_waiting_.empty()) {
     auto w = popup_waiting_.front();
     popup_waiting_.pop_front();
@@ -1373,7 +1413,21 @@ void BrowserImpl::SendMouseWheelEvent(const CefMouseEvent& event, int deltaX, in
 }
 
 void BrowserImpl::SendFocusEvent(bool setFocus) {
-  Cmd("Emulation.setFocusEmulationEnabled", Json::object().set("enabled", setFocus));
+  if (setFocus) Cmd("Emulation.setFocusEmulationEnabled", Json::object().set("enabled", true));
+  std::string expr = std::string("window.__vexorEngineFocus&&window.__vexorEngineFocus(") +
+                     (setFocus ? "true" : "false") + ")";
+  CefRefPtr<BrowserImpl> self = this;
+  auto task = [self, expr] {
+    for (auto& c : self->contexts_) {
+      if (!c.second.is_default) continue;
+      Json p = Json::object();
+      p.set("expression", expr);
+      p.set("uniqueContextId", c.first);
+      self->Cmd("Runtime.evaluate", std::move(p), nullptr, c.second.session);
+    }
+  };
+  if (Engine::Get()->OnUiThread()) task();
+  else Engine::Get()->PostUi(task);
 }
 
 // ---------------------------------------------------------------------------------------

@@ -125,6 +125,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   // I/O thread.
   void OnRequestPaused(const std::string& session, const Json& params);
   void OnNavigationStarting(const std::string& session, const Json& params);
+  void HandlePaused(const std::string& session, const Json& params);
 
   // Sends on the main session (or session); cb, if any, runs on the UI thread.
   void Cmd(const std::string& method, Json params,
@@ -207,6 +208,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   std::deque<std::pair<std::string, std::string>> popup_waiting_;  // session, target
 
   char16_t high_surrogate_ = 0;
+  std::vector<std::string> suppressed_urls_;  // popups refused; their document may come here
 
   std::mutex frames_mutex_;
   std::map<std::string, CefRefPtr<FrameImpl>> frames_;

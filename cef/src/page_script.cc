@@ -51,6 +51,26 @@ std::string BuildPageScript() {
     };
   });
 
+  // Chromium offers no way to take focus away from a page: focus out is played here.
+  var engineFocus = true, lastActive = null;
+  var realHasFocus = Document.prototype.hasFocus;
+  Document.prototype.hasFocus = function () {
+    return engineFocus && realHasFocus.call(this);
+  };
+  hidden('__vexorEngineFocus', function (on) {
+    if (on === engineFocus) return;
+    engineFocus = on;
+    if (!on) {
+      lastActive = document.activeElement;
+      if (lastActive && lastActive !== document.body && lastActive.blur) lastActive.blur();
+      window.dispatchEvent(new FocusEvent('blur'));
+    } else {
+      window.dispatchEvent(new FocusEvent('focus'));
+      if (lastActive && lastActive.isConnected && lastActive.focus) lastActive.focus();
+      lastActive = null;
+    }
+    setTimeout(checkFocus, 0);
+  });
   var textTypes = {'': 1, text: 1, search: 1, url: 1, tel: 1, email: 1, password: 1,
                    number: 1, date: 1, 'datetime-local': 1, month: 1, time: 1, week: 1};
   var editable = function (el) {

@@ -61,7 +61,11 @@ class Fresh : public ::testing::Test {
     c = new TestClient;
     ASSERT_TRUE(c->Create("")) << "no OnAfterCreated";
   }
-  void TearDown() override { c->Close(); }
+  void TearDown() override {
+    if (HasFailure())
+      for (auto& l : c->Log()) fprintf(stderr, "  | %s\n", l.c_str());
+    c->Close();
+  }
   CefRefPtr<TestClient> c;
 };
 

@@ -5,7 +5,9 @@
 #include <X11/extensions/shape.h>
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <dirent.h>
 #include <poll.h>
+#include <cstring>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -226,7 +228,8 @@ bool TestClient::OnProcessMessageReceived(CefRefPtr<CefBrowser> b, CefProcessId 
   if (message->GetName().ToString() == "renderer.focused_node_changed" && args->GetSize() == 1)
     line += args->GetBool(0) ? " true" : " false";
   Note(line);
-  if (on_message) return on_message(message);
+  if (on_message && on_message(message)) return true;
+  if (router && router->OnProcessMessageReceived(b, source, message)) return true;
   (void)b;
   (void)source;
   return false;
@@ -283,8 +286,9 @@ bool TestClient::DoClose(CefRefPtr<CefBrowser>) {
   return refuse_close;
 }
 
-void TestClient::OnBeforeClose(CefRefPtr<CefBrowser>) {
+void TestClient::OnBeforeClose(CefRefPtr<CefBrowser> b) {
   CheckUi();
+  if (router) router->OnBeforeClose(b);
   before_close = true;
   Note("beforeclose");
 }
@@ -328,10 +332,11 @@ void TestClient::OnLoadError(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame,
        std::to_string(errorCode) + " " + errorText.ToString() + " " + failedUrl.ToString());
 }
 
-bool TestClient::OnBeforeBrowse(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame,
+bool TestClient::OnBeforeBrowse(CefRefPtr<CefBrowser> browser, CefRefPtr<CefFrame> frame,
                                 CefRefPtr<CefRequest> request, bool, bool) {
   CheckUi();
   Note(std::string("browse ") + (frame->IsMain() ? "main " : "sub ") + request->GetURL().ToString());
+  if (router) router->OnBeforeBrowse(browser, frame);
   return false;
 }
 
@@ -347,8 +352,9 @@ CefRequestHandler::ReturnValue TestClient::OnBeforeResourceLoad(
   return on_request ? on_request(request) : RV_CONTINUE;
 }
 
-void TestClient::OnRenderProcessTerminated(CefRefPtr<CefBrowser>, TerminationStatus status) {
+void TestClient::OnRenderProcessTerminated(CefRefPtr<CefBrowser> b, TerminationStatus status) {
   CheckUi();
+  if (router) router->OnRenderProcessTerminated(b);
   termination_status = status;
   ++terminations;
   Note("terminated " + std::to_string(status));
@@ -408,9 +414,17 @@ bool TestClient::Create(const std::string& url, int width, int height) {
 bool TestClient::Load(const std::string& url, int timeout_ms) {
   int ends = main_load_ends, errors = main_load_errors;
   browser->GetMainFrame()->LoadURL(url);
-  return PumpUntil(
-      [&] { return (main_load_ends > ends || main_load_errors > errors) && !loading; },
-      timeout_ms);
+  if (!PumpUntil(
+          [&] { return (main_load_ends > ends || main_load_errors > errors) && !loading; },
+          timeout_ms))
+    return false;
+  // Chromium drops input until a page has painted once.
+  if (main_load_ends > ends) Eval("1", 3000);
+  static int frames = 0;
+  std::string tag = "PAINTED" + std::to_string(++frames);
+  browser->GetMainFrame()->ExecuteJavaScript(
+      "requestAnimationFrame(() => requestAnimationFrame(() => console.log('" + tag + "')))", "", 0);
+  return main_load_errors > errors || WaitForLog(tag, 5000);
 }
 
 std::string TestClient::Eval(const std::string& expression, int timeout_ms) {
@@ -482,6 +496,111 @@ void LowerAndShapeWindow(unsigned long window) {
   XRectangle r = {0, 0, 100, 100};
   XShapeCombineRectangles(Dpy(), window, ShapeInput, 0, 0, &r, 1, ShapeSet, Unsorted);
   XSync(Dpy(), False);
+}
+
+int CountMappedTopLevels() {
+  int count = 0;
+  for (unsigned long w : WindowChildren(DefaultRootWindow(Dpy()))) {
+    XWindowAttributes a;
+    if (XGetWindowAttributes(Dpy(), w, &a) && a.map_state == IsViewable) ++count;
+  }
+  return count;
+}
+
+int ChromiumPidOf(unsigned long browser_window) {
+  Atom pid_atom = XInternAtom(Dpy(), "_NET_WM_PID", False);
+  for (unsigned long w : WindowChildren(browser_window)) {
+    Atom type;
+    int format;
+    unsigned long n, after;
+    unsigned char* data = nullptr;
+    int pid = 0;
+    if (XGetWindowProperty(Dpy(), w, pid_atom, 0, 1, False, XA_CARDINAL, &type, &format, &n,
+                           &after, &data) == Success && data && n == 1)
+      pid = static_cast<int>(*reinterpret_cast<unsigned long*>(data));
+    if (data) XFree(data);
+    if (pid) return pid;
+  }
+  return 0;
+}
+
+namespace {
+int ParentPid(int pid) {
+  FILE* f = fopen(("/proc/" + std::to_string(pid) + "/stat").c_str(), "r");
+  if (!f) return 0;
+  char buf[1024];
+  size_t n = fread(buf, 1, sizeof buf - 1, f);
+  fclose(f);
+  buf[n] = 0;
+  const char* close_paren = strrchr(buf, ')');
+  if (!close_paren) return 0;
+  char state;
+  int ppid = 0;
+  sscanf(close_paren + 2, "%c %d", &state, &ppid);
+  return ppid;
+}
+std::string Cmdline(int pid) {
+  FILE* f = fopen(("/proc/" + std::to_string(pid) + "/cmdline").c_str(), "r");
+  if (!f) return std::string();
+  std::string out;
+  char buf[4096];
+  size_t n;
+  while ((n = fread(buf, 1, sizeof buf, f)) > 0) out.append(buf, n);
+  fclose(f);
+  return out;
+}
+}  // namespace
+
+std::vector<int> RendererPids(int chromium_pid) {
+  std::vector<int> out;
+  DIR* d = opendir("/proc");
+  if (!d) return out;
+  while (dirent* e = readdir(d)) {
+    int pid = atoi(e->d_name);
+    if (pid <= 0) continue;
+    if (Cmdline(pid).find("--type=renderer") == std::string::npos) continue;
+    for (int p = ParentPid(pid), depth = 0; p > 1 && depth < 5; p = ParentPid(p), ++depth) {
+      if (p == chromium_pid) {
+        out.push_back(pid);
+        break;
+      }
+    }
+  }
+  closedir(d);
+  return out;
+}
+
+void PressKey(CefRefPtr<CefBrowser> browser, int vk, char16_t ch, uint32_t modifiers) {
+  CefKeyEvent e;
+  e.windows_key_code = vk;
+  e.native_key_code = vk;
+  e.character = e.unmodified_character = ch;
+  e.modifiers = modifiers;
+  e.type = KEYEVENT_RAWKEYDOWN;
+  browser->GetHost()->SendKeyEvent(e);
+  e.type = KEYEVENT_CHAR;
+  browser->GetHost()->SendKeyEvent(e);
+  e.type = KEYEVENT_KEYUP;
+  browser->GetHost()->SendKeyEvent(e);
+}
+
+void TypeText(CefRefPtr<CefBrowser> browser, const std::u16string& text) {
+  for (char16_t ch : text) {
+    int vk = 0;
+    if (ch >= 'a' && ch <= 'z') vk = ch - 'a' + 'A';
+    else if ((ch >= 'A' && ch <= 'Z') || (ch >= '0' && ch <= '9') || ch == ' ') vk = ch;
+    PressKey(browser, vk, ch, (ch >= 'A' && ch <= 'Z') ? EVENTFLAG_SHIFT_DOWN : 0);
+  }
+}
+
+void Click(CefRefPtr<CefBrowser> browser, int x, int y, int button) {
+  CefMouseEvent e;
+  e.x = x;
+  e.y = y;
+  MouseButtonType b = static_cast<MouseButtonType>(button);
+  browser->GetHost()->SendMouseMoveEvent(e, false);
+  browser->GetHost()->SendMouseClickEvent(e, b, false, 1);
+  browser->GetHost()->SendMouseClickEvent(e, b, true, 0);
 }
 
 int CountChromiumTopLevels() {

@@ -141,6 +141,7 @@ class TestClient : public CefClient,
 
   std::atomic<bool> intercept{true};
   CefRefPtr<CefBrowser> browser;
+  CefRefPtr<CefMessageRouterBrowserSide> router;
   std::mutex mutex;  // guards what the I/O thread touches
   std::vector<std::string> log;  // "event detail" lines
   std::vector<std::pair<std::string, int>> requests;  // url, resource type
@@ -187,6 +188,17 @@ void ResizeWindow(unsigned long window, int w, int h);
 void LowerAndShapeWindow(unsigned long window);
 // Mapped top-level windows that Chromium's process owns.
 int CountChromiumTopLevels();
+// Mapped top-level windows of any kind (menus and bubbles are override-redirect ones).
+int CountMappedTopLevels();
+// The pid of the Chromium that shows this browser window, from its X window.
+int ChromiumPidOf(unsigned long browser_window);
+// Pids of the renderer processes below that Chromium.
+std::vector<int> RendererPids(int chromium_pid);
+// Types text as the plug-in does: raw key down, char, key up per UTF-16 unit.
+void TypeText(CefRefPtr<CefBrowser> browser, const std::u16string& text);
+void PressKey(CefRefPtr<CefBrowser> browser, int windows_key_code, char16_t character,
+              uint32_t modifiers = 0);
+void Click(CefRefPtr<CefBrowser> browser, int x, int y, int button = 0);
 
 }  // namespace testing_support
 
