@@ -325,6 +325,16 @@ BrowserImpl::BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInf
 
 BrowserImpl::~BrowserImpl() {}
 
+std::string BrowserImpl::TargetId() {
+  std::lock_guard<std::mutex> l(frames_mutex_);
+  return target_id_;
+}
+
+void BrowserImpl::SetTargetId(const std::string& id) {
+  std::lock_guard<std::mutex> l(frames_mutex_);
+  target_id_ = id;
+}
+
 void BrowserImpl::Cmd(const std::string& method, Json params,
                       std::function<void(const Json&, const Json&)> cb,
                       const std::string& session) {
@@ -358,7 +368,7 @@ void BrowserImpl::BeginCreation(const std::string& popup_target,
         Engine::Get()->PostUi([self, id, popup_target, popup_session] {
           self->container_ = id;
           if (!popup_session.empty()) {
-            self->target_id_ = popup_target;
+            self->SetTargetId(popup_target);
             self->OnAttached(popup_session);
           } else {
             self->Recreate();
@@ -369,6 +379,7 @@ void BrowserImpl::BeginCreation(const std::string& popup_target,
 
 void BrowserImpl::Recreate() {
   CefRefPtr<BrowserImpl> self = this;
+  SetTargetId(std::string());
   blank_start_ = true;
   history_floor_ = 1;
   needs_target_ = false;
@@ -385,7 +396,7 @@ void BrowserImpl::Recreate() {
           self->OnTargetCreateFailed(err.isString() ? err.str() : err["message"].str());
           return;
         }
-        self->target_id_ = r["targetId"].str();
+        self->SetTargetId(r["targetId"].str());
         std::string early = Engine::Get()->TakeEarlyAttach(self->target_id_);
         if (!early.empty()) self->OnAttached(early);
       },
@@ -667,7 +678,8 @@ CefRefPtr<FrameImpl> BrowserImpl::FrameFor(const std::string& cdp_id) {
 }
 
 CefRefPtr<CefFrame> BrowserImpl::GetMainFrame() {
-  if (target_id_.empty()) {
+  std::string target = TargetId();
+  if (target.empty()) {
     // No page yet: a main frame that stays the main frame once the page exists.
     std::lock_guard<std::mutex> l(frames_mutex_);
     auto it = frames_.find(std::string());
@@ -676,7 +688,7 @@ CefRefPtr<CefFrame> BrowserImpl::GetMainFrame() {
     frames_[std::string()] = f;
     return f.get();
   }
-  return FrameFor(target_id_).get();
+  return FrameFor(target).get();
 }
 
 CefRefPtr<CefFrame> BrowserImpl::GetFocusedFrame() {
@@ -761,13 +773,14 @@ void BrowserImpl::AddRouterScript(const std::string& script) {
 // Requests (I/O thread)
 
 void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params) {
+  const std::string target = TargetId();
   std::string frame_id = params["frameId"].str();
   bool known;
   {
     std::lock_guard<std::mutex> l(frames_mutex_);
     known = frames_.count(frame_id) > 0;
   }
-  if (!known && frame_id != target_id_ && params["resourceType"].str() == "Document") {
+  if (!known && frame_id != target && params["resourceType"].str() == "Document") {
     // A refused popup's first document can arrive here, before its own session exists.
     // The UI thread has seen the popup offer by now; it tells the two apart.
     CefRefPtr<BrowserImpl> self = this;
@@ -797,6 +810,7 @@ void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params
 }
 
 void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
+  const std::string target = TargetId();
   Engine* e = Engine::Get();
   std::shared_ptr<Connection> c = e->conn();
   std::string request_id = params["requestId"].str();
@@ -809,7 +823,7 @@ void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
   }
   std::string frame_id = params["frameId"].str();
   cef_resource_type_t type =
-      ResourceTypeFor(params["resourceType"].str(), frame_id == target_id_, url);
+      ResourceTypeFor(params["resourceType"].str(), frame_id == target, url);
   CefRefPtr<RequestImpl> request =
       new RequestImpl(url, req["method"].str(), req["headers"]["Referer"].str(), type,
                       type == RT_MAIN_FRAME ? TT_EXPLICIT : TT_LINK);
@@ -821,6 +835,7 @@ void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
 }
 
 void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& params) {
+  const std::string target = TargetId();
   std::string url = params["url"].str();
   if (!request_handler_ || !IsInternalPage(url)) return;
   {
@@ -832,7 +847,7 @@ void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& p
   }
   std::string frame_id = params["frameId"].str();
   CefRefPtr<RequestImpl> req = new RequestImpl(
-      url, "GET", std::string(), frame_id == target_id_ ? RT_MAIN_FRAME : RT_SUB_FRAME, TT_LINK);
+      url, "GET", std::string(), frame_id == target ? RT_MAIN_FRAME : RT_SUB_FRAME, TT_LINK);
   struct Ignore : public CefRequestCallback {
     void Continue(bool) override {}
     void Cancel() override {}
@@ -1532,6 +1547,12 @@ void BrowserImpl::OnChromiumGone(TerminationStatus status) {
   chromium_window_ = 0;
   needs_target_ = true;
   DropSessionState();
+  {
+    // A new page means new frames, the main one included.
+    std::lock_guard<std::mutex> l(frames_mutex_);
+    for (auto& f : frames_) f.second->Invalidate();
+    frames_.clear();
+  }
   SetLoading(false);
   if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
 }

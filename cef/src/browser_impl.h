@@ -121,6 +121,9 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void ExecuteInFrame(const std::string& frame_cdp_id, const std::string& code);
   CefRefPtr<FrameImpl> FrameFor(const std::string& cdp_id);  // any thread; makes it if new
   std::string pending_url() const { return pending_url_; }
+  // Any thread. The UI thread, the only writer, may read target_id_ directly.
+  std::string TargetId();
+  void SetTargetId(const std::string& id);
 
   // I/O thread.
   void OnRequestPaused(const std::string& session, const Json& params);

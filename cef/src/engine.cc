@@ -136,19 +136,22 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
   return true;
 }
 
-bool Engine::StartChromium(std::string* error) {
+std::shared_ptr<Connection> Engine::Spawn(std::string* error) {
   auto c = std::make_shared<Connection>();
-  if (!c->Launch(launcher_, switches_, error)) return false;
+  if (!c->Launch(launcher_, switches_, error)) return nullptr;
   std::weak_ptr<Connection> weak = c;
   c->Start(
       [this](const std::string& m, Json p, const std::string& s) { OnIoEvent(m, std::move(p), s); },
-      [this](int status) { PostUi([this, status] { OnChromiumDied(status); }); });
-  Json version;
-  if (!c->SendSync("Browser.getVersion", Json::object(), start_timeout_ms_, &version, error)) {
-    *error = "Chromium did not answer (" + *error + ")";
-    c->Shutdown(500);
-    return false;
-  }
+      [this, weak](int status) {
+        PostUi([this, weak, status] {
+          // Only the current Chromium's death matters; a replaced one was given up already.
+          if (weak.lock() == conn()) OnChromiumDied(status);
+        });
+      });
+  return c;
+}
+
+void Engine::Adopt(std::shared_ptr<Connection> c, const Json& version) {
   if (user_agent_.empty()) user_agent_ = version["userAgent"].str();
   c->Send("Target.setDiscoverTargets", Json::object().set("discover", true));
   Json aa = Json::object();
@@ -159,6 +162,18 @@ bool Engine::StartChromium(std::string* error) {
   std::lock_guard<std::mutex> lock(conn_mutex_);
   if (conn_) dead_conns_.push_back(conn_);
   conn_ = c;
+}
+
+bool Engine::StartChromium(std::string* error) {
+  std::shared_ptr<Connection> c = Spawn(error);
+  if (!c) return false;
+  Json version;
+  if (!c->SendSync("Browser.getVersion", Json::object(), start_timeout_ms_, &version, error)) {
+    *error = "Chromium did not answer (" + *error + ")";
+    c->Shutdown(500);
+    return false;
+  }
+  Adopt(c, version);
   return true;
 }
 
@@ -166,27 +181,47 @@ void Engine::EnsureChromium() {
   if (restarting_ || chromium_alive()) return;
   restarting_ = true;
   x_.ForgetAll();
-  // Start-up blocks, but only as long as Chromium takes to answer; the caller asked for it.
   std::string error;
-  bool ok = StartChromium(&error);
-  restarting_ = false;
-  if (!ok) {
-    VLOG_ERROR("Chromium could not be restarted: " << error);
-    for (auto& b : browsers_) {
-      std::string url = b->pending_url();
-      if (url.empty() || b->closed()) continue;
-      if (CefRefPtr<CefClient> c = b->GetClient()) {
-        if (CefRefPtr<CefLoadHandler> h = c->GetLoadHandler())
-          h->OnLoadError(b.get(), b->GetMainFrame(), ERR_FAILED, "net::ERR_FAILED", url);
-      }
-    }
+  std::shared_ptr<Connection> c = Spawn(&error);
+  if (!c) {
+    RestartFailed(error);
     return;
   }
+  auto answered = std::make_shared<std::atomic<bool>>(false);
+  c->Send("Browser.getVersion", Json::object(), std::string(),
+          [this, c, answered](const Json& r, const Json& err) {
+            if (answered->exchange(true)) return;
+            PostUi([this, c, r, err] {
+              if (!err.isNull()) {
+                c->Shutdown(200);
+                RestartFailed("Chromium exited at start");
+                return;
+              }
+              restarting_ = false;
+              Adopt(c, r);
+              for (auto& b : browsers_)
+                if (!b->closed()) creation_queue_.push_back(b);
+              StartNextCreation();
+            });
+          });
+  PostUiDelayed(start_timeout_ms_, [this, c, answered] {
+    if (answered->exchange(true)) return;
+    c->Shutdown(200);
+    RestartFailed("Chromium did not answer in time");
+  });
+}
+
+void Engine::RestartFailed(const std::string& why) {
+  restarting_ = false;
+  VLOG_ERROR("Chromium could not be restarted: " << why);
   for (auto& b : browsers_) {
-    if (b->closed()) continue;
-    creation_queue_.push_back(b);
+    std::string url = b->pending_url();
+    if (url.empty() || b->closed()) continue;
+    if (CefRefPtr<CefClient> c = b->GetClient()) {
+      if (CefRefPtr<CefLoadHandler> h = c->GetLoadHandler())
+        h->OnLoadError(b.get(), b->GetMainFrame(), ERR_FAILED, "net::ERR_FAILED", url);
+    }
   }
-  StartNextCreation();
 }
 
 void Engine::Shutdown() {
