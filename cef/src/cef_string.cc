@@ -125,15 +125,18 @@ int cef_string_utf8_to_utf16(const char* src, size_t src_len, cef_string_utf16_t
     else if ((c & 0xF8) == 0xF0) { cp = c & 0x07; extra = 3; }
     else { valid = false; PushUtf16(s, 0xFFFD); ++i; continue; }
     bool bad = false;
+    int good = 0;  // continuation bytes that belonged to the broken sequence
     for (int k = 1; k <= extra; ++k) {
       if (i + k >= src_len || (p[i + k] & 0xC0) != 0x80) { bad = true; break; }
       cp = (cp << 6) | (p[i + k] & 0x3F);
+      ++good;
     }
     static const unsigned kMin[] = {0, 0x80, 0x800, 0x10000};
     if (bad || cp < kMin[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp < 0xE000)) {
+      // One replacement per broken sequence, as browsers decode it.
       valid = false;
       PushUtf16(s, 0xFFFD);
-      ++i;
+      i += bad ? 1 + good : 1;
       continue;
     }
     PushUtf16(s, cp);

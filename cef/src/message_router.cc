@@ -221,8 +221,7 @@ void CallbackImpl::Success(const CefString& response) {
     if (self->router_) self->router_->Answer(self->browser_id_, self->query_id_, true, text, 0);
   };
   auto* e = vexorcef::Engine::Get();
-  if (!e) return;
-  if (e->OnUiThread()) run();
+  if (!e || e->OnUiThread()) run();
   else e->PostUi(run);
 }
 
@@ -234,8 +233,7 @@ void CallbackImpl::Failure(int error_code, const CefString& error_message) {
       self->router_->Answer(self->browser_id_, self->query_id_, false, text, error_code);
   };
   auto* e = vexorcef::Engine::Get();
-  if (!e) return;
-  if (e->OnUiThread()) run();
+  if (!e || e->OnUiThread()) run();
   else e->PostUi(run);
 }
 
