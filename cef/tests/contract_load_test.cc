@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "include/cef_app.h"
+#include "include/cef_cookie.h"
 #include "include/cef_task.h"
 #include "test_support.h"
 
@@ -89,6 +90,18 @@ TEST(Start, InitializeMapsSettingsAndRunsTheApplicationHooksOnTheUiThread) {
   EXPECT_EQ(c->Eval("navigator.userAgent"), "VexorTest/1.0 (X11; Linux)");
   EXPECT_EQ(c->Eval("navigator.languages[0]"), "fr-FR");
   c->Close();
+
+  struct Done : public CefCompletionCallback {
+    void OnComplete() override { on_ui = CefCurrentlyOn(TID_UI); done = true; }
+    bool done = false, on_ui = false;
+    IMPLEMENT_REFCOUNTING(Done);
+  };
+  CefRefPtr<Done> done = new Done;
+  CefRefPtr<CefCookieManager> cookies = CefCookieManager::GetGlobalManager(nullptr);
+  ASSERT_TRUE(cookies);
+  cookies->SetSupportedSchemes({"http", "https"}, done.get());
+  ASSERT_TRUE(PumpUntil([&] { return done->done; }));
+  EXPECT_TRUE(done->on_ui);
 }
 
 TEST(Browser, CreationIsAsynchronousAndCallbacksComeOnTheUiThread) {
@@ -347,6 +360,78 @@ TEST_F(Fresh, InternalPagesReachTheHandlerAndStopWhenCancelled) {
   c->on_request = nullptr;
   ASSERT_TRUE(c->Load("chrome://version/"));
   EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), "chrome://version/");
+}
+
+TEST_F(Fresh, ThePdfViewersOwnRequestsReachTheHandler) {
+  std::string pdf = "%PDF-1.4\n";
+  std::vector<size_t> offsets;
+  const char* objects[] = {
+      "1 0 obj << /Type /Catalog /Pages 2 0 R >> endobj\n",
+      "2 0 obj << /Type /Pages /Kids [3 0 R] /Count 1 >> endobj\n",
+      "3 0 obj << /Type /Page /Parent 2 0 R /MediaBox [0 0 200 200] >> endobj\n"};
+  for (const char* o : objects) {
+    offsets.push_back(pdf.size());
+    pdf += o;
+  }
+  size_t xref = pdf.size();
+  pdf += "xref\n0 4\n0000000000 65535 f \n";
+  for (size_t off : offsets) {
+    char line[32];
+    snprintf(line, sizeof line, "%010zu 00000 n \n", off);
+    pdf += line;
+  }
+  pdf += "trailer << /Size 4 /Root 1 0 R >>\nstartxref\n" + std::to_string(xref) + "\n%%EOF\n";
+  g_server->Serve("/doc.pdf", pdf, 200, "application/pdf");
+  ASSERT_TRUE(c->Load(g_server->Url("/doc.pdf")));
+  auto viewer = [&] {
+    std::lock_guard<std::mutex> l(c->mutex);
+    for (auto& r : c->requests)
+      if (r.first.compare(0, 19, "chrome-extension://") == 0) return true;
+    return false;
+  };
+  EXPECT_TRUE(PumpUntil(viewer, 10000)) << ::testing::PrintToString(c->requests);
+}
+
+TEST_F(Fresh, OnBeforeBrowseCanStopANavigation) {
+  g_server->Serve("/here.html", "<title>here</title>");
+  g_server->Serve("/forbidden.html", "<title>forbidden</title>");
+  ASSERT_TRUE(c->Load(g_server->Url("/here.html")));
+  struct Stopper : public TestClient {
+    bool OnBeforeBrowse(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, CefRefPtr<CefRequest> r,
+                        bool, bool) override {
+      return r->GetURL().ToString().find("forbidden") != std::string::npos;
+    }
+  };
+  CefRefPtr<Stopper> s = new Stopper;
+  ASSERT_TRUE(s->Create(""));
+  ASSERT_TRUE(s->Load(g_server->Url("/here.html")));
+  s->browser->GetMainFrame()->LoadURL(g_server->Url("/forbidden.html"));
+  PumpFor(800);
+  EXPECT_EQ(s->Eval("document.title"), "here");
+  s->Close();
+}
+
+TEST(Browser, BrowsersCreatedTogetherEachGetTheirOwnWindow) {
+  CefRefPtr<TestClient> a = new TestClient, b = new TestClient;
+  CefWindowInfo info;
+  info.width = 300;
+  info.height = 200;
+  ASSERT_TRUE(CefBrowserHost::CreateBrowser(info, a.get(), g_server->Url("/t.html"),
+                                            CefBrowserSettings(), nullptr));
+  info.x = 400;
+  ASSERT_TRUE(CefBrowserHost::CreateBrowser(info, b.get(), "", CefBrowserSettings(), nullptr));
+  ASSERT_TRUE(PumpUntil([&] { return a->after_created && b->after_created; }, 20000));
+  unsigned long wa = a->browser->GetHost()->GetWindowHandle();
+  unsigned long wb = b->browser->GetHost()->GetWindowHandle();
+  EXPECT_NE(wa, wb);
+  EXPECT_NE(a->browser->GetIdentifier(), b->browser->GetIdentifier());
+  ASSERT_EQ(WindowChildren(wa).size(), 1u);
+  ASSERT_EQ(WindowChildren(wb).size(), 1u);
+  EXPECT_NE(WindowChildren(wa)[0], WindowChildren(wb)[0]);
+  // The URL given at creation is loaded once the page exists.
+  EXPECT_TRUE(PumpUntil([&] { return a->main_load_ends > 0; }));
+  a->Close();
+  b->Close();
 }
 
 TEST(Closing, ForcedCloseAsksDoCloseThenCloses) {
