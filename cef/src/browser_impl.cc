@@ -878,6 +878,11 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
   if (method == "Target.attachedToTarget") {
     std::string child = params["sessionId"].str();
     std::string type = params["targetInfo"]["type"].str();
+    if (type == "page") {
+      // A window this page opened.
+      OnPopupAttached(child, params["targetInfo"]["targetId"].str());
+      return;
+    }
     child_sessions_.insert(child);
     Engine::Get()->MapSession(child, this);
     SetupSession(child, false, type);

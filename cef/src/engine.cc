@@ -98,6 +98,8 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
       "--disable-background-networking", "--disable-component-update", "--disable-sync",
       "--ozone-platform=x11", "--test-type", "--keep-alive-for-test", "--no-startup-window",
       "--kiosk", "--password-store=basic", "--disable-session-crashed-bubble",
+      // Every window.open reaches OnBeforePopup, which decides; no blocker in between.
+      "--disable-popup-blocking",
       "--disable-features=PreloadTopChromeWebUI,WebUIOmniboxPopup,"
       "SpareRendererForSitePerProcess,Translate,MediaRouter"};
   for (const char* f : kFixed) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "include/cef_app.h"
@@ -92,6 +93,22 @@ TEST_F(Fresh, PopupsAreOfferedFirstAndVanishWhenCancelled) {
   EXPECT_EQ(c->Eval("document.readyState"), "complete");
 }
 
+TEST_F(Fresh, AnAllowedPopupBecomesABrowserOfItsOwn) {
+  g_server->Serve("/opener2.html", "<p>opener</p>");
+  g_server->Serve("/allowed.html", "<title>allowed</title>");
+  ASSERT_TRUE(c->Load(g_server->Url("/opener2.html")));
+  c->on_popup = [](const std::string&) { return false; };
+  c->browser->GetMainFrame()->ExecuteJavaScript("window.open('/allowed.html')", "", 0);
+  ASSERT_TRUE(PumpUntil([&] {
+    for (auto& l : c->Log())
+      if (l.compare(0, 8, "created ") == 0 && l.size() > 6 && l.substr(l.size() - 6) == " popup")
+        return true;
+    return false;
+  }));
+  EXPECT_TRUE(PumpUntil([&] { return g_server->CountRequests("/allowed.html") > 0; }));
+  EXPECT_EQ(c->browser->GetIdentifier(), c->browser->GetIdentifier());
+}
+
 TEST_F(Fresh, DialogsBlockScriptUntilAnsweredLater) {
   g_server->Serve("/dialogs.html", "<p>dialogs</p>");
   ASSERT_TRUE(c->Load(g_server->Url("/dialogs.html")));
@@ -144,6 +161,16 @@ TEST_F(Fresh, NavigatingAwayResetsAnOpenDialog) {
   EXPECT_EQ(c->Eval("document.body.textContent"), "d2");
   pending->Continue(true, CefString());  // late answer: harmless
   EXPECT_EQ(c->Eval("1+2"), "3");
+
+  // Closing the browser resets an open dialog before it goes.
+  c->ClearLog();
+  c->browser->GetMainFrame()->ExecuteJavaScript("alert('closing')", "", 0);
+  ASSERT_TRUE(c->WaitForLog("dialog 0 closing"));
+  c->Close();
+  auto log = c->Log();
+  auto reset = std::find(log.begin(), log.end(), "resetdialog");
+  auto gone = std::find(log.begin(), log.end(), "beforeclose");
+  EXPECT_TRUE(reset != log.end() && gone != log.end() && reset < gone);
 }
 
 TEST_F(Fresh, BeforeUnloadAsksAndCanKeepThePage) {
