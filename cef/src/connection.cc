@@ -8,6 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+extern char** environ;
+
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -24,7 +26,7 @@ Connection::~Connection() {
 }
 
 bool Connection::Launch(const std::string& program, const std::vector<std::string>& args,
-                        std::string* error) {
+                        const std::vector<std::string>& extra_env, std::string* error) {
   int to_child[2], from_child[2];
   if (pipe2(to_child, O_CLOEXEC) != 0 || pipe2(from_child, O_CLOEXEC) != 0) {
     *error = std::string("pipe: ") + strerror(errno);
@@ -36,6 +38,20 @@ bool Connection::Launch(const std::string& program, const std::vector<std::strin
   std::vector<char*> argv;
   for (auto& a : argv_store) argv.push_back(const_cast<char*>(a.c_str()));
   argv.push_back(nullptr);
+  // The environment is built before fork: the child may only exec.
+  std::vector<std::string> env_store;
+  for (char** e = environ; e && *e; ++e) {
+    std::string entry = *e;
+    std::string name = entry.substr(0, entry.find('='));
+    bool replaced = false;
+    for (auto& x : extra_env)
+      if (x.compare(0, name.size() + 1, name + "=") == 0) replaced = true;
+    if (!replaced) env_store.push_back(entry);
+  }
+  env_store.insert(env_store.end(), extra_env.begin(), extra_env.end());
+  std::vector<char*> envp;
+  for (auto& e : env_store) envp.push_back(const_cast<char*>(e.c_str()));
+  envp.push_back(nullptr);
 
   pid_t pid = fork();
   if (pid < 0) {
@@ -51,7 +67,7 @@ bool Connection::Launch(const std::string& program, const std::vector<std::strin
     close(w);
     // A new process group lets shutdown reach Chromium's helpers too.
     setpgid(0, 0);
-    execv(program.c_str(), argv.data());
+    execve(program.c_str(), argv.data(), envp.data());
     _exit(127);
   }
   close(to_child[0]);

@@ -30,8 +30,9 @@ class Connection {
   ~Connection();
 
   // Spawns program with args, fds 3 and 4 being the pipe. False with *error set on failure.
+  // extra_env entries ("NAME=value") replace or add to the inherited environment.
   bool Launch(const std::string& program, const std::vector<std::string>& args,
-              std::string* error);
+              const std::vector<std::string>& extra_env, std::string* error);
   // Starts the I/O thread; events go to sink on that thread, death is reported once.
   void Start(EventSink sink, std::function<void(int wait_status)> on_death);
 

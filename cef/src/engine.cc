@@ -65,6 +65,9 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
   };
   user_agent_ = Str(settings.user_agent);
   accept_language_ = Str(settings.accept_language_list);
+  // Without a list the page's languages follow the locale, as in CEF. (Debian ships the
+  // UI translations apart, so the locale alone would not reach navigator.language.)
+  if (accept_language_.empty()) accept_language_ = Str(settings.locale);
   set_default("user-agent", user_agent_);
   set_default("lang", Str(settings.locale));
   set_default("accept-lang", accept_language_);
@@ -87,6 +90,12 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
   set_default("log-level", level);
   if (sev == LOGSEVERITY_VERBOSE) set_default("v", "1");
 
+  // On Linux Chromium takes its language from the environment, not from --lang.
+  std::string lang = cl->GetSwitchValue("lang").ToString();
+  if (!lang.empty()) {
+    std::replace(lang.begin(), lang.end(), '-', '_');
+    env_.push_back("LANGUAGE=" + lang);
+  }
   std::vector<CefString> argv;
   cl->GetArgv(argv);
   switches_.clear();
@@ -140,7 +149,7 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
 
 std::shared_ptr<Connection> Engine::Spawn(std::string* error) {
   auto c = std::make_shared<Connection>();
-  if (!c->Launch(launcher_, switches_, error)) return nullptr;
+  if (!c->Launch(launcher_, switches_, env_, error)) return nullptr;
   std::weak_ptr<Connection> weak = c;
   c->Start(
       [this](const std::string& m, Json p, const std::string& s) { OnIoEvent(m, std::move(p), s); },

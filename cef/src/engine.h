@@ -97,6 +97,7 @@ class Engine {
 
   std::string launcher_;
   std::vector<std::string> switches_;
+  std::vector<std::string> env_;
   std::string temp_profile_;
   std::string user_agent_;
   std::string accept_language_;

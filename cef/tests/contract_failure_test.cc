@@ -59,6 +59,31 @@ TEST(StartFailure, ChromiumThatNeverAnswersTimesOut) {
   rmdir(dir);
 }
 
+TEST(Settings, LocaleAndProfileFolderReachChromium) {
+  char dir[] = "/tmp/vexor-cef-profile-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  CefSettings settings;
+  CefString(&settings.browser_subprocess_path) = LauncherPath();
+  CefString(&settings.user_data_path) = std::string(dir);
+  CefString(&settings.cache_path) = std::string(dir);
+  CefString(&settings.locale) = "de-DE";
+  settings.log_severity = LOGSEVERITY_DISABLE;
+  char* argv[] = {const_cast<char*>("test"), nullptr};
+  ASSERT_TRUE(CefInitialize(CefMainArgs(1, argv), settings, nullptr, nullptr));
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create(""));
+  g_server->Serve("/lang.html", "<p>lang</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/lang.html")));
+  EXPECT_EQ(c->Eval("navigator.language"), "de-DE");
+  c->Close();
+  CefShutdown();
+  struct stat st;
+  EXPECT_EQ(stat((std::string(dir) + "/Local State").c_str(), &st), 0)
+      << "Chromium did not use the profile folder";
+  std::string rm = std::string("rm -rf ") + dir;
+  EXPECT_EQ(system(rm.c_str()), 0);
+}
+
 TEST(ChromiumDeath, BrowsersLearnOfItAndTheNextLoadBringsChromiumBack) {
   std::string why;
   ASSERT_TRUE(StartEngine(nullptr, &why)) << why;
