@@ -778,35 +778,49 @@ void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params
   bool known;
   {
     std::lock_guard<std::mutex> l(frames_mutex_);
-    known = frames_.count(frame_id) > 0;
+    known = subframes_.count(frame_id) > 0;
   }
   if (!known && frame_id != target && params["resourceType"].str() == "Document") {
     // A refused popup's first document can arrive here, before its own session exists.
     // The UI thread has seen the popup offer by now; it tells the two apart.
     CefRefPtr<BrowserImpl> self = this;
     auto shared = std::make_shared<Json>(params);
-    Engine::Get()->PostUi([self, session, shared] {
-      const Json& req = (*shared)["request"];
-      std::string url = req["url"].str() + req["urlFragment"].str();
-      auto& list = self->suppressed_urls_;
-      auto it = std::find(list.begin(), list.end(), url);
-      bool popup = it != list.end();
-      if (popup) list.erase(it);
-      std::shared_ptr<Connection> c = Engine::Get()->conn();
-      c->PostIo([self, session, shared, popup, c] {
-        if (popup) {
-          Json p = Json::object();
-          p.set("requestId", (*shared)["requestId"]);
-          p.set("errorReason", "BlockedByClient");
-          c->Send("Fetch.failRequest", std::move(p), session);
-        } else {
-          self->HandlePaused(session, *shared);
-        }
-      });
+    Engine::Get()->PostUi([self, session, shared, frame_id] {
+      bool known;
+      {
+        std::lock_guard<std::mutex> l(self->frames_mutex_);
+        known = self->subframes_.count(frame_id) > 0;
+      }
+      self->held_docs_[frame_id] = HeldDocument{session, shared};
+      auto refused = self->popup_refused_.find(frame_id);
+      if (known || refused != self->popup_refused_.end()) {
+        self->ReleaseHeld(frame_id, !known && refused->second);
+        return;
+      }
+      Engine::Get()->PostUiDelayed(3000, [self, frame_id] { self->ReleaseHeld(frame_id, false); });
     });
     return;
   }
   HandlePaused(session, params);
+}
+
+void BrowserImpl::ReleaseHeld(const std::string& frame_id, bool fail) {
+  auto it = held_docs_.find(frame_id);
+  if (it == held_docs_.end()) return;
+  HeldDocument held = it->second;
+  held_docs_.erase(it);
+  std::shared_ptr<Connection> c = Engine::Get()->conn();
+  CefRefPtr<BrowserImpl> self = this;
+  c->PostIo([self, held, fail, c] {
+    if (fail) {
+      Json p = Json::object();
+      p.set("requestId", (*held.params)["requestId"]);
+      p.set("errorReason", "BlockedByClient");
+      c->Send("Fetch.failRequest", std::move(p), held.session);
+    } else {
+      self->HandlePaused(held.session, *held.params);
+    }
+  });
 }
 
 void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
@@ -897,6 +911,11 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
   if (method == "Page.frameAttached") {
     CefRefPtr<FrameImpl> f = FrameFor(params["frameId"].str());
     f->set_parent(params["parentFrameId"].str());
+    {
+      std::lock_guard<std::mutex> l(frames_mutex_);
+      subframes_.insert(params["frameId"].str());
+    }
+    ReleaseHeld(params["frameId"].str(), false);
     return;
   }
   if (method == "Page.frameDetached") {
@@ -984,7 +1003,11 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
     CefRefPtr<FrameImpl> frame = FrameFor(id);
     frame->set_url(unreachable.empty() ? url : unreachable);
     frame->set_name(fr["name"].str());
-    if (fr.has("parentId")) frame->set_parent(fr["parentId"].str());
+    if (fr.has("parentId")) {
+      frame->set_parent(fr["parentId"].str());
+      std::lock_guard<std::mutex> l(frames_mutex_);
+      subframes_.insert(id);
+    }
     bool is_main = id == target_id_;
     if (is_main) {
       title_since_commit_ = false;
@@ -1182,6 +1205,10 @@ void BrowserImpl::OnBinding(const std::string& session, const Json& params) {
     OnContextMenu(frame_id, msg);
     return;
   }
+  if (kind == "open") {
+    OnScriptOpen(frame_id, msg);
+    return;
+  }
   if (kind == "close") {
     if (frame_id != target_id_ || closing_) return;
     bool keep = false;
@@ -1291,15 +1318,33 @@ void BrowserImpl::OnWindowOpen(const Json& params) {
     }
   }
   popup_decisions_.push_back(PopupDecision{cancel, info, popup_client});
-  if (cancel) {
-    suppressed_urls_.push_back(params["url"].str());
-    if (suppressed_urls_.size() > 16) suppressed_urls_.erase(suppressed_urls_.begin());
-  }
+
   if (!popup_waiting_.empty()) {
     auto w = popup_waiting_.front();
     popup_waiting_.pop_front();
     OnPopupAttached(w.first, w.second);
   }
+}
+
+void BrowserImpl::OnScriptOpen(const std::string& frame_cdp_id, const Json& msg) {
+  if (closing_ || !client_) return;
+  CefRefPtr<CefClient> popup_client = client_;
+  CefWindowInfo info;
+  CefBrowserSettings settings;
+  bool cancel = false;
+  if (CefRefPtr<CefLifeSpanHandler> h = client_->GetLifeSpanHandler()) {
+    CefPopupFeatures features;
+    bool no_js = false;
+    bool has_features = !msg["features"].str().empty();
+    cancel = h->OnBeforePopup(this, FrameFor(frame_cdp_id).get(), msg["url"].str(),
+                              msg["name"].str(),
+                              has_features ? WOD_NEW_POPUP : WOD_NEW_FOREGROUND_TAB,
+                              msg["gesture"].boolean(), features, info, popup_client, settings,
+                              &no_js);
+  }
+  if (!cancel)
+    Engine::Get()->CreateBrowser(info, popup_client, msg["url"].str(), true, std::string(),
+                                 std::string());
 }
 
 void BrowserImpl::OnPopupAttached(const std::string& session, const std::string& target_id) {
@@ -1309,6 +1354,8 @@ void BrowserImpl::OnPopupAttached(const std::string& session, const std::string&
   }
   PopupDecision d = popup_decisions_.front();
   popup_decisions_.pop_front();
+  popup_refused_[target_id] = d.cancel;
+  ReleaseHeld(target_id, d.cancel);
   if (d.cancel) SuppressPopup(session, target_id);
   else Engine::Get()->CreateBrowser(d.info, d.client, std::string(), true, target_id, session);
 }
@@ -1494,10 +1541,11 @@ void BrowserImpl::Destroy() {
   Engine* e = Engine::Get();
   if (!target_id_.empty() && !session_.empty())
     Cmd("Target.closeTarget", Json::object().set("targetId", target_id_), nullptr, std::string());
-  if (container_) e->x().DestroyContainer(container_);
   CefRefPtr<BrowserImpl> self = this;
-  e->PostUi([self] {
+  // OnBeforeClose follows once the window is really gone.
+  auto finish = [self] {
     Engine* eng = Engine::Get();
+    if (!eng) return;
     if (!self->session_.empty()) eng->UnmapSession(self->session_);
     for (auto& s : self->child_sessions_) eng->UnmapSession(s);
     if (self->client_) {
@@ -1511,7 +1559,14 @@ void BrowserImpl::Destroy() {
       self->frames_.clear();
     }
     eng->BrowserClosed(self.get());
-  });
+  };
+  if (container_) {
+    e->x().DestroyContainer(container_, [finish] {
+      if (Engine* eng = Engine::Get()) eng->PostUi(finish);
+    });
+  } else {
+    e->PostUi(finish);
+  }
 }
 
 void BrowserImpl::DropSessionState() {

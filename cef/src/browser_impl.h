@@ -149,6 +149,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnDialogOpening(const std::string& session, const Json& params);
   void OnDialogClosed();
   void OnWindowOpen(const Json& params);
+  void OnScriptOpen(const std::string& frame_cdp_id, const Json& msg);
   void OnContextMenu(const std::string& frame_cdp_id, const Json& msg);
   void Destroy();
   void ResetDialog();
@@ -211,7 +212,17 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   std::deque<std::pair<std::string, std::string>> popup_waiting_;  // session, target
 
   char16_t high_surrogate_ = 0;
-  std::vector<std::string> suppressed_urls_;  // popups refused; their document may come here
+  // A document of a frame this browser does not know yet may be a popup's first load, which
+  // Chromium can pause on the opener's session before the popup is offered or attached.
+  // It waits here until the frame turns out to be an iframe or a popup (or for a while).
+  struct HeldDocument {
+    std::string session;
+    std::shared_ptr<Json> params;
+  };
+  std::map<std::string, HeldDocument> held_docs_;
+  std::set<std::string> subframes_;  // iframes seen attached; under frames_mutex_
+  std::map<std::string, bool> popup_refused_;  // popup target -> refused
+  void ReleaseHeld(const std::string& frame_id, bool fail);
 
   std::mutex frames_mutex_;
   std::map<std::string, CefRefPtr<FrameImpl>> frames_;

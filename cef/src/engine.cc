@@ -309,6 +309,7 @@ std::vector<CefRefPtr<BrowserImpl>> Engine::browsers() { return browsers_; }
 bool Engine::CreateBrowser(const CefWindowInfo& info, CefRefPtr<CefClient> client,
                            const std::string& url, bool is_popup,
                            const std::string& popup_target, const std::string& popup_session) {
+  if (!client) return false;
   CefRefPtr<BrowserImpl> b = new BrowserImpl(next_browser_id_++, client, info, is_popup);
   if (!url.empty()) b->LoadUrlInFrame(url, std::string());  // kept until the page exists
   browsers_.push_back(b);

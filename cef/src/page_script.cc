@@ -114,6 +114,33 @@ std::string BuildPageScript() {
           selection: sel, editable: editable(t)});
   }, true);
 
+  // New windows are offered to the engine here, before Chromium makes anything: Chromium
+  // may start a new window's first load before the engine can stop it. As with a refused
+  // popup, window.open() returns null.
+  var offer = function (url, name, features) {
+    var abs;
+    try {
+      abs = (url === undefined || url === null || String(url) === '') ? 'about:blank'
+          : new URL(String(url), document.baseURI).href;
+    } catch (e) { abs = String(url); }
+    post({k: 'open', url: abs, name: name === undefined || name === null ? '' : String(name),
+          features: features === undefined || features === null ? '' : String(features),
+          gesture: !!(navigator.userActivation && navigator.userActivation.isActive)});
+  };
+  window.open = function (url, name, features) { offer(url, name, features); return null; };
+  window.addEventListener('click', function (e) {
+    if (e.defaultPrevented || e.button !== 0) return;
+    for (var n = e.target; n; n = n.parentElement) {
+      if (n.tagName !== 'A' && n.tagName !== 'AREA') continue;
+      var t = (n.getAttribute('target') || '').toLowerCase();
+      if (!n.href || n.hasAttribute('download') || t === '' || t === '_self' || t === '_top' ||
+          t === '_parent') return;
+      e.preventDefault();
+      offer(n.href, t, '');
+      return;
+    }
+  }, false);
+
   if (window.top === window) {
     var lastTitle = null;
     var checkTitle = function () {

@@ -80,7 +80,7 @@ void XWindows::CreateContainer(unsigned long parent, int x, int y, int width, in
   });
 }
 
-void XWindows::DestroyContainer(unsigned long container) {
+void XWindows::DestroyContainer(unsigned long container, std::function<void()> done) {
   Post([=] {
     auto it = child_of_.find(container);
     if (it != child_of_.end()) {
@@ -89,6 +89,7 @@ void XWindows::DestroyContainer(unsigned long container) {
     }
     XDestroyWindow(dpy_, container);
     XSync(dpy_, False);
+    if (done) done();
   });
 }
 

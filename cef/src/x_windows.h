@@ -30,7 +30,7 @@ class XWindows {
   // Makes and maps a window (a child of parent, or top-level when parent is 0).
   void CreateContainer(unsigned long parent, int x, int y, int width, int height,
                        const std::string& title, std::function<void(unsigned long)> done);
-  void DestroyContainer(unsigned long container);
+  void DestroyContainer(unsigned long container, std::function<void()> done);
   // Waits up to timeout_ms for a mapped top-level window of process pid that was not seen
   // before, moves it into container and sizes it to fill it. done(0) on timeout.
   void AdoptNewWindow(pid_t pid, unsigned long container, int timeout_ms,

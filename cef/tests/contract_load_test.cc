@@ -360,6 +360,22 @@ TEST_F(Fresh, InternalPagesReachTheHandlerAndStopWhenCancelled) {
   c->on_request = nullptr;
   ASSERT_TRUE(c->Load("chrome://version/"));
   EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), "chrome://version/");
+
+  // Going back to one through history is stopped too.
+  ASSERT_TRUE(c->Load(g_server->Url("/before.html")));
+  std::atomic<int> asked{0};
+  c->on_request = [&asked](CefRefPtr<CefRequest> r) {
+    if (r->GetURL().ToString().compare(0, 9, "chrome://") != 0) return RV_CONTINUE;
+    ++asked;
+    return RV_CANCEL;
+  };
+  int errors = c->main_load_errors;
+  c->browser->GoBack();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_errors > errors; }, 5000));
+  EXPECT_EQ(c->last_error, -20);
+  EXPECT_GE(asked.load(), 1);
+  PumpFor(500);
+  EXPECT_EQ(c->Eval("location.href"), g_server->Url("/before.html"));
 }
 
 TEST_F(Fresh, ThePdfViewersOwnRequestsReachTheHandler) {

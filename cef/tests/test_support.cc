@@ -500,11 +500,21 @@ void LowerAndShapeWindow(unsigned long window) {
   XSync(Dpy(), False);
 }
 
-int CountMappedTopLevels() {
+int CountTopLevelsOf(int pid) {
+  Atom pid_atom = XInternAtom(Dpy(), "_NET_WM_PID", False);
   int count = 0;
   for (unsigned long w : WindowChildren(DefaultRootWindow(Dpy()))) {
     XWindowAttributes a;
-    if (XGetWindowAttributes(Dpy(), w, &a) && a.map_state == IsViewable) ++count;
+    if (!XGetWindowAttributes(Dpy(), w, &a) || a.map_state != IsViewable) continue;
+    Atom type;
+    int format;
+    unsigned long n, after;
+    unsigned char* data = nullptr;
+    if (XGetWindowProperty(Dpy(), w, pid_atom, 0, 1, False, XA_CARDINAL, &type, &format, &n,
+                           &after, &data) == Success && data && n == 1 &&
+        static_cast<int>(*reinterpret_cast<unsigned long*>(data)) == pid)
+      ++count;
+    if (data) XFree(data);
   }
   return count;
 }
@@ -603,25 +613,6 @@ void Click(CefRefPtr<CefBrowser> browser, int x, int y, int button) {
   browser->GetHost()->SendMouseMoveEvent(e, false);
   browser->GetHost()->SendMouseClickEvent(e, b, false, 1);
   browser->GetHost()->SendMouseClickEvent(e, b, true, 0);
-}
-
-int CountChromiumTopLevels() {
-  Display* d = Dpy();
-  Atom pid_atom = XInternAtom(d, "_NET_WM_PID", False);
-  int count = 0;
-  for (unsigned long w : WindowChildren(DefaultRootWindow(d))) {
-    XWindowAttributes a;
-    if (!XGetWindowAttributes(d, w, &a) || a.map_state != IsViewable) continue;
-    Atom type;
-    int format;
-    unsigned long n, after;
-    unsigned char* data = nullptr;
-    if (XGetWindowProperty(d, w, pid_atom, 0, 1, False, XA_CARDINAL, &type, &format, &n, &after,
-                           &data) == Success && data && n == 1)
-      ++count;
-    if (data) XFree(data);
-  }
-  return count;
 }
 
 }  // namespace testing_support

@@ -186,10 +186,9 @@ std::vector<unsigned long> WindowChildren(unsigned long window);
 void ResizeWindow(unsigned long window, int w, int h);
 // Lowers the window and gives it an input shape of its top-left 100x100 pixels.
 void LowerAndShapeWindow(unsigned long window);
-// Mapped top-level windows that Chromium's process owns.
-int CountChromiumTopLevels();
-// Mapped top-level windows of any kind (menus and bubbles are override-redirect ones).
-int CountMappedTopLevels();
+// Mapped top-level windows of the given process (popups, menus and bubbles would be such;
+// the engine keeps Chromium's browser windows inside its own).
+int CountTopLevelsOf(int pid);
 // The pid of the Chromium that shows this browser window, from its X window.
 int ChromiumPidOf(unsigned long browser_window);
 // Pids of the renderer processes below that Chromium.
