@@ -2,6 +2,9 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstring>
+
+#include "include/wrapper/cef_helpers.h"
 
 namespace vexorcef {
 
@@ -28,3 +31,9 @@ void LogLine(LogLevel level, const std::string& text) {
 }
 
 }  // namespace vexorcef
+
+void cef_report_check_failed(const char* file, int line, const char* condition) {
+  const char* base = std::strrchr(file, '/');
+  std::fprintf(stderr, "[FATAL:%s(%d)] Check failed: %s. \n", base ? base + 1 : file, line,
+               condition);
+}

@@ -9,6 +9,7 @@
 #include "include/cef_browser.h"
 #include "include/cef_cookie.h"
 #include "include/cef_task.h"
+#include "include/wrapper/cef_helpers.h"
 #include "include/wrapper/cef_message_router.h"
 #include "json.h"
 
@@ -337,4 +338,15 @@ TEST(StartTest, EngineCallsBeforeInitializeAreHarmless) {
   EXPECT_FALSE(CefBrowserHost::CreateBrowser(CefWindowInfo(), nullptr, "", CefBrowserSettings(),
                                              nullptr));
   EXPECT_EQ(CefCookieManager::GetGlobalManager(nullptr), nullptr);
+}
+
+TEST(StartTest, ThreadChecksReportAndGoOn) {
+  ::testing::internal::CaptureStderr();
+  bool went_on = false;
+  CEF_REQUIRE_UI_THREAD();  // no engine: no thread is the UI thread
+  went_on = true;
+  std::string err = ::testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(went_on);
+  EXPECT_NE(err.find("Check failed: CefCurrentlyOn(TID_UI). "), std::string::npos) << err;
+  EXPECT_NE(err.find("unit_test.cc("), std::string::npos) << err;
 }
