@@ -325,6 +325,11 @@ BrowserImpl::BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInf
 
 BrowserImpl::~BrowserImpl() {}
 
+CefRefPtr<CefRequestHandler> BrowserImpl::RequestHandler() {
+  std::lock_guard<std::mutex> l(frames_mutex_);
+  return request_handler_;
+}
+
 std::string BrowserImpl::TargetId() {
   std::lock_guard<std::mutex> l(frames_mutex_);
   return target_id_;
@@ -531,8 +536,10 @@ void BrowserImpl::LoadUrlInFrame(const std::string& url, const std::string& fram
         void Cancel() override {}
         IMPLEMENT_REFCOUNTING(Answer);
       };
-      ReturnValue rv = self->request_handler_->OnBeforeResourceLoad(
-          self.get(), self->GetMainFrame(), req.get(), new Answer);
+      CefRefPtr<CefRequestHandler> handler = self->RequestHandler();
+      ReturnValue rv = handler ? handler->OnBeforeResourceLoad(self.get(), self->GetMainFrame(),
+                                                               req.get(), new Answer)
+                               : RV_CANCEL;
       std::string final_url = req->url();
       bool allowed = rv != RV_CANCEL && !(rv == RV_CONTINUE_ASYNC);
       Engine::Get()->PostUi([self, allowed, final_url, url] {
@@ -831,7 +838,8 @@ void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
   const Json& req = params["request"];
   std::string url = req["url"].str();
   if (req.has("urlFragment")) url += req["urlFragment"].str();
-  if (!request_handler_ || closed_) {
+  CefRefPtr<CefRequestHandler> handler = RequestHandler();
+  if (!handler || closed_) {
     c->Send("Fetch.continueRequest", Json::object().set("requestId", request_id), session);
     return;
   }
@@ -843,7 +851,7 @@ void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
                       type == RT_MAIN_FRAME ? TT_EXPLICIT : TT_LINK);
   CefRefPtr<RequestCallbackImpl> cb = new RequestCallbackImpl(c, session, request_id, request, url);
   CefRefPtr<FrameImpl> frame = FrameFor(frame_id);
-  ReturnValue rv = request_handler_->OnBeforeResourceLoad(this, frame.get(), request.get(), cb.get());
+  ReturnValue rv = handler->OnBeforeResourceLoad(this, frame.get(), request.get(), cb.get());
   if (rv == RV_CONTINUE) cb->Continue(true);
   else if (rv == RV_CANCEL) cb->Continue(false);
 }
@@ -851,7 +859,8 @@ void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
 void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& params) {
   const std::string target = TargetId();
   std::string url = params["url"].str();
-  if (!request_handler_ || !IsInternalPage(url)) return;
+  CefRefPtr<CefRequestHandler> handler = RequestHandler();
+  if (!handler || !IsInternalPage(url)) return;
   {
     std::lock_guard<std::mutex> l(nav_mutex_);
     if (approved_url_ == url) {
@@ -868,7 +877,7 @@ void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& p
     IMPLEMENT_REFCOUNTING(Ignore);
   };
   ReturnValue rv =
-      request_handler_->OnBeforeResourceLoad(this, FrameFor(frame_id).get(), req.get(), new Ignore);
+      handler->OnBeforeResourceLoad(this, FrameFor(frame_id).get(), req.get(), new Ignore);
   if (rv == RV_CONTINUE) return;
   Engine::Get()->conn()->Send("Page.stopLoading", Json::object(), session);
   CefRefPtr<BrowserImpl> self = this;
@@ -1554,10 +1563,15 @@ void BrowserImpl::Destroy() {
     }
     self->closed_ = true;
     {
+      // As in CEF, a closed browser lets go of its client.
       std::lock_guard<std::mutex> l(self->frames_mutex_);
       for (auto& f : self->frames_) f.second->Invalidate();
       self->frames_.clear();
+      self->request_handler_ = nullptr;
     }
+    self->client_ = nullptr;
+    self->dialog_ = nullptr;
+    self->popup_decisions_.clear();
     eng->BrowserClosed(self.get());
   };
   if (container_) {

@@ -92,7 +92,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void SetFocus(bool focus) override { SendFocusEvent(focus); }
   CefWindowHandle GetWindowHandle() override { return closed_ ? 0 : container_.load(); }
   CefWindowHandle GetOpenerWindowHandle() override { return 0; }
-  CefRefPtr<CefClient> GetClient() override { return client_; }
+  CefRefPtr<CefClient> GetClient() override { return closed_ ? nullptr : client_; }
   CefRefPtr<CefRequestContext> GetRequestContext() override { return nullptr; }
   void WasResized() override {}
   void SendKeyEvent(const CefKeyEvent& event) override;
@@ -158,7 +158,8 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
 
   const int id_;
   CefRefPtr<CefClient> client_;
-  CefRefPtr<CefRequestHandler> request_handler_;  // read on the I/O thread
+  CefRefPtr<CefRequestHandler> request_handler_;  // under frames_mutex_ off the UI thread
+  CefRefPtr<CefRequestHandler> RequestHandler();
   CefWindowInfo window_info_;
   const bool is_popup_;
 
