@@ -109,6 +109,8 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
       "--kiosk", "--password-store=basic", "--disable-session-crashed-bubble",
       // Every window.open reaches OnBeforePopup, which decides; no blocker in between.
       "--disable-popup-blocking",
+      // A browser covered by the host's own windows must keep painting and taking input.
+      "--disable-backgrounding-occluded-windows",
       "--disable-features=PreloadTopChromeWebUI,WebUIOmniboxPopup,"
       "SpareRendererForSitePerProcess,Translate,MediaRouter"};
   for (const char* f : kFixed) {

@@ -140,6 +140,8 @@ TEST(ChromiumDeath, BrowsersLearnOfItAndTheNextLoadBringsChromiumBack) {
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
+  g_window_x = 0;
+  g_window_y = 620;
   HttpServer server;
   g_server = &server;
   std::string chromium;

@@ -348,6 +348,8 @@ TEST_F(Fresh, RendererCrashIsReportedAndTheNextLoadWorks) {
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
+  g_window_x = 1000;
+  g_window_y = 0;
   HttpServer server;
   g_server = &server;
   std::string why;

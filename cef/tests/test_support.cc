@@ -131,6 +131,9 @@ void HttpServer::Handle(int fd) {
 
 // ---- Engine
 
+int g_window_x = 0;
+int g_window_y = 0;
+
 bool PumpUntil(const std::function<bool()>& done, int timeout_ms) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
   while (!done()) {
@@ -404,6 +407,8 @@ bool TestClient::RunContextMenu(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>,
 
 bool TestClient::Create(const std::string& url, int width, int height) {
   CefWindowInfo info;
+  info.x = g_window_x;
+  info.y = g_window_y;
   info.width = width;
   info.height = height;
   CefBrowserSettings settings;

@@ -48,6 +48,11 @@ class HttpServer {
   std::vector<std::string> requests_;
 };
 
+// Where this program's browser windows go: test programs run side by side on one X
+// server, and a covered window neither paints nor takes input.
+extern int g_window_x;
+extern int g_window_y;
+
 // Runs CefDoMessageLoopWork until done() or the timeout; true if done.
 bool PumpUntil(const std::function<bool()>& done, int timeout_ms = 15000);
 void PumpFor(int ms);
