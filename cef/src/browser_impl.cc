@@ -231,15 +231,22 @@ TerminationStatus TerminationStatusFromText(const std::string& s) { return Statu
 
 class JSDialogCallbackImpl : public CefJSDialogCallback {
  public:
-  JSDialogCallbackImpl(std::shared_ptr<Connection> conn, const std::string& session)
-      : conn_(conn), session_(session) {}
+  JSDialogCallbackImpl(std::shared_ptr<Connection> conn, const std::string& session,
+                       BrowserImpl* browser)
+      : conn_(conn), session_(session), browser_(browser) {}
   void Continue(bool success, const CefString& user_input) override {
     if (done_.exchange(true)) return;
     answered_ = true;
     Json p = Json::object();
     p.set("accept", success);
     p.set("promptText", user_input.ToString());
-    conn_->Send("Page.handleJavaScriptDialog", std::move(p), session_);
+    CefRefPtr<JSDialogCallbackImpl> self = this;
+    conn_->Send("Page.handleJavaScriptDialog", std::move(p), session_,
+                [self](const Json&, const Json& err) {
+                  if (err.isNull()) return;
+                  if (Engine* e = Engine::Get())
+                    e->PostUi([self] { self->browser_->DialogLost(self.get()); });
+                });
   }
   // The dialog went away without an answer (navigation, crash, close).
   void Abandon() { done_.store(true); }
@@ -248,6 +255,7 @@ class JSDialogCallbackImpl : public CefJSDialogCallback {
  private:
   std::shared_ptr<Connection> conn_;
   const std::string session_;
+  CefRefPtr<BrowserImpl> browser_;
   std::atomic<bool> done_{false};
   std::atomic<bool> answered_{false};
   IMPLEMENT_REFCOUNTING(JSDialogCallbackImpl);
@@ -1269,7 +1277,8 @@ void BrowserImpl::OnContextMenu(const std::string& frame_cdp_id, const Json& msg
 void BrowserImpl::OnDialogOpening(const std::string& session, const Json& params) {
   if (dialog_) ResetDialog();  // a newer dialog replaced the old one
   std::string type = params["type"].str();
-  CefRefPtr<JSDialogCallbackImpl> cb = new JSDialogCallbackImpl(Engine::Get()->conn(), session);
+  CefRefPtr<JSDialogCallbackImpl> cb =
+      new JSDialogCallbackImpl(Engine::Get()->conn(), session, this);
   dialog_ = cb;
   CefRefPtr<CefJSDialogHandler> h = client_ ? client_->GetJSDialogHandler() : nullptr;
   if (type == "beforeunload") {
@@ -1296,6 +1305,15 @@ void BrowserImpl::OnDialogClosed() {
     if (h) h->OnResetDialogState(this);
   }
   if (h) h->OnDialogClosed(this);
+}
+
+void BrowserImpl::DialogLost(JSDialogCallbackImpl* cb) {
+  // Chromium dropped the dialog it was showing (a second one from another frame replaces
+  // the first and then cannot be answered): the page would stay blocked, so reload it.
+  if (dialog_.get() != cb || closed_) return;
+  OnDialogClosed();
+  VLOG_WARNING("browser " << id_ << ": dialog could not be answered, reloading the page");
+  Cmd("Page.reload", Json::object());
 }
 
 void BrowserImpl::ResetDialog() {

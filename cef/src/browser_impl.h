@@ -148,6 +148,9 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnBinding(const std::string& session, const Json& params);
   void OnDialogOpening(const std::string& session, const Json& params);
   void OnDialogClosed();
+ public:
+  void DialogLost(JSDialogCallbackImpl* cb);
+ private:
   void OnWindowOpen(const Json& params);
   void OnScriptOpen(const std::string& frame_cdp_id, const Json& msg);
   void OnContextMenu(const std::string& frame_cdp_id, const Json& msg);

@@ -113,7 +113,6 @@ TEST_F(Fresh, AnAllowedPopupBecomesABrowserOfItsOwn) {
     return false;
   }));
   EXPECT_TRUE(PumpUntil([&] { return g_server->CountRequests("/allowed.html") > 0; }));
-  EXPECT_EQ(c->browser->GetIdentifier(), c->browser->GetIdentifier());
 }
 
 TEST_F(Fresh, DialogsBlockScriptUntilAnsweredLater) {

@@ -2,6 +2,10 @@
 // key tables, and the message router's bookkeeping.
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
 #include <map>
 
 #include "engine.h"
@@ -349,4 +353,26 @@ TEST(StartTest, ThreadChecksReportAndGoOn) {
   EXPECT_TRUE(went_on);
   EXPECT_NE(err.find("Check failed: CefCurrentlyOn(TID_UI). "), std::string::npos) << err;
   EXPECT_NE(err.find("unit_test.cc("), std::string::npos) << err;
+}
+
+TEST(LauncherTest, ExecsTheConfiguredBinaryWithTheSwitches) {
+  std::string cmd = std::string("VEXOR_CHROMIUM_BINARY=/bin/echo ") + VEXOR_TEST_LAUNCHER +
+                    " --remote-debugging-pipe --user-data-dir=/tmp/x";
+  FILE* p = popen(cmd.c_str(), "r");
+  ASSERT_NE(p, nullptr);
+  char buf[512] = {};
+  size_t n = fread(buf, 1, sizeof buf - 1, p);
+  pclose(p);
+  std::string out(buf, n);
+  EXPECT_NE(out.find("--remote-debugging-pipe --user-data-dir=/tmp/x"), std::string::npos) << out;
+  // The sandbox is dropped for root only, which Chromium refuses to sandbox.
+  EXPECT_EQ(out.find("--no-sandbox") != std::string::npos, geteuid() == 0) << out;
+
+  cmd = std::string("VEXOR_CHROMIUM_BINARY=/nonexistent ") + VEXOR_TEST_LAUNCHER + " 2>&1";
+  p = popen(cmd.c_str(), "r");
+  ASSERT_NE(p, nullptr);
+  n = fread(buf, 1, sizeof buf - 1, p);
+  int status = pclose(p);
+  EXPECT_NE(std::string(buf, n).find("cannot run /nonexistent"), std::string::npos);
+  EXPECT_EQ(WEXITSTATUS(status), 127);
 }
