@@ -1,5 +1,7 @@
 #include "engine.h"
 
+#include <dirent.h>
+#include <errno.h>
 #include <ftw.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -43,9 +45,10 @@ Engine* Engine::Get() { return g_engine; }
 
 bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
                         CefRefPtr<CefApp> app) {
-  auto fail = [](const std::string& why) {
+  auto fail = [this](const std::string& why) {
     // Start-up failures are reported whatever the log severity says.
     LogLine(LogLevel::Error, "CefInitialize: " + why);
+    RemoveTempProfile();
     return false;
   };
   ui_thread_ = std::this_thread::get_id();
@@ -75,9 +78,16 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
   if (data_dir.empty()) data_dir = Str(settings.root_cache_path);
   if (data_dir.empty()) data_dir = Str(settings.cache_path);
   if (data_dir.empty()) {
+    RemoveStaleProfiles();
     char tmpl[] = "/tmp/vexor-cef-XXXXXX";
     if (!mkdtemp(tmpl)) return fail("cannot make a profile folder in /tmp");
     temp_profile_ = data_dir = tmpl;
+    // A host that exits without CefShutdown leaves it behind; the next start removes it.
+    FILE* f = fopen((temp_profile_ + "/vexor-owner").c_str(), "w");
+    if (f) {
+      fprintf(f, "%d\n", static_cast<int>(getpid()));
+      fclose(f);
+    }
   }
   set_default("user-data-dir", data_dir);
   set_default("disk-cache-dir", Str(settings.cache_path));
@@ -262,7 +272,30 @@ void Engine::Shutdown() {
     conn_.reset();
     dead_conns_.clear();
   }
+  RemoveTempProfile();
+}
+
+void Engine::RemoveTempProfile() {
   if (!temp_profile_.empty()) nftw(temp_profile_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
+  temp_profile_.clear();
+}
+
+void Engine::RemoveStaleProfiles() {
+  DIR* d = opendir("/tmp");
+  if (!d) return;
+  while (dirent* e = readdir(d)) {
+    std::string name = e->d_name;
+    if (name.compare(0, 10, "vexor-cef-") != 0 || name.size() != 16) continue;
+    std::string dir = "/tmp/" + name;
+    FILE* f = fopen((dir + "/vexor-owner").c_str(), "r");
+    if (!f) continue;
+    int pid = 0;
+    bool read = fscanf(f, "%d", &pid) == 1;
+    fclose(f);
+    if (read && pid > 0 && kill(pid, 0) != 0 && errno == ESRCH)
+      nftw(dir.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
+  }
+  closedir(d);
 }
 
 void Engine::PostUi(std::function<void()> task) {

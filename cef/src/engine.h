@@ -73,6 +73,8 @@ class Engine {
   std::shared_ptr<Connection> Spawn(std::string* error);
   void Adopt(std::shared_ptr<Connection> c, const Json& version);
   void RestartFailed(const std::string& why);
+  void RemoveTempProfile();
+  void RemoveStaleProfiles();
   void OnIoEvent(const std::string& method, Json params, const std::string& session);
   void OnUiEvent(const std::string& method, const Json& params, const std::string& session);
   void OnChromiumDied(int wait_status);

@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -85,8 +86,17 @@ TEST(Settings, LocaleAndProfileFolderReachChromium) {
 }
 
 TEST(ChromiumDeath, BrowsersLearnOfItAndTheNextLoadBringsChromiumBack) {
+  // A profile left by a host that died is removed by the next start.
+  char stale[] = "/tmp/vexor-cef-XXXXXX";
+  ASSERT_NE(mkdtemp(stale), nullptr);
+  pid_t dead = fork();
+  if (dead == 0) _exit(0);
+  waitpid(dead, nullptr, 0);
+  std::ofstream(std::string(stale) + "/vexor-owner") << dead << "\n";
   std::string why;
   ASSERT_TRUE(StartEngine(nullptr, &why)) << why;
+  struct stat st;
+  EXPECT_NE(stat(stale, &st), 0) << "stale profile kept";
   g_server->Serve("/life.html", "<title>life</title>");
   CefRefPtr<TestClient> a = new TestClient, b = new TestClient;
   ASSERT_TRUE(a->Create(""));
