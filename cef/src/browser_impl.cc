@@ -1409,6 +1409,13 @@ void BrowserImpl::SuppressPopup(const std::string& session, const std::string& t
 // Input
 
 void BrowserImpl::SendKeyEvent(const CefKeyEvent& event) {
+  // The keyboard handler sees each event first and may keep it from the page.
+  if (client_ && Engine::Get() && Engine::Get()->OnUiThread()) {
+    if (CefRefPtr<CefKeyboardHandler> h = client_->GetKeyboardHandler()) {
+      bool shortcut = false;
+      if (h->OnPreKeyEvent(this, event, nullptr, &shortcut)) return;
+    }
+  }
   char16_t ch = event.character;
   bool shift = (event.modifiers & EVENTFLAG_SHIFT_DOWN) != 0;
   // A character outside the BMP arrives as two strokes, one per surrogate; Chromium needs

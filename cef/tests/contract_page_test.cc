@@ -226,6 +226,12 @@ TEST_F(Fresh, KeysTypeIntoThePageWithDomKeysAndCodes) {
   EXPECT_TRUE(PumpUntil([&] { return c->Eval("document.activeElement.id") == "b"; }, 5000));
   TypeText(c->browser, u"z");
   EXPECT_TRUE(PumpUntil([&] { return c->Eval("b.value") == "z"; }, 5000));
+  // A key the keyboard handler takes never reaches the page.
+  int seen = c->pre_key_events;
+  c->swallow_key = 'Q';
+  TypeText(c->browser, u"qy");
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("b.value") == "zy"; }, 5000)) << c->Eval("b.value");
+  EXPECT_EQ(c->pre_key_events, seen + 6);
 }
 
 TEST_F(Fresh, MouseWheelAndFocusReachThePage) {

@@ -84,6 +84,13 @@ class TestClient : public CefClient,
   CefRefPtr<CefContextMenuHandler> GetContextMenuHandler() override { return this; }
   bool OnProcessMessageReceived(CefRefPtr<CefBrowser> browser, CefProcessId source_process,
                                 CefRefPtr<CefProcessMessage> message) override;
+  bool OnPreKeyEvent(CefRefPtr<CefBrowser>, const CefKeyEvent& event, CefEventHandle,
+                     bool*) override {
+    ++pre_key_events;
+    return swallow_key != 0 && event.windows_key_code == swallow_key;
+  }
+  int pre_key_events = 0;
+  int swallow_key = 0;
 
   void OnAddressChange(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame,
                        const CefString& url) override;
