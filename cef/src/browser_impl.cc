@@ -1646,14 +1646,15 @@ void BrowserImpl::OnChromiumGone(TerminationStatus status) {
   chromium_window_ = 0;
   needs_target_ = true;
   DropSessionState();
+  SetLoading(false);
+  // The handler may still read the main frame's address, to load it again.
+  if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
   {
     // A new page means new frames, the main one included.
     std::lock_guard<std::mutex> l(frames_mutex_);
     for (auto& f : frames_) f.second->Invalidate();
     frames_.clear();
   }
-  SetLoading(false);
-  if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
 }
 
 }  // namespace vexorcef

@@ -119,6 +119,7 @@ TEST(ChromiumDeath, BrowsersLearnOfItAndTheNextLoadBringsChromiumBack) {
   }
   EXPECT_EQ(a->termination_status, TS_PROCESS_WAS_KILLED);
   EXPECT_EQ(b->termination_status, TS_PROCESS_WAS_KILLED);
+  EXPECT_EQ(a->url_at_termination, g_server->Url("/life.html")) << "nothing to reload";
   EXPECT_LT(slowest, 0.05) << "CefDoMessageLoopWork blocked";
   EXPECT_FALSE(a->before_close);
   EXPECT_TRUE(a->callbacks_on_ui);

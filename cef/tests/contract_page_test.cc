@@ -333,6 +333,7 @@ TEST_F(Fresh, RendererCrashIsReportedAndTheNextLoadWorks) {
   for (int pid : renderers) kill(pid, SIGKILL);
   ASSERT_TRUE(PumpUntil([&] { return c->terminations > 0; }, 10000));
   EXPECT_EQ(c->termination_status, TS_PROCESS_WAS_KILLED);
+  EXPECT_EQ(c->url_at_termination, g_server->Url("/victim.html"));
   EXPECT_EQ(h.canceled.size(), 1u);
   EXPECT_TRUE(c->callbacks_on_ui);
 

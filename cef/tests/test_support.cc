@@ -359,6 +359,7 @@ void TestClient::OnRenderProcessTerminated(CefRefPtr<CefBrowser> b, TerminationS
   CheckUi();
   if (router) router->OnRenderProcessTerminated(b);
   termination_status = status;
+  url_at_termination = b->GetMainFrame() ? b->GetMainFrame()->GetURL().ToString() : "";
   ++terminations;
   Note("terminated " + std::to_string(status));
 }

@@ -177,6 +177,7 @@ class TestClient : public CefClient,
   bool after_created = false;
   bool before_close = false;
   int termination_status = -1;
+  std::string url_at_termination;
   int terminations = 0;
   std::string title;
   bool loading = false;
