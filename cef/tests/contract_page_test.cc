@@ -343,11 +343,14 @@ TEST_F(Fresh, RendererCrashIsReportedAndTheNextLoadWorks) {
 
   // A renderer that crashes by itself is reported as crashed.
   c->ClearLog();
+  // Loading the page again from inside the callback works too.
+  c->reload_on_termination = true;
+  int ends = c->main_load_ends;
   chromium = ChromiumPidOf(c->browser->GetHost()->GetWindowHandle());
   for (int pid : RendererPids(chromium)) kill(pid, SIGSEGV);
   ASSERT_TRUE(PumpUntil([&] { return c->terminations > 1; }, 10000));
   EXPECT_EQ(c->termination_status, TS_PROCESS_CRASHED);
-  ASSERT_TRUE(c->Load(g_server->Url("/victim.html")));
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }, 10000));
   EXPECT_EQ(c->Eval("document.title"), "victim");
   c->router->RemoveHandler(&h);
 }

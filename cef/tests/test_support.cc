@@ -362,6 +362,8 @@ void TestClient::OnRenderProcessTerminated(CefRefPtr<CefBrowser> b, TerminationS
   url_at_termination = b->GetMainFrame() ? b->GetMainFrame()->GetURL().ToString() : "";
   ++terminations;
   Note("terminated " + std::to_string(status));
+  if (reload_on_termination && !url_at_termination.empty())
+    b->GetMainFrame()->LoadURL(url_at_termination);
 }
 
 bool TestClient::OnJSDialog(CefRefPtr<CefBrowser>, const CefString&, JSDialogType type,

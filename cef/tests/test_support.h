@@ -178,6 +178,7 @@ class TestClient : public CefClient,
   bool before_close = false;
   int termination_status = -1;
   std::string url_at_termination;
+  bool reload_on_termination = false;  // load the shown page again, from the callback
   int terminations = 0;
   std::string title;
   bool loading = false;
