@@ -175,7 +175,6 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   bool created_ = false;
   bool closing_ = false;
   std::atomic<bool> closed_{false};
-  bool needs_target_ = false;
   // The about:blank a new page starts with is the engine's, not the application's.
   bool blank_start_ = true;
   long long history_floor_ = 1;

@@ -12,12 +12,12 @@
 #include <algorithm>
 
 #include "browser_impl.h"
+#include "browser_parts.h"
 #include "include/cef_task.h"
 #include "log.h"
 
 namespace vexorcef {
 
-TerminationStatus TerminationStatusFromText(const std::string& s);
 
 namespace {
 
@@ -338,8 +338,6 @@ void Engine::RunUiWork() {
     t();
   }
 }
-
-std::vector<CefRefPtr<BrowserImpl>> Engine::browsers() { return browsers_; }
 
 bool Engine::CreateBrowser(const CefWindowInfo& info, CefRefPtr<CefClient> client,
                            const std::string& url, bool is_popup,

@@ -61,7 +61,6 @@ class Engine {
   const std::string& page_script() const { return page_script_; }
   const std::string& user_agent() const { return user_agent_; }
   const std::string& accept_language() const { return accept_language_; }
-  std::vector<CefRefPtr<BrowserImpl>> browsers();
 
   // I/O thread: the session's browser, for request interception.
   CefRefPtr<BrowserImpl> BrowserForSession(const std::string& session);
