@@ -182,6 +182,17 @@ void Engine::Adopt(std::shared_ptr<Connection> c, const Json& version) {
   aa.set("waitForDebuggerOnStart", true);
   aa.set("flatten", true);
   c->Send("Target.setAutoAttach", std::move(aa));
+  // Without handlers for them, downloads and permission requests are refused, as in CEF;
+  // Chromium would otherwise draw its own prompts over the page.
+  c->Send("Browser.setDownloadBehavior", Json::object().set("behavior", "deny"));
+  for (const char* name : {"geolocation", "notifications", "camera", "microphone", "midi",
+                           "idle-detection", "local-fonts", "window-management",
+                           "storage-access", "display-capture"}) {
+    Json p = Json::object();
+    p.set("permission", Json::object().set("name", name));
+    p.set("setting", "denied");
+    c->Send("Browser.setPermission", std::move(p));
+  }
   std::lock_guard<std::mutex> lock(conn_mutex_);
   if (conn_) dead_conns_.push_back(conn_);
   conn_ = c;

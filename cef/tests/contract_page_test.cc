@@ -318,6 +318,21 @@ TEST_F(Fresh, ContextMenusNeverAppear) {
   EXPECT_EQ(CountTopLevelsOf(chromium), 0) << "a menu appeared";
 }
 
+TEST_F(Fresh, PermissionRequestsAreRefusedWithoutAPrompt) {
+  g_server->Serve("/perm.html", "<p>perm</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/perm.html")));
+  int chromium = ChromiumPidOf(c->browser->GetHost()->GetWindowHandle());
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "navigator.geolocation.getCurrentPosition(() => console.log('GEO-OK'),"
+      " e => console.log('GEO-ERR ' + e.code));"
+      "navigator.permissions.query({name: 'notifications'}).then(s =>"
+      " console.log('NOTIFY ' + s.state));",
+      "", 0);
+  EXPECT_TRUE(c->WaitForLog("GEO-ERR 1"));
+  EXPECT_TRUE(c->WaitForLog("NOTIFY denied"));
+  EXPECT_EQ(CountTopLevelsOf(chromium), 0) << "a prompt appeared";
+}
+
 TEST_F(Fresh, RendererCrashIsReportedAndTheNextLoadWorks) {
   Handler h;
   InstallRouter(c, &h);
