@@ -1,0 +1,33 @@
+#ifndef CEF_INCLUDE_CEF_APP_H_
+#define CEF_INCLUDE_CEF_APP_H_
+
+#include "include/cef_base.h"
+#include "include/cef_browser_process_handler.h"
+#include "include/cef_command_line.h"
+
+class CefApp;
+
+// Starts the engine. The calling thread becomes the UI thread and must call
+// CefDoMessageLoopWork() regularly. Returns false, with the reason logged, if Chromium cannot
+// be started or does not answer in time. Only multi_threaded_message_loop = 0 is supported.
+CEF_EXPORT bool CefInitialize(const CefMainArgs& args, const CefSettings& settings,
+                              CefRefPtr<CefApp> application, void* windows_sandbox_info);
+
+// Stops every browser and Chromium. Call on the UI thread after every browser has closed.
+CEF_EXPORT void CefShutdown();
+
+// Runs the engine work queued for the UI thread; never blocks.
+CEF_EXPORT void CefDoMessageLoopWork();
+
+class CEF_EXPORT CefApp : public virtual CefBaseRefCounted {
+ public:
+  // process_type is empty for the browser process, the only one that asks here.
+  virtual void OnBeforeCommandLineProcessing(const CefString& process_type,
+                                             CefRefPtr<CefCommandLine> command_line) {
+    (void)process_type;
+    (void)command_line;
+  }
+  virtual CefRefPtr<CefBrowserProcessHandler> GetBrowserProcessHandler() { return nullptr; }
+};
+
+#endif

@@ -1,0 +1,240 @@
+// One browser: a page target in Chromium, shown in an X window the engine owns.
+#ifndef VEXOR_CEF_SRC_BROWSER_IMPL_H_
+#define VEXOR_CEF_SRC_BROWSER_IMPL_H_
+
+#include <atomic>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "engine.h"
+#include "include/cef_browser.h"
+#include "include/cef_client.h"
+#include "json.h"
+
+namespace vexorcef {
+
+class BrowserImpl;
+
+class FrameImpl : public CefFrame {
+ public:
+  FrameImpl(BrowserImpl* browser, const std::string& cdp_id, bool is_main);
+
+  bool IsValid() override { return valid_.load(); }
+  void LoadURL(const CefString& url) override;
+  void ExecuteJavaScript(const CefString& code, const CefString& script_url,
+                         int start_line) override;
+  bool IsMain() override { return is_main_; }
+  bool IsFocused() override;
+  CefString GetName() override;
+  int64 GetIdentifier() override { return id_; }
+  CefRefPtr<CefFrame> GetParent() override;
+  CefString GetURL() override;
+  CefRefPtr<CefBrowser> GetBrowser() override;
+
+  const std::string& cdp_id() const { return cdp_id_; }
+  void set_url(const std::string& url);
+  std::string url();
+  void set_name(const std::string& name);
+  void set_parent(const std::string& parent_cdp_id);
+  void Invalidate();
+
+ private:
+  BrowserImpl* browser_;  // the browser owns its frames; cleared when it closes
+  const std::string cdp_id_;
+  const bool is_main_;
+  const int64 id_;
+  std::atomic<bool> valid_{true};
+  std::mutex mutex_;
+  std::string url_;
+  std::string name_;
+  std::string parent_cdp_id_;
+
+  IMPLEMENT_REFCOUNTING(FrameImpl);
+};
+
+class JSDialogCallbackImpl;
+
+class BrowserImpl : public CefBrowser, public CefBrowserHost {
+ public:
+  BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInfo& info, bool is_popup);
+  ~BrowserImpl() override;
+
+  // CefBrowser
+  CefRefPtr<CefBrowserHost> GetHost() override { return this; }
+  bool CanGoBack() override;
+  void GoBack() override;
+  bool CanGoForward() override;
+  void GoForward() override;
+  bool IsLoading() override;
+  void Reload() override;
+  void ReloadIgnoreCache() override;
+  void StopLoad() override;
+  int GetIdentifier() override { return id_; }
+  bool IsSame(CefRefPtr<CefBrowser> that) override;
+  bool IsPopup() override { return is_popup_; }
+  bool HasDocument() override;
+  CefRefPtr<CefFrame> GetMainFrame() override;
+  CefRefPtr<CefFrame> GetFocusedFrame() override;
+  CefRefPtr<CefFrame> GetFrame(int64 identifier) override;
+  CefRefPtr<CefFrame> GetFrame(const CefString& name) override;
+  size_t GetFrameCount() override;
+  void GetFrameIdentifiers(std::vector<int64>& identifiers) override;
+  bool SendProcessMessage(CefProcessId target_process,
+                          CefRefPtr<CefProcessMessage> message) override;
+
+  // CefBrowserHost
+  CefRefPtr<CefBrowser> GetBrowser() override { return this; }
+  void CloseBrowser(bool force_close) override;
+  bool TryCloseBrowser() override;
+  void SetFocus(bool focus) override { SendFocusEvent(focus); }
+  CefWindowHandle GetWindowHandle() override { return closed_ ? 0 : container_.load(); }
+  CefWindowHandle GetOpenerWindowHandle() override { return 0; }
+  CefRefPtr<CefClient> GetClient() override { return closed_ ? nullptr : client_; }
+  CefRefPtr<CefRequestContext> GetRequestContext() override { return nullptr; }
+  void WasResized() override {}
+  void SendKeyEvent(const CefKeyEvent& event) override;
+  void SendMouseClickEvent(const CefMouseEvent& event, MouseButtonType type, bool mouseUp,
+                           int clickCount) override;
+  void SendMouseMoveEvent(const CefMouseEvent& event, bool mouseLeave) override;
+  void SendMouseWheelEvent(const CefMouseEvent& event, int deltaX, int deltaY) override;
+  void SendFocusEvent(bool setFocus) override;
+
+  // Engine side (UI thread unless noted).
+  void BeginCreation(const std::string& popup_target, const std::string& popup_session);
+  void Recreate();  // after Chromium came back
+  const std::string& target_id() const { return target_id_; }
+  const std::string& main_session() const { return session_; }
+  bool closed() const { return closed_; }
+  void OnAttached(const std::string& session);
+  void OnTargetCreateFailed(const std::string& why);
+  void HandleEvent(const std::string& session, const std::string& method, const Json& params);
+  void OnCrashed(TerminationStatus status);
+  void OnChromiumGone(TerminationStatus status);
+  void OnTargetGone();
+  void OnPopupAttached(const std::string& session, const std::string& target_id);
+  void SuppressPopup(const std::string& session, const std::string& target_id);
+  void AddRouterScript(const std::string& script);
+  void LoadUrlInFrame(const std::string& url, const std::string& frame_cdp_id);
+  void ExecuteInFrame(const std::string& frame_cdp_id, const std::string& code);
+  CefRefPtr<FrameImpl> FrameFor(const std::string& cdp_id);  // any thread; makes it if new
+  std::string pending_url() const { return pending_url_; }
+  // Any thread. The UI thread, the only writer, may read target_id_ directly.
+  std::string TargetId();
+  void SetTargetId(const std::string& id);
+
+  // I/O thread.
+  void OnRequestPaused(const std::string& session, const Json& params);
+  void OnNavigationStarting(const std::string& session, const Json& params);
+  void HandlePaused(const std::string& session, const Json& params);
+
+  // Sends on the main session (or session); cb, if any, runs on the UI thread.
+  void Cmd(const std::string& method, Json params,
+           std::function<void(const Json&, const Json&)> cb = nullptr,
+           const std::string& session = std::string());
+
+ private:
+  void SetupSession(const std::string& session, bool main, const std::string& type);
+  void PlaceWindow();
+  void WindowReady(unsigned long chromium_window);
+  void Navigate(const std::string& url, const std::string& frame_cdp_id);
+  void RefreshHistory(std::function<void()> then);
+  void SetLoading(bool loading);
+  void ReportProgress(double p, bool force = false);
+  void ReportLoadError(const std::string& loader, const std::string& frame_cdp_id,
+                       const std::string& error_text, const std::string& url);
+  void OnBinding(const std::string& session, const Json& params);
+  void OnDialogOpening(const std::string& session, const Json& params);
+  void OnDialogClosed();
+ public:
+  void DialogLost(JSDialogCallbackImpl* cb);
+ private:
+  void OnWindowOpen(const Json& params);
+  void OnScriptOpen(const std::string& frame_cdp_id, const Json& msg);
+  void OnContextMenu(const std::string& frame_cdp_id, const Json& msg);
+  void Destroy();
+  void ResetDialog();
+  void DropSessionState();
+  void NavigateHistory(int delta);
+
+  const int id_;
+  CefRefPtr<CefClient> client_;
+  CefRefPtr<CefRequestHandler> request_handler_;  // under frames_mutex_ off the UI thread
+  CefRefPtr<CefRequestHandler> RequestHandler();
+  CefWindowInfo window_info_;
+  const bool is_popup_;
+
+  std::atomic<unsigned long> container_{0};
+  unsigned long chromium_window_ = 0;
+  std::string target_id_;
+  std::string session_;
+  std::string popup_session_;
+  std::set<std::string> child_sessions_;
+  bool created_ = false;
+  bool closing_ = false;
+  std::atomic<bool> closed_{false};
+  // The about:blank a new page starts with is the engine's, not the application's.
+  bool blank_start_ = true;
+  long long history_floor_ = 1;
+  std::string pending_url_;
+
+  // Loading state.
+  bool loading_ = false;
+  bool can_back_ = false;
+  bool can_forward_ = false;
+  double progress_ = 0;
+  int subresources_started_ = 0;
+  int subresources_done_ = 0;
+  std::string title_;
+  bool title_since_commit_ = false;
+  std::map<std::string, std::pair<std::string, std::string>> doc_requests_;  // id -> frame,url
+  std::set<std::string> failed_loaders_;
+  std::map<std::string, int> status_;  // frame -> main document's HTTP status
+  std::set<std::string> error_frames_;  // frames showing an error page
+  std::map<std::string, TransitionType> transition_;
+
+  // Execution contexts: uniqueId -> (session, frame, default world).
+  struct Context {
+    std::string session;
+    std::string frame;
+    bool is_default;
+  };
+  std::map<std::string, Context> contexts_;
+  std::map<std::pair<std::string, long long>, std::string> context_ids_;  // -> uniqueId
+  std::string focused_frame_;
+
+  CefRefPtr<JSDialogCallbackImpl> dialog_;
+  struct PopupDecision {
+    bool cancel;
+    CefWindowInfo info;
+    CefRefPtr<CefClient> client;
+  };
+  std::deque<PopupDecision> popup_decisions_;
+  std::deque<std::pair<std::string, std::string>> popup_waiting_;  // session, target
+
+  char16_t high_surrogate_ = 0;
+  // A document of a frame this browser does not know yet may be a popup's first load, which
+  // Chromium can pause on the opener's session before the popup is offered or attached.
+  // It waits here until the frame turns out to be an iframe or a popup (or for a while).
+  struct HeldDocument {
+    std::string session;
+    std::shared_ptr<Json> params;
+  };
+  std::map<std::string, HeldDocument> held_docs_;
+  std::set<std::string> subframes_;  // iframes seen attached; under frames_mutex_
+  std::map<std::string, bool> popup_refused_;  // popup target -> refused
+  void ReleaseHeld(const std::string& frame_id, bool fail);
+
+  std::mutex frames_mutex_;
+  std::map<std::string, CefRefPtr<FrameImpl>> frames_;
+  std::mutex nav_mutex_;
+  std::string approved_url_;  // a LoadURL the handler already allowed
+
+  IMPLEMENT_REFCOUNTING(BrowserImpl);
+};
+
+}  // namespace vexorcef
+
+#endif

@@ -1,0 +1,334 @@
+#include "connection.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+
+#include "log.h"
+
+namespace vexorcef {
+
+Connection::Connection() { wake_fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); }
+
+Connection::~Connection() {
+  Shutdown(2000);
+  if (wake_fd_ >= 0) close(wake_fd_);
+}
+
+bool Connection::Launch(const std::string& program, const std::vector<std::string>& args,
+                        const std::vector<std::string>& extra_env, std::string* error) {
+  int to_child[2], from_child[2];
+  if (pipe2(to_child, O_CLOEXEC) != 0 || pipe2(from_child, O_CLOEXEC) != 0) {
+    *error = std::string("pipe: ") + strerror(errno);
+    return false;
+  }
+  std::vector<std::string> argv_store;
+  argv_store.push_back(program);
+  argv_store.insert(argv_store.end(), args.begin(), args.end());
+  std::vector<char*> argv;
+  for (auto& a : argv_store) argv.push_back(const_cast<char*>(a.c_str()));
+  argv.push_back(nullptr);
+  // The environment is built before fork: the child may only exec.
+  std::vector<std::string> env_store;
+  for (char** e = environ; e && *e; ++e) {
+    std::string entry = *e;
+    std::string name = entry.substr(0, entry.find('='));
+    bool replaced = false;
+    for (auto& x : extra_env)
+      if (x.compare(0, name.size() + 1, name + "=") == 0) replaced = true;
+    if (!replaced) env_store.push_back(entry);
+  }
+  env_store.insert(env_store.end(), extra_env.begin(), extra_env.end());
+  std::vector<char*> envp;
+  for (auto& e : env_store) envp.push_back(const_cast<char*>(e.c_str()));
+  envp.push_back(nullptr);
+
+  pid_t pid = fork();
+  if (pid < 0) {
+    *error = std::string("fork: ") + strerror(errno);
+    return false;
+  }
+  if (pid == 0) {
+    // Lift both ends above 4 first so that placing them on 3 and 4 cannot clobber either.
+    int r = fcntl(to_child[0], F_DUPFD, 10);
+    int w = fcntl(from_child[1], F_DUPFD, 10);
+    if (r < 0 || w < 0 || dup2(r, 3) < 0 || dup2(w, 4) < 0) _exit(127);
+    close(r);
+    close(w);
+    // A new process group lets shutdown reach Chromium's helpers too.
+    setpgid(0, 0);
+    execve(program.c_str(), argv.data(), envp.data());
+    _exit(127);
+  }
+  close(to_child[0]);
+  close(from_child[1]);
+  write_fd_ = to_child[1];
+  read_fd_ = from_child[0];
+  pid_ = pid;
+  alive_ = true;
+  return true;
+}
+
+void Connection::Start(EventSink sink, std::function<void(int)> on_death) {
+  sink_ = std::move(sink);
+  on_death_ = std::move(on_death);
+  io_thread_ = std::thread([this] { IoLoop(); });
+}
+
+int Connection::Send(const std::string& method, Json params, const std::string& session,
+                     Callback cb) {
+  int id;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    id = next_id_++;
+    if (!alive_) {
+      if (cb) io_tasks_.push_back([cb] { cb(Json(), Json("Chromium is not running")); });
+    } else if (cb) {
+      pending_[id] = Pending{session, std::move(cb)};
+    }
+  }
+  if (!alive_) {
+    Wake();
+    return id;
+  }
+  std::string text;
+  text.reserve(128);
+  text += "{\"id\":";
+  text += std::to_string(id);
+  text += ",\"method\":";
+  jsonEscape(method, text);
+  if (!session.empty()) {
+    text += ",\"sessionId\":";
+    jsonEscape(session, text);
+  }
+  text += ",\"params\":";
+  if (params.isNull()) text += "{}";
+  else params.dumpTo(text);
+  text += '}';
+  text += '\0';
+  std::lock_guard<std::mutex> lock(write_mutex_);
+  const char* p = text.data();
+  size_t left = text.size();
+  while (left > 0 && write_fd_ >= 0) {
+    ssize_t n = write(write_fd_, p, left);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      break;  // EOF handling on the read side fails the callback
+    }
+    p += n;
+    left -= n;
+  }
+  return id;
+}
+
+bool Connection::SendSync(const std::string& method, Json params, int timeout_ms, Json* result,
+                          std::string* error) {
+  struct State {
+    std::mutex m;
+    std::condition_variable cv;
+    bool done = false;
+    Json result;
+    std::string error;
+  };
+  auto st = std::make_shared<State>();
+  Send(method, std::move(params), std::string(), [st](const Json& r, const Json& e) {
+    std::lock_guard<std::mutex> lock(st->m);
+    st->done = true;
+    st->result = r;
+    if (!e.isNull()) st->error = e.isString() ? e.str() : e["message"].str();
+    st->cv.notify_all();
+  });
+  std::unique_lock<std::mutex> lock(st->m);
+  if (!st->cv.wait_for(lock, std::chrono::milliseconds(timeout_ms), [&] { return st->done; })) {
+    if (error) *error = "no answer within " + std::to_string(timeout_ms) + " ms";
+    return false;
+  }
+  if (!st->error.empty()) {
+    if (error) *error = st->error;
+    return false;
+  }
+  if (result) *result = st->result;
+  return true;
+}
+
+void Connection::PostIo(std::function<void()> task) {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    io_tasks_.push_back(std::move(task));
+  }
+  Wake();
+}
+
+void Connection::Wake() {
+  uint64_t one = 1;
+  if (wake_fd_ >= 0) (void)!write(wake_fd_, &one, sizeof one);
+}
+
+void Connection::FailSession(const std::string& session, const std::string& why) {
+  std::vector<Callback> failed;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto it = pending_.begin(); it != pending_.end();) {
+      if (it->second.session == session) {
+        failed.push_back(std::move(it->second.cb));
+        it = pending_.erase(it);
+      } else {
+        ++it;
+      }
+    }
+  }
+  for (auto& cb : failed) cb(Json(), Json(why));
+}
+
+void Connection::FailAll(const std::string& why) {
+  std::map<int, Pending> all;
+  std::deque<std::function<void()>> tasks;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    all.swap(pending_);
+  }
+  for (auto& p : all) p.second.cb(Json(), Json(why));
+}
+
+void Connection::Dispatch(const std::string& text) {
+  bool ok = false;
+  Json msg = Json::parse(text, &ok);
+  if (!ok || !msg.isObject()) {
+    VLOG_ERROR("unreadable message from Chromium");
+    return;
+  }
+  if (msg.has("id")) {
+    int id = static_cast<int>(msg["id"].integer());
+    Callback cb;
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      auto it = pending_.find(id);
+      if (it == pending_.end()) return;
+      cb = std::move(it->second.cb);
+      pending_.erase(it);
+    }
+    if (msg.has("error")) cb(Json(), msg["error"]);
+    else cb(msg["result"], Json());
+    return;
+  }
+  if (sink_) sink_(msg["method"].str(), msg["params"], msg["sessionId"].str());
+}
+
+void Connection::IoLoop() {
+  std::string buffer;
+  std::vector<char> chunk(1 << 16);
+  bool eof = false;
+  while (!eof) {
+    pollfd fds[2] = {{read_fd_, POLLIN, 0}, {wake_fd_, POLLIN, 0}};
+    int n = poll(fds, 2, -1);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      break;
+    }
+    if (fds[1].revents & POLLIN) {
+      uint64_t v;
+      (void)!read(wake_fd_, &v, sizeof v);
+    }
+    while (true) {
+      std::function<void()> task;
+      {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (io_tasks_.empty()) break;
+        task = std::move(io_tasks_.front());
+        io_tasks_.pop_front();
+      }
+      task();
+    }
+    if (stopping_ && !(fds[0].revents & (POLLIN | POLLHUP | POLLERR))) continue;
+    if (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) {
+      ssize_t got = read(read_fd_, chunk.data(), chunk.size());
+      if (got < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+      if (got <= 0) {
+        eof = true;
+        break;
+      }
+      size_t start = buffer.size();
+      buffer.append(chunk.data(), got);
+      size_t from = 0;
+      for (size_t i = start; i < buffer.size(); ++i) {
+        if (buffer[i] == '\0') {
+          Dispatch(buffer.substr(from, i - from));
+          from = i + 1;
+        }
+      }
+      buffer.erase(0, from);
+    }
+  }
+  alive_ = false;
+  int status = 0;
+  // The child may linger a moment after closing its end of the pipe.
+  for (int i = 0; i < 200; ++i) {
+    pid_t r = waitpid(pid_, &status, WNOHANG);
+    if (r == pid_ || r < 0) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (i == 199) {
+      kill(-pid_, SIGKILL);
+      kill(pid_, SIGKILL);
+      waitpid(pid_, &status, 0);
+    }
+  }
+  wait_status_ = status;
+  FailAll("Chromium exited");
+  // Run what was queued before the end so nothing waits forever.
+  while (true) {
+    std::function<void()> task;
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      if (io_tasks_.empty()) break;
+      task = std::move(io_tasks_.front());
+      io_tasks_.pop_front();
+    }
+    task();
+  }
+  if (on_death_ && !stopping_) on_death_(status);
+}
+
+void Connection::Shutdown(int timeout_ms) {
+  if (!io_thread_.joinable()) {
+    if (pid_ > 0 && alive_) {
+      kill(-pid_, SIGKILL);
+      kill(pid_, SIGKILL);
+      waitpid(pid_, nullptr, 0);
+      alive_ = false;
+    }
+    return;
+  }
+  if (OnIoThread()) return;
+  stopping_ = true;
+  if (alive_) {
+    Send("Browser.close", Json::object());
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    while (alive_ && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    if (alive_ && pid_ > 0) {
+      kill(-pid_, SIGKILL);
+      kill(pid_, SIGKILL);
+    }
+  }
+  {
+    std::lock_guard<std::mutex> lock(write_mutex_);
+    if (write_fd_ >= 0) close(write_fd_);
+    write_fd_ = -1;
+  }
+  Wake();
+  io_thread_.join();
+  if (read_fd_ >= 0) close(read_fd_);
+  read_fd_ = -1;
+}
+
+}  // namespace vexorcef

@@ -1,0 +1,87 @@
+// The DevTools pipe to one Chromium process and the I/O thread that reads it.
+#ifndef VEXOR_CEF_SRC_CONNECTION_H_
+#define VEXOR_CEF_SRC_CONNECTION_H_
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "json.h"
+
+namespace vexorcef {
+
+class Connection {
+ public:
+  // result is the command's result; error is non-null when it failed (also when Chromium
+  // died or the session crashed before answering).
+  using Callback = std::function<void(const Json& result, const Json& error)>;
+  using EventSink =
+      std::function<void(const std::string& method, Json params, const std::string& session)>;
+
+  Connection();
+  ~Connection();
+
+  // Spawns program with args, fds 3 and 4 being the pipe. False with *error set on failure.
+  // extra_env entries ("NAME=value") replace or add to the inherited environment.
+  bool Launch(const std::string& program, const std::vector<std::string>& args,
+              const std::vector<std::string>& extra_env, std::string* error);
+  // Starts the I/O thread; events go to sink on that thread, death is reported once.
+  void Start(EventSink sink, std::function<void(int wait_status)> on_death);
+
+  // Thread-safe. The callback runs on the I/O thread; callers hop threads themselves.
+  int Send(const std::string& method, Json params, const std::string& session = std::string(),
+           Callback cb = Callback());
+  // Blocks up to timeout_ms for the answer; false on timeout or error.
+  bool SendSync(const std::string& method, Json params, int timeout_ms, Json* result,
+                std::string* error);
+  // Runs task on the I/O thread.
+  void PostIo(std::function<void()> task);
+  // Fails every command still waiting on session (its target crashed).
+  void FailSession(const std::string& session, const std::string& why);
+
+  bool alive() const { return alive_.load(); }
+  pid_t pid() const { return pid_; }
+  bool OnIoThread() const { return std::this_thread::get_id() == io_thread_.get_id(); }
+
+  // Asks Chromium to quit, waits up to timeout_ms, then kills it; joins the I/O thread.
+  void Shutdown(int timeout_ms);
+
+ private:
+  void IoLoop();
+  void Dispatch(const std::string& text);
+  void FailAll(const std::string& why);
+  void Wake();
+
+  pid_t pid_ = -1;
+  int write_fd_ = -1;
+  int read_fd_ = -1;
+  int wake_fd_ = -1;
+  std::atomic<bool> alive_{false};
+  std::atomic<bool> stopping_{false};
+  std::thread io_thread_;
+  EventSink sink_;
+  std::function<void(int)> on_death_;
+
+  std::mutex write_mutex_;
+  std::mutex mutex_;  // guards next_id_, pending_, io_tasks_
+  int next_id_ = 1;
+  struct Pending {
+    std::string session;
+    Callback cb;
+  };
+  std::map<int, Pending> pending_;
+  std::deque<std::function<void()>> io_tasks_;
+  int wait_status_ = 0;
+};
+
+}  // namespace vexorcef
+
+#endif

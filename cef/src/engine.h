@@ -1,0 +1,139 @@
+// Process-wide engine state: the UI task queue, the Chromium connection, the browsers.
+#ifndef VEXOR_CEF_SRC_ENGINE_H_
+#define VEXOR_CEF_SRC_ENGINE_H_
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "connection.h"
+#include "include/cef_app.h"
+#include "include/cef_client.h"
+#include "json.h"
+#include "x_windows.h"
+
+namespace vexorcef {
+
+class BrowserImpl;
+
+class Engine {
+ public:
+  static Engine* Get();  // null unless initialized
+
+  bool Initialize(const CefMainArgs& args, const CefSettings& settings, CefRefPtr<CefApp> app);
+  void Shutdown();
+
+  // Thread-safe; the task runs in a later CefDoMessageLoopWork.
+  void PostUi(std::function<void()> task);
+  void PostUiDelayed(int delay_ms, std::function<void()> task);
+  void RunUiWork();
+  bool OnUiThread() const { return std::this_thread::get_id() == ui_thread_; }
+
+  // The live connection; after Chromium died, a dead one until the next start.
+  std::shared_ptr<Connection> conn() {
+    std::lock_guard<std::mutex> lock(conn_mutex_);
+    return conn_;
+  }
+  bool chromium_alive() {
+    auto c = conn();
+    return c && c->alive();
+  }
+  XWindows& x() { return x_; }
+
+  // UI thread.
+  bool CreateBrowser(const CefWindowInfo& info, CefRefPtr<CefClient> client,
+                     const std::string& url, bool is_popup, const std::string& popup_target,
+                     const std::string& popup_session);
+  void BrowserClosed(BrowserImpl* browser);
+  void CreationDone(BrowserImpl* browser);
+  // Brings Chromium back after it died; then every live browser gets a new page.
+  void EnsureChromium();
+  // The session of a page that attached before its createTarget answer came.
+  std::string TakeEarlyAttach(const std::string& target);
+  void RegisterRouter(const std::string& query_fn, const std::string& cancel_fn);
+  const std::string& page_script() const { return page_script_; }
+  const std::string& user_agent() const { return user_agent_; }
+  const std::string& accept_language() const { return accept_language_; }
+
+  // I/O thread: the session's browser, for request interception.
+  CefRefPtr<BrowserImpl> BrowserForSession(const std::string& session);
+  void MapSession(const std::string& session, BrowserImpl* browser);
+  void UnmapSession(const std::string& session);
+
+ private:
+  bool StartChromium(std::string* error);
+  std::shared_ptr<Connection> Spawn(std::string* error);
+  void Adopt(std::shared_ptr<Connection> c, const Json& version);
+  void RestartFailed(const std::string& why);
+  void RemoveTempProfile();
+  void RemoveStaleProfiles();
+  void OnIoEvent(const std::string& method, Json params, const std::string& session);
+  void OnUiEvent(const std::string& method, const Json& params, const std::string& session);
+  void OnChromiumDied(int wait_status);
+  void StartNextCreation();
+
+  std::thread::id ui_thread_;
+  std::mutex ui_mutex_;
+  std::deque<std::function<void()>> ui_tasks_;
+  std::atomic<bool> ui_has_work_{false};
+  struct Timer {
+    std::chrono::steady_clock::time_point due;
+    std::function<void()> task;
+  };
+  std::vector<Timer> timers_;  // guarded by ui_mutex_
+  std::atomic<int> timer_count_{0};
+
+  std::mutex conn_mutex_;
+  std::shared_ptr<Connection> conn_;
+  std::vector<std::shared_ptr<Connection>> dead_conns_;
+  bool restarting_ = false;
+  XWindows x_;
+
+  std::string launcher_;
+  std::vector<std::string> switches_;
+  std::vector<std::string> env_;
+  std::string temp_profile_;
+  std::string user_agent_;
+  std::string accept_language_;
+  std::string page_script_;
+  int start_timeout_ms_ = 15000;
+  CefRefPtr<CefApp> app_;
+
+  int next_browser_id_ = 1;
+  std::vector<CefRefPtr<BrowserImpl>> browsers_;  // UI thread
+  std::deque<CefRefPtr<BrowserImpl>> creation_queue_;
+  CefRefPtr<BrowserImpl> creating_;
+  std::map<std::string, std::string> early_attach_;  // targetId -> session
+  std::map<BrowserImpl*, std::pair<std::string, std::string>> popup_args_;
+
+  std::mutex session_mutex_;
+  std::map<std::string, CefRefPtr<BrowserImpl>> sessions_;
+
+  std::vector<std::pair<std::string, std::string>> routers_;
+};
+
+// Maps Chromium's network error name ("net::ERR_NAME_NOT_RESOLVED") to its number.
+int NetErrorCode(const std::string& error_text);
+
+// DOM key and code names for a Windows virtual-key code (US layout).
+struct DomKey {
+  std::string key;
+  std::string code;
+};
+DomKey DomKeyFor(int windows_key_code, bool shift, char16_t character);
+// CEF event flags to DevTools modifier bits.
+int DevToolsModifiers(uint32_t cef_flags);
+
+std::string BuildPageScript();
+std::string RouterScript(const std::string& query_fn, const std::string& cancel_fn);
+
+}  // namespace vexorcef
+
+#endif

@@ -1,0 +1,167 @@
+// Start-up failures and Chromium's death: the host keeps running and recovers.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+
+#include "include/cef_app.h"
+#include "include/cef_task.h"
+#include "test_support.h"
+
+using namespace testing_support;
+
+namespace {
+
+HttpServer* g_server = nullptr;
+
+bool Init(const std::string& launcher, int multi_threaded = 0) {
+  CefSettings settings;
+  CefString(&settings.browser_subprocess_path) = launcher;
+  settings.multi_threaded_message_loop = multi_threaded;
+  settings.log_severity = LOGSEVERITY_DISABLE;
+  char* argv[] = {const_cast<char*>("test"), nullptr};
+  return CefInitialize(CefMainArgs(1, argv), settings, nullptr, nullptr);
+}
+
+double Seconds(std::chrono::steady_clock::time_point since) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+}
+
+}  // namespace
+
+TEST(StartFailure, RefusedConfigurationsReturnFalse) {
+  EXPECT_FALSE(Init(LauncherPath(), 1)) << "multi-threaded message loop accepted";
+  EXPECT_FALSE(Init("/nonexistent/vexor-cef-launcher"));
+  EXPECT_FALSE(CefCurrentlyOn(TID_UI)) << "engine half-started";
+}
+
+TEST(StartFailure, ChromiumThatNeverAnswersTimesOut) {
+  char dir[] = "/tmp/vexor-cef-test-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  std::string fake = std::string(dir) + "/mute-chromium";
+  {
+    std::ofstream f(fake);
+    f << "#!/bin/sh\nexec sleep 60\n";
+  }
+  chmod(fake.c_str(), 0755);
+  setenv("VEXOR_CHROMIUM_BINARY", fake.c_str(), 1);
+  setenv("VEXOR_CEF_START_TIMEOUT_MS", "1500", 1);
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(Init(LauncherPath()));
+  EXPECT_LT(Seconds(start), 6.0);
+  unsetenv("VEXOR_CHROMIUM_BINARY");
+  unsetenv("VEXOR_CEF_START_TIMEOUT_MS");
+  unlink(fake.c_str());
+  rmdir(dir);
+}
+
+TEST(Settings, LocaleAndProfileFolderReachChromium) {
+  char dir[] = "/tmp/vexor-cef-profile-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  CefSettings settings;
+  CefString(&settings.browser_subprocess_path) = LauncherPath();
+  CefString(&settings.user_data_path) = std::string(dir);
+  CefString(&settings.cache_path) = std::string(dir);
+  CefString(&settings.locale) = "de-DE";
+  settings.log_severity = LOGSEVERITY_DISABLE;
+  char* argv[] = {const_cast<char*>("test"), nullptr};
+  ASSERT_TRUE(CefInitialize(CefMainArgs(1, argv), settings, nullptr, nullptr));
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create(""));
+  g_server->Serve("/lang.html", "<p>lang</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/lang.html")));
+  EXPECT_EQ(c->Eval("navigator.language"), "de-DE");
+  c->Close();
+  CefShutdown();
+  struct stat st;
+  EXPECT_EQ(stat((std::string(dir) + "/Local State").c_str(), &st), 0)
+      << "Chromium did not use the profile folder";
+  std::string rm = std::string("rm -rf ") + dir;
+  EXPECT_EQ(system(rm.c_str()), 0);
+}
+
+TEST(ChromiumDeath, BrowsersLearnOfItAndTheNextLoadBringsChromiumBack) {
+  // A profile left by a host that died is removed by the next start.
+  char stale[] = "/tmp/vexor-cef-XXXXXX";
+  ASSERT_NE(mkdtemp(stale), nullptr);
+  pid_t dead = fork();
+  if (dead == 0) _exit(0);
+  waitpid(dead, nullptr, 0);
+  std::ofstream(std::string(stale) + "/vexor-owner") << dead << "\n";
+  std::string why;
+  ASSERT_TRUE(StartEngine(nullptr, &why)) << why;
+  struct stat st;
+  EXPECT_NE(stat(stale, &st), 0) << "stale profile kept";
+  g_server->Serve("/life.html", "<title>life</title>");
+  CefRefPtr<TestClient> a = new TestClient, b = new TestClient;
+  ASSERT_TRUE(a->Create(""));
+  ASSERT_TRUE(b->Create(""));
+  ASSERT_TRUE(a->Load(g_server->Url("/life.html"))) << ::testing::PrintToString(a->Log());
+  ASSERT_TRUE(b->Load(g_server->Url("/life.html")));
+  unsigned long wa = a->browser->GetHost()->GetWindowHandle();
+  unsigned long wb = b->browser->GetHost()->GetWindowHandle();
+  int chromium = ChromiumPidOf(wa);
+  ASSERT_GT(chromium, 0);
+
+  a->reload_on_termination = true;
+  int ends_before = a->main_load_ends;
+  kill(chromium, SIGKILL);
+  double slowest = 0;
+  auto start = std::chrono::steady_clock::now();
+  while ((a->terminations == 0 || b->terminations == 0) && Seconds(start) < 10) {
+    auto t = std::chrono::steady_clock::now();
+    CefDoMessageLoopWork();
+    slowest = std::max(slowest, Seconds(t));
+    usleep(500);
+  }
+  EXPECT_EQ(a->termination_status, TS_PROCESS_WAS_KILLED);
+  EXPECT_EQ(b->termination_status, TS_PROCESS_WAS_KILLED);
+  EXPECT_EQ(a->url_at_termination, g_server->Url("/life.html")) << "nothing to reload";
+  EXPECT_LT(slowest, 0.05) << "CefDoMessageLoopWork blocked";
+  EXPECT_FALSE(a->before_close);
+  EXPECT_TRUE(a->callbacks_on_ui);
+  // The browser windows outlive Chromium.
+  int x, y, w, h;
+  bool mapped;
+  EXPECT_TRUE(WindowGeometry(wa, &x, &y, &w, &h, &mapped));
+
+  // Calls on the dead browser neither crash nor hang.
+  a->browser->GetMainFrame()->ExecuteJavaScript("1", "", 0);
+  a->browser->GetHost()->SendFocusEvent(true);
+  PumpFor(100);
+
+  // The page loaded again from inside the callback brings Chromium back.
+  ASSERT_TRUE(PumpUntil([&] { return a->main_load_ends > ends_before && !a->loading; }, 20000));
+  EXPECT_EQ(a->last_status, 200);
+  EXPECT_EQ(a->browser->GetHost()->GetWindowHandle(), wa);
+  EXPECT_EQ(WindowChildren(wa).size(), 1u);
+  EXPECT_NE(ChromiumPidOf(wa), chromium);
+  EXPECT_EQ(a->Eval("document.title"), "life");
+  // The other browser has a page again too.
+  ASSERT_TRUE(b->Load(g_server->Url("/life.html")));
+  EXPECT_EQ(b->browser->GetHost()->GetWindowHandle(), wb);
+  EXPECT_EQ(b->Eval("document.title"), "life");
+  a->Close();
+  b->Close();
+  EXPECT_TRUE(a->before_close);
+  CefShutdown();
+}
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  g_window_x = 0;
+  g_window_y = 620;
+  HttpServer server;
+  g_server = &server;
+  std::string chromium;
+  if (!ChromiumPresent(&chromium)) {
+    fprintf(stderr, "FAILED: Chromium not found at %s\n", chromium.c_str());
+    return 1;
+  }
+  return RUN_ALL_TESTS();
+}

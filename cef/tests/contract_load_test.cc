@@ -1,0 +1,496 @@
+// Start-up, threads, browser windows, loads, requests and closing, against real Chromium.
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "include/cef_app.h"
+#include "include/cef_cookie.h"
+#include "include/cef_task.h"
+#include "test_support.h"
+
+using namespace testing_support;
+
+namespace {
+
+HttpServer* g_server = nullptr;
+
+class App : public CefApp, public CefBrowserProcessHandler {
+ public:
+  void OnBeforeCommandLineProcessing(const CefString& type,
+                                     CefRefPtr<CefCommandLine> cl) override {
+    process_type = type.ToString();
+    cl->AppendSwitch("disable-gpu");
+    cl->AppendSwitch("--disable-gpu-vsync");
+  }
+  CefRefPtr<CefBrowserProcessHandler> GetBrowserProcessHandler() override { return this; }
+  void OnContextInitialized() override {
+    context_initialized = true;
+    context_on_ui = CefCurrentlyOn(TID_UI);
+  }
+  std::string process_type = "unset";
+  bool context_initialized = false;
+  bool context_on_ui = false;
+  IMPLEMENT_REFCOUNTING(App);
+};
+
+CefRefPtr<App> g_app;
+
+int ClosedPort() {
+  int fd = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in a = {};
+  a.sin_family = AF_INET;
+  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+  socklen_t len = sizeof a;
+  getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
+  close(fd);
+  return ntohs(a.sin_port);
+}
+
+int IndexOf(const std::vector<std::string>& log, const std::string& prefix) {
+  for (size_t i = 0; i < log.size(); ++i)
+    if (log[i].compare(0, prefix.size(), prefix) == 0) return static_cast<int>(i);
+  return -1;
+}
+
+class Fresh : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    c = new TestClient;
+    ASSERT_TRUE(c->Create("")) << "no OnAfterCreated";
+  }
+  void TearDown() override {
+    if (HasFailure())
+      for (auto& l : c->Log()) fprintf(stderr, "  | %s\n", l.c_str());
+    c->Close();
+  }
+  CefRefPtr<TestClient> c;
+};
+
+}  // namespace
+
+TEST(Start, InitializeMapsSettingsAndRunsTheApplicationHooksOnTheUiThread) {
+  EXPECT_EQ(g_app->process_type, "");
+  EXPECT_TRUE(g_app->context_initialized);
+  EXPECT_TRUE(g_app->context_on_ui);
+  EXPECT_TRUE(CefCurrentlyOn(TID_UI));
+  EXPECT_FALSE(CefCurrentlyOn(TID_IO));
+  // A second start while running is refused.
+  CefSettings settings;
+  char* argv[] = {const_cast<char*>("x"), nullptr};
+  EXPECT_FALSE(CefInitialize(CefMainArgs(1, argv), settings, nullptr, nullptr));
+
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create(""));
+  g_server->Serve("/ua.html", "<p>ua</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/ua.html")));
+  EXPECT_EQ(c->Eval("navigator.userAgent"), "VexorTest/1.0 (X11; Linux)");
+  EXPECT_EQ(c->Eval("navigator.languages[0]"), "fr-FR");
+  c->Close();
+
+  struct Done : public CefCompletionCallback {
+    void OnComplete() override { on_ui = CefCurrentlyOn(TID_UI); done = true; }
+    bool done = false, on_ui = false;
+    IMPLEMENT_REFCOUNTING(Done);
+  };
+  CefRefPtr<Done> done = new Done;
+  CefRefPtr<CefCookieManager> cookies = CefCookieManager::GetGlobalManager(nullptr);
+  ASSERT_TRUE(cookies);
+  cookies->SetSupportedSchemes({"http", "https"}, done.get());
+  ASSERT_TRUE(PumpUntil([&] { return done->done; }));
+  EXPECT_TRUE(done->on_ui);
+}
+
+TEST(Browser, CreationIsAsynchronousAndCallbacksComeOnTheUiThread) {
+  CefRefPtr<TestClient> c = new TestClient;
+  CefWindowInfo info;
+  info.width = 640;
+  info.height = 480;
+  ASSERT_TRUE(CefBrowserHost::CreateBrowser(info, c.get(), "", CefBrowserSettings(), nullptr));
+  EXPECT_FALSE(c->after_created);
+  ASSERT_TRUE(PumpUntil([&] { return c->after_created; }));
+  g_server->Serve("/t.html", "<img src='/t.png'>");
+  ASSERT_TRUE(c->Load(g_server->Url("/t.html")));
+  EXPECT_TRUE(c->callbacks_on_ui);
+  EXPECT_TRUE(c->request_thread_ok);
+  EXPECT_FALSE(c->browser->IsPopup());
+  EXPECT_GT(c->browser->GetIdentifier(), 0);
+  c->Close();
+  EXPECT_TRUE(c->callbacks_on_ui);
+}
+
+TEST(Browser, WindowHandleIsAnEngineWindowThatChromiumFillsAndFollows) {
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create("", 500, 300));
+  unsigned long w = c->browser->GetHost()->GetWindowHandle();
+  ASSERT_NE(w, 0u);
+  int x, y, width, height;
+  bool mapped;
+  ASSERT_TRUE(WindowGeometry(w, &x, &y, &width, &height, &mapped));
+  EXPECT_TRUE(mapped);
+  EXPECT_EQ(width, 500);
+  EXPECT_EQ(height, 300);
+  std::vector<unsigned long> kids = WindowChildren(w);
+  ASSERT_EQ(kids.size(), 1u) << "Chromium's window should live inside the engine's";
+  g_server->Serve("/size.html", "<body style='margin:0'>size</body>");
+  ASSERT_TRUE(c->Load(g_server->Url("/size.html")));
+  // No tab strip or toolbar: the page gets the whole window.
+  EXPECT_EQ(c->Eval("window.innerWidth + 'x' + window.innerHeight"), "500x300");
+
+  ResizeWindow(w, 720, 410);
+  ASSERT_TRUE(PumpUntil([&] {
+    int cx, cy, cw, ch;
+    bool m;
+    return WindowGeometry(kids[0], &cx, &cy, &cw, &ch, &m) && cw == 720 && ch == 410;
+  }, 5000));
+  ASSERT_TRUE(PumpUntil([&] { return c->Eval("window.innerWidth + 'x' + window.innerHeight") ==
+                                     "720x410"; }, 5000));
+
+  // Lowering and an input shape act on the handle without disturbing the page.
+  LowerAndShapeWindow(w);
+  EXPECT_EQ(c->Eval("1+1"), "2");
+
+  c->Close();
+  EXPECT_FALSE(WindowGeometry(w, &x, &y, &width, &height, &mapped)) << "window survives close";
+}
+
+TEST_F(Fresh, LoadEventsCarryStatusFramesAndHistory) {
+  g_server->Serve("/one.html", "<title>One</title><iframe src='/frame.html'></iframe>");
+  g_server->Serve("/frame.html", "<p>frame</p>");
+  g_server->Serve("/missing.html", "<title>gone</title>", 404);
+  ASSERT_TRUE(c->Load(g_server->Url("/one.html")));
+  auto log = c->Log();
+  int start = IndexOf(log, "loadstart main " + g_server->Url("/one.html"));
+  int sub = IndexOf(log, "loadend sub 200 " + g_server->Url("/frame.html"));
+  int end = IndexOf(log, "loadend main 200 " + g_server->Url("/one.html"));
+  int idle = IndexOf(log, "loading 0 back 0 fwd 0");
+  EXPECT_GE(start, 0);
+  EXPECT_GE(IndexOf(log, "loadstart sub " + g_server->Url("/frame.html")), 0);
+  EXPECT_GT(sub, start);
+  EXPECT_GT(end, start);
+  EXPECT_GT(idle, end);
+  EXPECT_EQ(IndexOf(log, "loading 1 back 0 fwd 0"), IndexOf(log, "loading 1"));
+  EXPECT_EQ(c->title, "One");
+  EXPECT_FALSE(c->browser->CanGoBack());
+
+  // Progress runs from above 0 to exactly 1 and never goes back.
+  ASSERT_FALSE(c->progress.empty());
+  EXPECT_TRUE(std::is_sorted(c->progress.begin(), c->progress.end()));
+  EXPECT_GE(c->progress.front(), 0.0);
+  EXPECT_DOUBLE_EQ(c->progress.back(), 1.0);
+
+  ASSERT_TRUE(c->Load(g_server->Url("/missing.html")));
+  EXPECT_EQ(c->last_status, 404);
+  EXPECT_TRUE(c->can_back);
+  EXPECT_TRUE(c->browser->CanGoBack());
+  EXPECT_FALSE(c->can_forward);
+
+  c->ClearLog();
+  int ends = c->main_load_ends;
+  c->browser->GoBack();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }));
+  EXPECT_TRUE(c->HasLog("address main " + g_server->Url("/one.html")));
+  EXPECT_FALSE(c->can_back);
+  EXPECT_TRUE(c->can_forward);
+  EXPECT_TRUE(c->HasLog("loadstart main " + g_server->Url("/one.html") + " tt 1"));
+
+  ends = c->main_load_ends;
+  c->browser->GoForward();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }));
+  EXPECT_TRUE(c->can_back);
+  EXPECT_FALSE(c->can_forward);
+
+  c->ClearLog();
+  ends = c->main_load_ends;
+  c->browser->Reload();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }));
+  EXPECT_TRUE(c->HasLog("loadstart main " + g_server->Url("/missing.html") + " tt 8"));
+}
+
+TEST_F(Fresh, LoadErrorsCarryChromiumsNumbers) {
+  ASSERT_TRUE(c->Load("http://127.0.0.1:" + std::to_string(ClosedPort()) + "/"));
+  EXPECT_EQ(c->last_error, -102);
+  EXPECT_TRUE(c->HasLog("net::ERR_CONNECTION_REFUSED"));
+  ASSERT_TRUE(c->Load("file:///nonexistent/vexor-test.html"));
+  EXPECT_EQ(c->last_error, -6);
+  ASSERT_TRUE(c->Load("http://vexor-test-host.invalid/"));
+  EXPECT_EQ(c->last_error, -105);
+
+  // A load replaced by another is aborted (-3).
+  g_server->Serve("/slow.html", "<p>slow</p>", 200, "text/html", 3000);
+  g_server->Serve("/fast.html", "<p>fast</p>");
+  c->ClearLog();
+  c->browser->GetMainFrame()->LoadURL(g_server->Url("/slow.html"));
+  ASSERT_TRUE(PumpUntil([&] { return c->loading; }));
+  ASSERT_TRUE(c->Load(g_server->Url("/fast.html")));
+  EXPECT_TRUE(c->HasLog("loaderror main -3 net::ERR_ABORTED " + g_server->Url("/slow.html")));
+  EXPECT_EQ(c->last_status, 200);
+
+  // Stop ends a load that would take long.
+  c->browser->GetMainFrame()->LoadURL(g_server->Url("/slow.html"));
+  ASSERT_TRUE(PumpUntil([&] { return c->loading; }));
+  c->browser->StopLoad();
+  EXPECT_TRUE(PumpUntil([&] { return !c->loading; }, 2500));
+}
+
+TEST_F(Fresh, AddressTitleAndConsoleFollowThePage) {
+  g_server->Serve("/doc.html", "<title>First</title><p>doc</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/doc.html")));
+  c->ClearLog();
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "history.pushState({}, '', '/doc.html#part2');\n"
+      "document.title = 'Second';\n"
+      "console.warn('careful', 42);",
+      "http://script.test/run.js", 1);
+  ASSERT_TRUE(c->WaitForLog("console 3 careful 42"));
+  ASSERT_TRUE(c->WaitForLog("title Second"));
+  EXPECT_TRUE(c->WaitForLog("address main " + g_server->Url("/doc.html#part2")));
+  EXPECT_TRUE(c->HasLog("@http://script.test/run.js:3"));
+  EXPECT_TRUE(PumpUntil([&] { return c->can_back; }));
+  EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), g_server->Url("/doc.html#part2"));
+
+  // A title set from a timer, long after the load, is still seen.
+  c->browser->GetMainFrame()->ExecuteJavaScript("setTimeout(() => document.title = 'Third', 50)",
+                                                "", 0);
+  EXPECT_TRUE(c->WaitForLog("title Third"));
+}
+
+TEST_F(Fresh, EveryRequestOfEveryFrameReachesTheHandlerOnTheIoThread) {
+  std::string cross = "http://localhost:" + std::to_string(g_server->port());
+  g_server->Serve("/outer.html",
+                  "<img src='/outer.png'><iframe src='/inner.html'></iframe>"
+                  "<iframe src='" + cross + "/cross.html'></iframe>");
+  g_server->Serve("/inner.html", "<script src='/inner.js'></script>");
+  g_server->Serve("/inner.js", "var x = 1;", 200, "text/javascript");
+  g_server->Serve("/cross.html", "<img src='/cross.png'><link rel=stylesheet href='/c.css'>");
+  g_server->Serve("/c.css", "p{}", 200, "text/css");
+  ASSERT_TRUE(c->Load(g_server->Url("/outer.html")));
+  ASSERT_TRUE(PumpUntil([&] { return g_server->CountRequests("/c.css") > 0; }, 5000));
+  std::map<std::string, int> seen;
+  {
+    std::lock_guard<std::mutex> l(c->mutex);
+    for (auto& r : c->requests) seen[r.first] = r.second;
+  }
+  EXPECT_EQ(seen[g_server->Url("/outer.html")], RT_MAIN_FRAME);
+  EXPECT_EQ(seen[g_server->Url("/outer.png")], RT_IMAGE);
+  EXPECT_EQ(seen[g_server->Url("/inner.html")], RT_SUB_FRAME);
+  EXPECT_EQ(seen[g_server->Url("/inner.js")], RT_SCRIPT);
+  EXPECT_EQ(seen[cross + "/cross.html"], RT_SUB_FRAME);
+  ASSERT_TRUE(seen.count(cross + "/cross.png")) << "cross-site iframe's own requests";
+  EXPECT_EQ(seen[cross + "/cross.png"], RT_IMAGE);
+  EXPECT_EQ(seen[cross + "/c.css"], RT_STYLESHEET);
+  EXPECT_TRUE(c->request_thread_ok);
+}
+
+TEST_F(Fresh, CancelFailsARequestAndSetUrlServesAnother) {
+  g_server->Serve("/page.html",
+                  "<script>fetch('/blocked.txt').then(()=>console.log('BLOCKED-LOADED'),"
+                  "()=>console.log('BLOCKED-FAILED'));"
+                  "fetch('/old.txt').then(r=>r.text()).then(t=>console.log('GOT:'+t))</script>");
+  g_server->Serve("/blocked.txt", "no", 200, "text/plain");
+  g_server->Serve("/old.txt", "old", 200, "text/plain");
+  g_server->Serve("/new.txt", "new", 200, "text/plain");
+  std::string newUrl = g_server->Url("/new.txt");
+  c->on_request = [newUrl](CefRefPtr<CefRequest> r) {
+    std::string u = r->GetURL().ToString();
+    if (u.find("/blocked.txt") != std::string::npos) return RV_CANCEL;
+    if (u.find("/old.txt") != std::string::npos) r->SetURL(newUrl);
+    return RV_CONTINUE;
+  };
+  ASSERT_TRUE(c->Load(g_server->Url("/page.html")));
+  EXPECT_TRUE(c->WaitForLog("BLOCKED-FAILED"));
+  EXPECT_TRUE(c->WaitForLog("GOT:new"));
+  EXPECT_EQ(g_server->CountRequests("/blocked.txt"), 0);
+  EXPECT_EQ(g_server->CountRequests("/old.txt"), 0);
+
+  // A cancelled main document is a load error -20.
+  c->on_request = [](CefRefPtr<CefRequest> r) {
+    return r->GetResourceType() == RT_MAIN_FRAME ? RV_CANCEL : RV_CONTINUE;
+  };
+  ASSERT_TRUE(c->Load(g_server->Url("/page.html")));
+  EXPECT_EQ(c->last_error, -20);
+}
+
+TEST_F(Fresh, AsyncContinueHoldsTheRequestUntilAnsweredFromAnotherThread) {
+  g_server->Serve("/held.html", "<title>held</title>");
+  std::mutex m;
+  CefRefPtr<CefRequestCallback> held;
+  c->on_request_async = [&](CefRefPtr<CefRequest> r, CefRefPtr<CefRequestCallback> cb) {
+    if (r->GetURL().ToString().find("/held.html") == std::string::npos) return RV_CONTINUE;
+    std::lock_guard<std::mutex> l(m);
+    held = cb;
+    return RV_CONTINUE_ASYNC;
+  };
+  c->browser->GetMainFrame()->LoadURL(g_server->Url("/held.html"));
+  ASSERT_TRUE(PumpUntil([&] { std::lock_guard<std::mutex> l(m); return held != nullptr; }));
+  PumpFor(300);
+  EXPECT_EQ(g_server->CountRequests("/held.html"), 0);
+  EXPECT_EQ(c->main_load_ends, 0);
+  std::thread([&] {
+    std::lock_guard<std::mutex> l(m);
+    held->Continue(true);
+  }).join();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > 0 && !c->loading; }));
+  EXPECT_EQ(c->title, "held");
+  c->on_request_async = nullptr;
+}
+
+TEST_F(Fresh, InternalPagesReachTheHandlerAndStopWhenCancelled) {
+  c->on_request = [](CefRefPtr<CefRequest> r) {
+    return r->GetURL().ToString().compare(0, 9, "chrome://") == 0 ? RV_CANCEL : RV_CONTINUE;
+  };
+  g_server->Serve("/before.html", "<title>before</title>");
+  ASSERT_TRUE(c->Load(g_server->Url("/before.html")));
+  ASSERT_TRUE(c->Load("chrome://version/"));
+  EXPECT_EQ(c->last_error, -20);
+  bool seen = false;
+  {
+    std::lock_guard<std::mutex> l(c->mutex);
+    for (auto& r : c->requests)
+      if (r.first == "chrome://version/" && r.second == RT_MAIN_FRAME) seen = true;
+  }
+  EXPECT_TRUE(seen);
+  PumpFor(300);
+  EXPECT_EQ(c->Eval("location.href"), g_server->Url("/before.html"));
+
+  // Allowed, it loads.
+  c->on_request = nullptr;
+  ASSERT_TRUE(c->Load("chrome://version/"));
+  EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), "chrome://version/");
+
+  // Going back to one through history is stopped too.
+  ASSERT_TRUE(c->Load(g_server->Url("/before.html")));
+  std::atomic<int> asked{0};
+  c->on_request = [&asked](CefRefPtr<CefRequest> r) {
+    if (r->GetURL().ToString().compare(0, 9, "chrome://") != 0) return RV_CONTINUE;
+    ++asked;
+    return RV_CANCEL;
+  };
+  int errors = c->main_load_errors;
+  c->browser->GoBack();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_errors > errors; }, 5000));
+  EXPECT_EQ(c->last_error, -20);
+  EXPECT_GE(asked.load(), 1);
+  PumpFor(500);
+  EXPECT_EQ(c->Eval("location.href"), g_server->Url("/before.html"));
+}
+
+TEST_F(Fresh, ThePdfViewersOwnRequestsReachTheHandler) {
+  std::string pdf = "%PDF-1.4\n";
+  std::vector<size_t> offsets;
+  const char* objects[] = {
+      "1 0 obj << /Type /Catalog /Pages 2 0 R >> endobj\n",
+      "2 0 obj << /Type /Pages /Kids [3 0 R] /Count 1 >> endobj\n",
+      "3 0 obj << /Type /Page /Parent 2 0 R /MediaBox [0 0 200 200] >> endobj\n"};
+  for (const char* o : objects) {
+    offsets.push_back(pdf.size());
+    pdf += o;
+  }
+  size_t xref = pdf.size();
+  pdf += "xref\n0 4\n0000000000 65535 f \n";
+  for (size_t off : offsets) {
+    char line[32];
+    snprintf(line, sizeof line, "%010zu 00000 n \n", off);
+    pdf += line;
+  }
+  pdf += "trailer << /Size 4 /Root 1 0 R >>\nstartxref\n" + std::to_string(xref) + "\n%%EOF\n";
+  g_server->Serve("/doc.pdf", pdf, 200, "application/pdf");
+  ASSERT_TRUE(c->Load(g_server->Url("/doc.pdf")));
+  auto viewer = [&] {
+    std::lock_guard<std::mutex> l(c->mutex);
+    for (auto& r : c->requests)
+      if (r.first.compare(0, 19, "chrome-extension://") == 0) return true;
+    return false;
+  };
+  EXPECT_TRUE(PumpUntil(viewer, 10000)) << ::testing::PrintToString(c->requests);
+}
+
+TEST_F(Fresh, OnBeforeBrowseCanStopANavigation) {
+  g_server->Serve("/here.html", "<title>here</title>");
+  g_server->Serve("/forbidden.html", "<title>forbidden</title>");
+  ASSERT_TRUE(c->Load(g_server->Url("/here.html")));
+  struct Stopper : public TestClient {
+    bool OnBeforeBrowse(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, CefRefPtr<CefRequest> r,
+                        bool, bool) override {
+      return r->GetURL().ToString().find("forbidden") != std::string::npos;
+    }
+  };
+  CefRefPtr<Stopper> s = new Stopper;
+  ASSERT_TRUE(s->Create(""));
+  ASSERT_TRUE(s->Load(g_server->Url("/here.html")));
+  s->browser->GetMainFrame()->LoadURL(g_server->Url("/forbidden.html"));
+  PumpFor(800);
+  EXPECT_EQ(s->Eval("document.title"), "here");
+  s->Close();
+}
+
+TEST(Browser, BrowsersCreatedTogetherEachGetTheirOwnWindow) {
+  CefRefPtr<TestClient> a = new TestClient, b = new TestClient;
+  CefWindowInfo info;
+  info.width = 300;
+  info.height = 200;
+  ASSERT_TRUE(CefBrowserHost::CreateBrowser(info, a.get(), g_server->Url("/t.html"),
+                                            CefBrowserSettings(), nullptr));
+  info.x = 400;
+  ASSERT_TRUE(CefBrowserHost::CreateBrowser(info, b.get(), "", CefBrowserSettings(), nullptr));
+  ASSERT_TRUE(PumpUntil([&] { return a->after_created && b->after_created; }, 20000));
+  unsigned long wa = a->browser->GetHost()->GetWindowHandle();
+  unsigned long wb = b->browser->GetHost()->GetWindowHandle();
+  EXPECT_NE(wa, wb);
+  EXPECT_NE(a->browser->GetIdentifier(), b->browser->GetIdentifier());
+  ASSERT_EQ(WindowChildren(wa).size(), 1u);
+  ASSERT_EQ(WindowChildren(wb).size(), 1u);
+  EXPECT_NE(WindowChildren(wa)[0], WindowChildren(wb)[0]);
+  // The URL given at creation is loaded once the page exists.
+  EXPECT_TRUE(PumpUntil([&] { return a->main_load_ends > 0; }));
+  a->Close();
+  b->Close();
+}
+
+TEST(Closing, ForcedCloseAsksDoCloseThenCloses) {
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create(""));
+  c->browser->GetHost()->CloseBrowser(true);
+  ASSERT_TRUE(PumpUntil([&] { return c->before_close; }));
+  auto log = c->Log();
+  int doclose = IndexOf(log, "doclose allowed");
+  int before = IndexOf(log, "beforeclose");
+  EXPECT_GE(doclose, 0);
+  EXPECT_GT(before, doclose);
+  EXPECT_EQ(c->browser->GetHost()->GetWindowHandle(), 0u);
+  EXPECT_FALSE(c->browser->GetMainFrame()->IsValid());
+}
+
+TEST(Closing, WindowCloseFromThePageAsksDoCloseAndCanBeRefused) {
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create(""));
+  g_server->Serve("/closer.html", "<p>closer</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/closer.html")));
+  c->refuse_close = true;
+  c->browser->GetMainFrame()->ExecuteJavaScript("window.close()", "", 0);
+  ASSERT_TRUE(c->WaitForLog("doclose refused"));
+  PumpFor(200);
+  EXPECT_FALSE(c->before_close);
+  EXPECT_EQ(c->Eval("document.body.textContent"), "closer");
+  c->refuse_close = false;
+  c->browser->GetMainFrame()->ExecuteJavaScript("window.close()", "", 0);
+  ASSERT_TRUE(PumpUntil([&] { return c->before_close; }));
+}
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  HttpServer server;
+  g_server = &server;
+  g_app = new App;
+  std::string why;
+  if (!StartEngine(g_app.get(), &why)) {
+    fprintf(stderr, "FAILED: cannot start the engine: %s\n", why.c_str());
+    return 1;
+  }
+  int rc = RUN_ALL_TESTS();
+  CefShutdown();
+  return rc;
+}

@@ -1,0 +1,387 @@
+// Popups, dialogs, input, the page-side script, renderer crashes and context menus.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "include/cef_app.h"
+#include "include/wrapper/cef_message_router.h"
+#include "test_support.h"
+
+using namespace testing_support;
+
+namespace {
+
+HttpServer* g_server = nullptr;
+
+class Fresh : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    c = new TestClient;
+    ASSERT_TRUE(c->Create("")) << "no OnAfterCreated";
+  }
+  void TearDown() override {
+    if (HasFailure())
+      for (auto& l : c->Log()) fprintf(stderr, "  | %s\n", l.c_str());
+    c->Close();
+  }
+  CefRefPtr<TestClient> c;
+};
+
+// Answers "ping" with "pong:<frame url>", holds "hold" forever, declines the rest.
+class Handler : public CefMessageRouterBrowserSide::Handler {
+ public:
+  bool OnQuery(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame, int64 query_id,
+               const CefString& request, bool, CefRefPtr<Callback> callback) override {
+    std::string r = request.ToString();
+    frames.push_back(frame ? frame->GetURL().ToString() : "<none>");
+    if (r == "ping") {
+      callback->Success("pong:" + (frame ? frame->GetURL().ToString() : std::string()));
+      return true;
+    }
+    if (r == "hold") {
+      held = callback;
+      held_id = query_id;
+      return true;
+    }
+    return false;
+  }
+  void OnQueryCanceled(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, int64 query_id) override {
+    canceled.push_back(query_id);
+  }
+  std::vector<std::string> frames;
+  CefRefPtr<Callback> held;
+  int64 held_id = -1;
+  std::vector<int64> canceled;
+};
+
+void InstallRouter(CefRefPtr<TestClient> c, Handler* h) {
+  CefMessageRouterConfig config;
+  config.js_query_function = "vexorQuery";
+  config.js_cancel_function = "vexorQueryCancel";
+  c->router = CefMessageRouterBrowserSide::Create(config);
+  c->router->AddHandler(h, false);
+}
+
+}  // namespace
+
+TEST_F(Fresh, PopupsAreOfferedFirstAndVanishWhenCancelled) {
+  g_server->Serve("/opener.html",
+                  "<button id=b style='position:absolute;left:0;top:0;width:200px;height:100px'"
+                  " onclick=\"var w = window.open('/popup.html?click', '_blank');"
+                  " console.log('AFTER-CLICK-OPEN ' + (w === null || w.closed))\">open</button>"
+                  "<a href='/popup.html?link' target=_blank style='position:absolute;left:0;"
+                  "top:150px;font-size:40px'>link</a>");
+  g_server->Serve("/popup.html", "<title>popup</title>");
+  int requests_at_offer = -1;
+  c->on_popup = [&](const std::string&) {
+    requests_at_offer = g_server->CountRequests("/popup.html");
+    return true;
+  };
+  ASSERT_TRUE(c->Load(g_server->Url("/opener.html")));
+  int chromium = ChromiumPidOf(c->browser->GetHost()->GetWindowHandle());
+  ASSERT_GT(chromium, 0);
+  EXPECT_EQ(CountTopLevelsOf(chromium), 0);
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "var w = window.open('/popup.html?script'); console.log('AFTER-OPEN')", "", 0);
+  ASSERT_TRUE(c->WaitForLog("popup " + g_server->Url("/popup.html?script")));
+  EXPECT_EQ(requests_at_offer, 0);
+  EXPECT_TRUE(c->WaitForLog("AFTER-OPEN"));
+  Click(c->browser, 50, 50);
+  ASSERT_TRUE(c->WaitForLog("popup " + g_server->Url("/popup.html?click")));
+  EXPECT_TRUE(c->WaitForLog("AFTER-CLICK-OPEN true"));
+  Click(c->browser, 10, 170);
+  ASSERT_TRUE(c->WaitForLog("popup " + g_server->Url("/popup.html?link")));
+  PumpFor(500);
+  EXPECT_EQ(CountTopLevelsOf(chromium), 0) << "a popup window appeared";
+  EXPECT_EQ(g_server->CountRequests("/popup.html"), 0)
+      << ::testing::PrintToString(g_server->Requests());
+  EXPECT_EQ(c->Eval("document.readyState"), "complete");
+}
+
+TEST_F(Fresh, AnAllowedPopupBecomesABrowserOfItsOwn) {
+  g_server->Serve("/opener2.html", "<p>opener</p>");
+  g_server->Serve("/allowed.html", "<title>allowed</title>");
+  ASSERT_TRUE(c->Load(g_server->Url("/opener2.html")));
+  c->on_popup = [](const std::string&) { return false; };
+  c->browser->GetMainFrame()->ExecuteJavaScript("window.open('/allowed.html')", "", 0);
+  ASSERT_TRUE(PumpUntil([&] {
+    for (auto& l : c->Log())
+      if (l.compare(0, 8, "created ") == 0 && l.size() > 6 && l.substr(l.size() - 6) == " popup")
+        return true;
+    return false;
+  }));
+  EXPECT_TRUE(PumpUntil([&] { return g_server->CountRequests("/allowed.html") > 0; }));
+}
+
+TEST_F(Fresh, DialogsBlockScriptUntilAnsweredLater) {
+  g_server->Serve("/dialogs.html", "<p>dialogs</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/dialogs.html")));
+  CefRefPtr<CefJSDialogCallback> pending;
+  c->on_dialog = [&](JSDialogType, const std::string&, CefRefPtr<CefJSDialogCallback> cb) {
+    pending = cb;
+    return true;
+  };
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "alert('hello'); console.log('AFTER-ALERT');"
+      "console.log('CONFIRM:' + confirm('sure?'));"
+      "console.log('PROMPT:' + prompt('name?', 'def'));",
+      "", 0);
+  ASSERT_TRUE(c->WaitForLog("dialog 0 hello []"));
+  PumpFor(400);
+  EXPECT_FALSE(c->HasLog("AFTER-ALERT")) << "script ran on while the alert was open";
+  // Answered from another thread, well after it opened.
+  std::thread([&] { pending->Continue(true, CefString()); }).join();
+  pending = nullptr;
+  ASSERT_TRUE(c->WaitForLog("AFTER-ALERT"));
+  ASSERT_TRUE(c->WaitForLog("dialog 1 sure? []"));
+  pending->Continue(true, CefString());
+  pending = nullptr;
+  ASSERT_TRUE(c->WaitForLog("CONFIRM:true"));
+  ASSERT_TRUE(c->WaitForLog("dialog 2 name? [def]"));
+  pending->Continue(true, "typed ✓");
+  ASSERT_TRUE(c->WaitForLog("PROMPT:typed ✓"));
+  EXPECT_TRUE(c->HasLog("dialogclosed"));
+
+  // Not handled: an alert is acknowledged, a confirm cancelled.
+  c->on_dialog = nullptr;
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "alert('x'); console.log('DEFAULT-CONFIRM:' + confirm('y'))", "", 0);
+  EXPECT_TRUE(c->WaitForLog("DEFAULT-CONFIRM:false"));
+}
+
+TEST_F(Fresh, NavigatingAwayResetsAnOpenDialog) {
+  g_server->Serve("/d1.html", "<p>d1</p>");
+  g_server->Serve("/d2.html", "<p>d2</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/d1.html")));
+  CefRefPtr<CefJSDialogCallback> pending;
+  c->on_dialog = [&](JSDialogType, const std::string&, CefRefPtr<CefJSDialogCallback> cb) {
+    pending = cb;
+    return true;
+  };
+  c->browser->GetMainFrame()->ExecuteJavaScript("alert('stuck')", "", 0);
+  ASSERT_TRUE(c->WaitForLog("dialog 0 stuck"));
+  ASSERT_TRUE(c->Load(g_server->Url("/d2.html")));
+  EXPECT_TRUE(c->WaitForLog("resetdialog"));
+  EXPECT_EQ(c->Eval("document.body.textContent"), "d2");
+  pending->Continue(true, CefString());  // late answer: harmless
+  EXPECT_EQ(c->Eval("1+2"), "3");
+
+  // Closing the browser resets an open dialog before it goes.
+  c->ClearLog();
+  c->browser->GetMainFrame()->ExecuteJavaScript("alert('closing')", "", 0);
+  ASSERT_TRUE(c->WaitForLog("dialog 0 closing"));
+  c->Close();
+  auto log = c->Log();
+  auto reset = std::find(log.begin(), log.end(), "resetdialog");
+  auto gone = std::find(log.begin(), log.end(), "beforeclose");
+  EXPECT_TRUE(reset != log.end() && gone != log.end() && reset < gone);
+}
+
+TEST_F(Fresh, BeforeUnloadAsksAndCanKeepThePage) {
+  g_server->Serve("/stay.html",
+                  "<body style='height:500px' onbeforeunload='return \"leave?\"'>stay</body>");
+  g_server->Serve("/next.html", "<p>next</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/stay.html")));
+  Click(c->browser, 20, 20);  // beforeunload needs a user gesture
+  PumpFor(200);
+  c->on_unload_dialog = [](CefRefPtr<CefJSDialogCallback> cb) {
+    cb->Continue(false, CefString());
+    return true;
+  };
+  c->browser->GetMainFrame()->LoadURL(g_server->Url("/next.html"));
+  ASSERT_TRUE(c->WaitForLog("unloaddialog"));
+  PumpFor(500);
+  EXPECT_EQ(c->Eval("document.body.textContent"), "stay");
+  c->on_unload_dialog = nullptr;  // default: leave
+  ASSERT_TRUE(c->Load(g_server->Url("/next.html")));
+  EXPECT_EQ(c->Eval("document.body.textContent"), "next");
+}
+
+TEST_F(Fresh, KeysTypeIntoThePageWithDomKeysAndCodes) {
+  g_server->Serve("/keys.html",
+                  "<form onsubmit=\"console.log('SUBMIT:' + a.value); return false\">"
+                  "<input id=a style='position:absolute;left:0;top:0;width:300px;height:40px'>"
+                  "<input id=b style='position:absolute;left:0;top:60px;width:300px'>"
+                  "<button style='position:absolute;left:0;top:120px'>go</button></form>"
+                  "<script>addEventListener('keydown', e => console.log('KD ' + e.key + ' ' +"
+                  " e.code + ' ' + e.shiftKey), true);</script>");
+  ASSERT_TRUE(c->Load(g_server->Url("/keys.html")));
+  Click(c->browser, 10, 10);
+  ASSERT_TRUE(PumpUntil([&] { return c->Eval("document.activeElement.id") == "a"; }, 5000));
+  TypeText(c->browser, u"aB7");
+  ASSERT_TRUE(c->WaitForLog("KD a KeyA false"));
+  EXPECT_TRUE(c->WaitForLog("KD B KeyB true"));
+  EXPECT_TRUE(c->WaitForLog("KD 7 Digit7 false"));
+  PressKey(c->browser, 8, 8);  // Backspace
+  EXPECT_TRUE(c->WaitForLog("KD Backspace Backspace false"));
+  // A character outside the BMP arrives as two units and lands as one.
+  TypeText(c->browser, u"\U0001F600é");
+  ASSERT_TRUE(PumpUntil([&] { return c->Eval("a.value") == "aB\U0001F600é"; }, 5000))
+      << c->Eval("a.value");
+  PressKey(c->browser, 13, 13);  // Return submits
+  EXPECT_TRUE(c->WaitForLog("SUBMIT:aB\U0001F600é"));
+  PressKey(c->browser, 9, 9);  // Tab moves on
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("document.activeElement.id") == "b"; }, 5000));
+  TypeText(c->browser, u"z");
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("b.value") == "z"; }, 5000));
+  // A key the keyboard handler takes never reaches the page.
+  int seen = c->pre_key_events;
+  c->swallow_key = 'Q';
+  TypeText(c->browser, u"qy");
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("b.value") == "zy"; }, 5000)) << c->Eval("b.value");
+  EXPECT_EQ(c->pre_key_events, seen + 6);
+}
+
+TEST_F(Fresh, MouseWheelAndFocusReachThePage) {
+  g_server->Serve("/mouse.html",
+                  "<body style='height:5000px;margin:0'>"
+                  "<div id=t style='position:absolute;left:100px;top:100px;width:50px;"
+                  "height:50px;background:#eee'></div><script>"
+                  "addEventListener('click', e => console.log('CLICK ' + e.button + ' ' +"
+                  " e.target.id + ' ' + e.detail), true);"
+                  "addEventListener('mousemove', e => window.moved = e.clientX + ',' + e.clientY);"
+                  "</script></body>");
+  ASSERT_TRUE(c->Load(g_server->Url("/mouse.html")));
+  Click(c->browser, 120, 120);
+  EXPECT_TRUE(c->WaitForLog("CLICK 0 t 1"));
+  CefMouseEvent e;
+  e.x = 130;
+  e.y = 140;
+  c->browser->GetHost()->SendMouseMoveEvent(e, false);
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("window.moved") == "130,140"; }, 5000));
+  e.x = 300;
+  e.y = 300;
+  c->browser->GetHost()->SendMouseWheelEvent(e, 0, -240);  // towards the user: down
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("window.scrollY > 0") == "true"; }, 5000));
+  c->browser->GetHost()->SendMouseWheelEvent(e, 0, 0);  // nothing to do
+  c->browser->GetHost()->SendFocusEvent(true);
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("document.hasFocus()") == "true"; }, 5000));
+  c->browser->GetHost()->SendFocusEvent(false);
+  EXPECT_TRUE(PumpUntil([&] { return c->Eval("document.hasFocus()") == "false"; }, 5000));
+}
+
+TEST_F(Fresh, RouterQueriesAnswerTheFrameThatAsked) {
+  Handler h;
+  InstallRouter(c, &h);
+  std::string cross = "http://localhost:" + std::to_string(g_server->port());
+  g_server->Serve("/router.html",
+                  "<script>function ask(r) { return vexorQuery({request: r,"
+                  " onSuccess: v => console.log('OK ' + v),"
+                  " onFailure: (c, m) => console.log('FAIL ' + c + ' ' + m)}); }</script>"
+                  "<iframe src='" + cross + "/rframe.html'></iframe>");
+  g_server->Serve("/rframe.html",
+                  "<script>vexorQuery({request: 'ping', onSuccess: v =>"
+                  " console.log('FRAME-OK ' + v)});</script>");
+  ASSERT_TRUE(c->Load(g_server->Url("/router.html")));
+  EXPECT_TRUE(c->WaitForLog("FRAME-OK pong:" + cross + "/rframe.html"));
+  c->browser->GetMainFrame()->ExecuteJavaScript("ask('ping'); ask('unknown')", "", 0);
+  EXPECT_TRUE(c->WaitForLog("OK pong:" + g_server->Url("/router.html")));
+  EXPECT_TRUE(c->WaitForLog("FAIL -1"));
+
+  // The page cancels a query the handler is holding.
+  c->browser->GetMainFrame()->ExecuteJavaScript("window.q = ask('hold')", "", 0);
+  ASSERT_TRUE(PumpUntil([&] { return h.held != nullptr; }));
+  c->browser->GetMainFrame()->ExecuteJavaScript("vexorQueryCancel(window.q)", "", 0);
+  ASSERT_TRUE(PumpUntil([&] { return !h.canceled.empty(); }));
+  EXPECT_EQ(h.canceled.back(), h.held_id);
+  h.held->Success("too late");
+  PumpFor(200);
+  EXPECT_FALSE(c->HasLog("OK too late"));
+  c->router->RemoveHandler(&h);
+}
+
+TEST_F(Fresh, FocusIntoEditableFieldsIsReported) {
+  g_server->Serve("/focus.html",
+                  "<input id=a style='position:absolute;left:0;top:0;width:200px;height:40px'>"
+                  "<div style='position:absolute;left:0;top:100px;width:200px;height:40px'>"
+                  "text</div>");
+  ASSERT_TRUE(c->Load(g_server->Url("/focus.html")));
+  c->ClearLog();
+  Click(c->browser, 10, 10);
+  ASSERT_TRUE(c->WaitForLog("message renderer.focused_node_changed true"));
+  Click(c->browser, 10, 110);
+  ASSERT_TRUE(c->WaitForLog("message renderer.focused_node_changed false"));
+}
+
+TEST_F(Fresh, ContextMenusNeverAppear) {
+  g_server->Serve("/menu.html",
+                  "<body style='margin:0;height:400px' oncontextmenu=\"console.log('PAGE-MENU ' +"
+                  " event.defaultPrevented)\">menu</body>");
+  ASSERT_TRUE(c->Load(g_server->Url("/menu.html")));
+  int chromium = ChromiumPidOf(c->browser->GetHost()->GetWindowHandle());
+  ASSERT_GT(chromium, 0);
+  Click(c->browser, 40, 40, MBT_RIGHT);
+  ASSERT_TRUE(c->WaitForLog("contextmenu 40,40"));
+  PumpFor(500);
+  EXPECT_EQ(CountTopLevelsOf(chromium), 0) << "a menu appeared";
+}
+
+TEST_F(Fresh, PermissionRequestsAreRefusedWithoutAPrompt) {
+  g_server->Serve("/perm.html", "<p>perm</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/perm.html")));
+  int chromium = ChromiumPidOf(c->browser->GetHost()->GetWindowHandle());
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "navigator.geolocation.getCurrentPosition(() => console.log('GEO-OK'),"
+      " e => console.log('GEO-ERR ' + e.code));"
+      "navigator.permissions.query({name: 'notifications'}).then(s =>"
+      " console.log('NOTIFY ' + s.state));",
+      "", 0);
+  EXPECT_TRUE(c->WaitForLog("GEO-ERR 1"));
+  EXPECT_TRUE(c->WaitForLog("NOTIFY denied"));
+  EXPECT_EQ(CountTopLevelsOf(chromium), 0) << "a prompt appeared";
+}
+
+TEST_F(Fresh, RendererCrashIsReportedAndTheNextLoadWorks) {
+  Handler h;
+  InstallRouter(c, &h);
+  g_server->Serve("/victim.html", "<title>victim</title>");
+  ASSERT_TRUE(c->Load(g_server->Url("/victim.html")));
+  c->browser->GetMainFrame()->ExecuteJavaScript("vexorQuery({request: 'hold'})", "", 0);
+  ASSERT_TRUE(PumpUntil([&] { return h.held != nullptr; }));
+
+  int chromium = ChromiumPidOf(c->browser->GetHost()->GetWindowHandle());
+  ASSERT_GT(chromium, 0);
+  std::vector<int> renderers = RendererPids(chromium);
+  ASSERT_FALSE(renderers.empty());
+  for (int pid : renderers) kill(pid, SIGKILL);
+  ASSERT_TRUE(PumpUntil([&] { return c->terminations > 0; }, 10000));
+  EXPECT_EQ(c->termination_status, TS_PROCESS_WAS_KILLED);
+  EXPECT_EQ(c->url_at_termination, g_server->Url("/victim.html"));
+  EXPECT_EQ(h.canceled.size(), 1u);
+  EXPECT_TRUE(c->callbacks_on_ui);
+
+  ASSERT_TRUE(c->Load(g_server->Url("/victim.html")));
+  EXPECT_EQ(c->last_status, 200);
+  EXPECT_EQ(c->Eval("document.title"), "victim");
+
+  // A renderer that crashes by itself is reported as crashed.
+  c->ClearLog();
+  // Loading the page again from inside the callback works too.
+  c->reload_on_termination = true;
+  int ends = c->main_load_ends;
+  chromium = ChromiumPidOf(c->browser->GetHost()->GetWindowHandle());
+  for (int pid : RendererPids(chromium)) kill(pid, SIGSEGV);
+  ASSERT_TRUE(PumpUntil([&] { return c->terminations > 1; }, 10000));
+  EXPECT_EQ(c->termination_status, TS_PROCESS_CRASHED);
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }, 10000));
+  EXPECT_EQ(c->Eval("document.title"), "victim");
+  c->router->RemoveHandler(&h);
+}
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  g_window_x = 1000;
+  g_window_y = 0;
+  HttpServer server;
+  g_server = &server;
+  std::string why;
+  if (!StartEngine(nullptr, &why)) {
+    fprintf(stderr, "FAILED: cannot start the engine: %s\n", why.c_str());
+    return 1;
+  }
+  int rc = RUN_ALL_TESTS();
+  CefShutdown();
+  return rc;
+}
