@@ -10,5 +10,5 @@ build="${ORVANE_BUILD_DIR:-$root/build}"
 
 export XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$(mktemp -d)}"
 chmod 700 "$XDG_RUNTIME_DIR"
-xvfb-run --auto-servernum --server-args="-screen 0 1920x1200x24 -nolisten tcp" \
+xvfb-run --auto-servernum --server-args="-screen 0 1920x1200x24 -nolisten tcp -noreset" \
   ctest --test-dir "$build" --output-on-failure --parallel "$(nproc)" "$@"

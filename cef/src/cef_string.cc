@@ -3,6 +3,7 @@
 
 #include "include/internal/cef_string.h"
 #include "include/internal/cef_types_wrappers.h"
+#include "utf8.h"
 
 namespace {
 
@@ -150,22 +151,7 @@ int cef_string_utf16_to_utf8(const char16* src, size_t src_len, cef_string_utf8_
   std::string out;
   bool valid = true;
   for (size_t i = 0; i < src_len;) {
-    unsigned cp = NextUtf16(src, src_len, i, valid);
-    if (cp < 0x80) {
-      out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-      out += static_cast<char>(0xC0 | (cp >> 6));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-      out += static_cast<char>(0xE0 | (cp >> 12));
-      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (cp >> 18));
-      out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
+    vexorcef::AppendUtf8(out, NextUtf16(src, src_len, i, valid));
   }
   Assign<char>(output, out.data(), out.size());
   return valid;

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,11 +17,10 @@ extern char** environ;
 
 namespace vexorcef {
 
-Connection::Connection() { wake_fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); }
+Connection::Connection() = default;
 
 Connection::~Connection() {
   Shutdown(2000);
-  if (wake_fd_ >= 0) close(wake_fd_);
 }
 
 bool Connection::Launch(const std::string& program, const std::vector<std::string>& args,
@@ -92,15 +90,12 @@ int Connection::Send(const std::string& method, Json params, const std::string& 
     std::lock_guard<std::mutex> lock(mutex_);
     id = next_id_++;
     if (!alive_) {
-      if (cb) io_tasks_.push_back([cb] { cb(Json(), Json("Chromium is not running")); });
+      if (cb) io_tasks_.Post([cb] { cb(Json(), Json("Chromium is not running")); });
     } else if (cb) {
       pending_[id] = Pending{session, std::move(cb)};
     }
   }
-  if (!alive_) {
-    Wake();
-    return id;
-  }
+  if (!alive_) return id;
   std::string text;
   text.reserve(128);
   text += "{\"id\":";
@@ -161,18 +156,7 @@ bool Connection::SendSync(const std::string& method, Json params, int timeout_ms
   return true;
 }
 
-void Connection::PostIo(std::function<void()> task) {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    io_tasks_.push_back(std::move(task));
-  }
-  Wake();
-}
-
-void Connection::Wake() {
-  uint64_t one = 1;
-  if (wake_fd_ >= 0) (void)!write(wake_fd_, &one, sizeof one);
-}
+void Connection::PostIo(std::function<void()> task) { io_tasks_.Post(std::move(task)); }
 
 void Connection::FailSession(const std::string& session, const std::string& why) {
   std::vector<Callback> failed;
@@ -229,26 +213,13 @@ void Connection::IoLoop() {
   std::vector<char> chunk(1 << 16);
   bool eof = false;
   while (!eof) {
-    pollfd fds[2] = {{read_fd_, POLLIN, 0}, {wake_fd_, POLLIN, 0}};
+    pollfd fds[2] = {{read_fd_, POLLIN, 0}, {io_tasks_.fd(), POLLIN, 0}};
     int n = poll(fds, 2, -1);
     if (n < 0) {
       if (errno == EINTR) continue;
       break;
     }
-    if (fds[1].revents & POLLIN) {
-      uint64_t v;
-      (void)!read(wake_fd_, &v, sizeof v);
-    }
-    while (true) {
-      std::function<void()> task;
-      {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (io_tasks_.empty()) break;
-        task = std::move(io_tasks_.front());
-        io_tasks_.pop_front();
-      }
-      task();
-    }
+    io_tasks_.RunAll();
     if (stopping_ && !(fds[0].revents & (POLLIN | POLLHUP | POLLERR))) continue;
     if (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) {
       ssize_t got = read(read_fd_, chunk.data(), chunk.size());
@@ -285,16 +256,7 @@ void Connection::IoLoop() {
   wait_status_ = status;
   FailAll("Chromium exited");
   // Run what was queued before the end so nothing waits forever.
-  while (true) {
-    std::function<void()> task;
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      if (io_tasks_.empty()) break;
-      task = std::move(io_tasks_.front());
-      io_tasks_.pop_front();
-    }
-    task();
-  }
+  io_tasks_.RunAll();
   if (on_death_ && !stopping_) on_death_(status);
 }
 
@@ -325,7 +287,7 @@ void Connection::Shutdown(int timeout_ms) {
     if (write_fd_ >= 0) close(write_fd_);
     write_fd_ = -1;
   }
-  Wake();
+  io_tasks_.Wake();
   io_thread_.join();
   if (read_fd_ >= 0) close(read_fd_);
   read_fd_ = -1;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "json.h"
+#include "task_queue.h"
 
 namespace vexorcef {
 
@@ -58,12 +59,10 @@ class Connection {
   void IoLoop();
   void Dispatch(const std::string& text);
   void FailAll(const std::string& why);
-  void Wake();
 
   pid_t pid_ = -1;
   int write_fd_ = -1;
   int read_fd_ = -1;
-  int wake_fd_ = -1;
   std::atomic<bool> alive_{false};
   std::atomic<bool> stopping_{false};
   std::thread io_thread_;
@@ -71,14 +70,14 @@ class Connection {
   std::function<void(int)> on_death_;
 
   std::mutex write_mutex_;
-  std::mutex mutex_;  // guards next_id_, pending_, io_tasks_
+  std::mutex mutex_;  // guards next_id_, pending_
   int next_id_ = 1;
   struct Pending {
     std::string session;
     Callback cb;
   };
   std::map<int, Pending> pending_;
-  std::deque<std::function<void()>> io_tasks_;
+  WakeableTaskQueue io_tasks_;
   int wait_status_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "json.h"
 
+#include "utf8.h"
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -11,23 +13,6 @@ namespace {
 const Json kNull;
 const std::string kEmpty;
 
-void appendUtf8(std::string& out, unsigned cp) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
-}
 
 struct Parser {
   const std::string& t;
@@ -92,7 +77,7 @@ struct Parser {
           } else if (cp >= 0xD800 && cp < 0xE000) {
             cp = 0xFFFD;
           }
-          appendUtf8(out, cp);
+          AppendUtf8(out, cp);
           break;
         }
         default: return fail();

@@ -4,7 +4,6 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -40,7 +39,6 @@ bool XWindows::Open(std::string* error) {
   // Windows of other clients vanish at any time; a failed request on one is not fatal.
   XSetErrorHandler(IgnoreXError);
   atom_pid_ = XInternAtom(dpy_, "_NET_WM_PID", False);
-  wake_fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   stop_ = false;
   thread_ = std::thread([this] { Loop(); });
   return true;
@@ -52,18 +50,9 @@ void XWindows::Close() {
   thread_.join();
   XCloseDisplay(dpy_);
   dpy_ = nullptr;
-  close(wake_fd_);
-  wake_fd_ = -1;
 }
 
-void XWindows::Post(std::function<void()> task) {
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    tasks_.push_back(std::move(task));
-  }
-  uint64_t one = 1;
-  (void)!write(wake_fd_, &one, sizeof one);
-}
+void XWindows::Post(std::function<void()> task) { tasks_.Post(std::move(task)); }
 
 void XWindows::CreateContainer(unsigned long parent, int x, int y, int width, int height,
                                const std::string& title,
@@ -201,23 +190,10 @@ void XWindows::Loop() {
   int xfd = ConnectionNumber(dpy_);
   while (!stop_) {
     HandleEvents();
-    pollfd fds[2] = {{xfd, POLLIN, 0}, {wake_fd_, POLLIN, 0}};
+    pollfd fds[2] = {{xfd, POLLIN, 0}, {tasks_.fd(), POLLIN, 0}};
     int timeout = searches_.empty() ? -1 : 4;
     poll(fds, 2, timeout);
-    if (fds[1].revents & POLLIN) {
-      uint64_t v;
-      (void)!read(wake_fd_, &v, sizeof v);
-    }
-    while (true) {
-      std::function<void()> task;
-      {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (tasks_.empty()) break;
-        task = std::move(tasks_.front());
-        tasks_.pop_front();
-      }
-      task();
-    }
+    tasks_.RunAll();
     for (auto it = searches_.begin(); it != searches_.end();) {
       if (TrySearch(*it)) it = searches_.erase(it);
       else ++it;

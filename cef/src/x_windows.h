@@ -8,10 +8,11 @@
 #include <deque>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
+
+#include "task_queue.h"
 
 struct _XDisplay;
 
@@ -53,11 +54,9 @@ class XWindows {
   void FitChild(unsigned long container);
 
   _XDisplay* dpy_ = nullptr;
-  int wake_fd_ = -1;
   bool stop_ = false;
   std::thread thread_;
-  std::mutex mutex_;
-  std::deque<std::function<void()>> tasks_;
+  WakeableTaskQueue tasks_;
 
   // X thread only.
   std::deque<Search> searches_;
