@@ -434,23 +434,26 @@ void BrowserImpl::ExecuteInFrame(const std::string& frame_cdp_id, const std::str
   if (frame == target_id_) Cmd("Runtime.evaluate", Json::object().set("expression", code));
 }
 
-bool BrowserImpl::SendProcessMessage(CefProcessId target_process,
-                                     CefRefPtr<CefProcessMessage> message) {
-  if (target_process != PID_RENDERER || !message) return false;
-  std::string expr = "window.__vexorEngineDeliver&&window.__vexorEngineDeliver(" +
-                     ProcessMessageToJson(message).dump() + ")";
+void BrowserImpl::EvaluateInDocuments(const std::string& expression) {
   CefRefPtr<BrowserImpl> self = this;
-  auto task = [self, expr] {
+  auto task = [self, expression] {
     for (auto& c : self->contexts_) {
       if (!c.second.is_default) continue;
       Json p = Json::object();
-      p.set("expression", expr);
+      p.set("expression", expression);
       p.set("uniqueContextId", c.first);
       self->Cmd("Runtime.evaluate", std::move(p), nullptr, c.second.session);
     }
   };
   if (Engine::Get()->OnUiThread()) task();
   else Engine::Get()->PostUi(task);
+}
+
+bool BrowserImpl::SendProcessMessage(CefProcessId target_process,
+                                     CefRefPtr<CefProcessMessage> message) {
+  if (target_process != PID_RENDERER || !message) return false;
+  EvaluateInDocuments("window.__vexorEngineDeliver&&window.__vexorEngineDeliver(" +
+                      ProcessMessageToJson(message).dump() + ")");
   return true;
 }
 

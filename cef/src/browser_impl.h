@@ -130,6 +130,9 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnNavigationStarting(const std::string& session, const Json& params);
   void HandlePaused(const std::string& session, const Json& params);
 
+  // Evaluates an expression in the default world of every document; any thread.
+  void EvaluateInDocuments(const std::string& expression);
+
   // Sends on the main session (or session); cb, if any, runs on the UI thread.
   void Cmd(const std::string& method, Json params,
            std::function<void(const Json&, const Json&)> cb = nullptr,

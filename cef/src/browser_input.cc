@@ -120,20 +120,8 @@ void BrowserImpl::SendMouseWheelEvent(const CefMouseEvent& event, int deltaX, in
 
 void BrowserImpl::SendFocusEvent(bool setFocus) {
   if (setFocus) Cmd("Emulation.setFocusEmulationEnabled", Json::object().set("enabled", true));
-  std::string expr = std::string("window.__vexorEngineFocus&&window.__vexorEngineFocus(") +
-                     (setFocus ? "true" : "false") + ")";
-  CefRefPtr<BrowserImpl> self = this;
-  auto task = [self, expr] {
-    for (auto& c : self->contexts_) {
-      if (!c.second.is_default) continue;
-      Json p = Json::object();
-      p.set("expression", expr);
-      p.set("uniqueContextId", c.first);
-      self->Cmd("Runtime.evaluate", std::move(p), nullptr, c.second.session);
-    }
-  };
-  if (Engine::Get()->OnUiThread()) task();
-  else Engine::Get()->PostUi(task);
+  EvaluateInDocuments(std::string("window.__vexorEngineFocus&&window.__vexorEngineFocus(") +
+                      (setFocus ? "true" : "false") + ")");
 }
 
 }  // namespace vexorcef

@@ -56,20 +56,6 @@ int IndexOf(const std::vector<std::string>& log, const std::string& prefix) {
   return -1;
 }
 
-class Fresh : public ::testing::Test {
- protected:
-  void SetUp() override {
-    c = new TestClient;
-    ASSERT_TRUE(c->Create("")) << "no OnAfterCreated";
-  }
-  void TearDown() override {
-    if (HasFailure())
-      for (auto& l : c->Log()) fprintf(stderr, "  | %s\n", l.c_str());
-    c->Close();
-  }
-  CefRefPtr<TestClient> c;
-};
-
 }  // namespace
 
 TEST(Start, InitializeMapsSettingsAndRunsTheApplicationHooksOnTheUiThread) {

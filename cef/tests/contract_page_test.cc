@@ -15,20 +15,6 @@ namespace {
 
 HttpServer* g_server = nullptr;
 
-class Fresh : public ::testing::Test {
- protected:
-  void SetUp() override {
-    c = new TestClient;
-    ASSERT_TRUE(c->Create("")) << "no OnAfterCreated";
-  }
-  void TearDown() override {
-    if (HasFailure())
-      for (auto& l : c->Log()) fprintf(stderr, "  | %s\n", l.c_str());
-    c->Close();
-  }
-  CefRefPtr<TestClient> c;
-};
-
 // Answers "ping" with "pong:<frame url>", holds "hold" forever, declines the rest.
 class Handler : public CefMessageRouterBrowserSide::Handler {
  public:

@@ -11,6 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include <cstdio>
+#include <gtest/gtest.h>
+
 #include "include/cef_app.h"
 #include "include/cef_browser.h"
 #include "include/cef_client.h"
@@ -212,6 +215,21 @@ void TypeText(CefRefPtr<CefBrowser> browser, const std::u16string& text);
 void PressKey(CefRefPtr<CefBrowser> browser, int windows_key_code, char16_t character,
               uint32_t modifiers = 0);
 void Click(CefRefPtr<CefBrowser> browser, int x, int y, int button = 0);
+
+// A test with a new browser of its own, whose event log is printed when the test fails.
+class Fresh : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    c = new TestClient;
+    ASSERT_TRUE(c->Create("")) << "no OnAfterCreated";
+  }
+  void TearDown() override {
+    if (HasFailure())
+      for (auto& l : c->Log()) fprintf(stderr, "  | %s\n", l.c_str());
+    c->Close();
+  }
+  CefRefPtr<TestClient> c;
+};
 
 }  // namespace testing_support
 
