@@ -217,40 +217,44 @@ void BrowserImpl::LoadUrlInFrame(const std::string& url, const std::string& fram
     return;
   }
   if (request_handler_ && frame_cdp_id.empty() && IsInternalPage(url)) {
-    // Chromium never offers these for interception: ask the handler here, on the I/O thread.
     CefRefPtr<BrowserImpl> self = this;
-    std::shared_ptr<Connection> c = e->conn();
-    c->PostIo([self, url] {
-      CefRefPtr<RequestImpl> req =
-          new RequestImpl(url, "GET", std::string(), RT_MAIN_FRAME, TT_EXPLICIT);
-      CefRefPtr<RequestImpl> hold = req;
-      struct Answer : public CefRequestCallback {
-        void Continue(bool) override {}
-        void Cancel() override {}
-        IMPLEMENT_REFCOUNTING(Answer);
-      };
-      CefRefPtr<CefRequestHandler> handler = self->RequestHandler();
-      ReturnValue rv = handler ? handler->OnBeforeResourceLoad(self.get(), self->GetMainFrame(),
-                                                               req.get(), new Answer)
-                               : RV_CANCEL;
-      std::string final_url = req->url();
-      bool allowed = rv != RV_CANCEL && !(rv == RV_CONTINUE_ASYNC);
-      Engine::Get()->PostUi([self, allowed, final_url, url] {
-        if (allowed) {
-          {
-            std::lock_guard<std::mutex> l(self->nav_mutex_);
-            self->approved_url_ = final_url;
-          }
-          self->Navigate(final_url, std::string());
-        } else {
-          self->ReportLoadError(std::string(), self->target_id_, "net::ERR_BLOCKED_BY_CLIENT",
-                                url);
-        }
-      });
-    });
+    ScreenInternalPage(url, TT_EXPLICIT,
+                       [self](const std::string& final_url) { self->Navigate(final_url, std::string()); });
     return;
   }
   Navigate(url, frame_cdp_id);
+}
+
+void BrowserImpl::ScreenInternalPage(const std::string& url, TransitionType transition,
+                                     std::function<void(const std::string&)> go) {
+  // Chromium never offers internal pages for interception, and they load too fast to stop
+  // once started: ask the handler first, on the I/O thread as for any request.
+  CefRefPtr<BrowserImpl> self = this;
+  Engine::Get()->conn()->PostIo([self, url, transition, go] {
+    CefRefPtr<RequestImpl> req = new RequestImpl(url, "GET", std::string(), RT_MAIN_FRAME, transition);
+    struct Answer : public CefRequestCallback {
+      void Continue(bool) override {}
+      void Cancel() override {}
+      IMPLEMENT_REFCOUNTING(Answer);
+    };
+    CefRefPtr<CefRequestHandler> handler = self->RequestHandler();
+    ReturnValue rv = handler ? handler->OnBeforeResourceLoad(self.get(), self->GetMainFrame(),
+                                                             req.get(), new Answer)
+                             : RV_CANCEL;
+    std::string final_url = req->url();
+    bool allowed = rv == RV_CONTINUE;
+    Engine::Get()->PostUi([self, allowed, final_url, url, go] {
+      if (!allowed) {
+        self->ReportLoadError(std::string(), self->target_id_, "net::ERR_BLOCKED_BY_CLIENT", url);
+        return;
+      }
+      {
+        std::lock_guard<std::mutex> l(self->nav_mutex_);
+        self->approved_url_ = final_url;
+      }
+      go(final_url);
+    });
+  });
 }
 
 void BrowserImpl::Navigate(const std::string& url, const std::string& frame_cdp_id) {
@@ -320,10 +324,21 @@ void BrowserImpl::NavigateHistory(int delta) {
     long long idx = r["currentIndex"].integer() + delta;
     const Json& entries = r["entries"];
     if (idx < self->history_floor_ || idx >= static_cast<long long>(entries.size())) return;
-    self->transition_[self->target_id_] =
-        static_cast<TransitionType>(TT_EXPLICIT | TT_FORWARD_BACK_FLAG);
-    self->Cmd("Page.navigateToHistoryEntry",
-              Json::object().set("entryId", entries[static_cast<size_t>(idx)]["id"]));
+    const Json& entry = entries[static_cast<size_t>(idx)];
+    const auto transition = static_cast<TransitionType>(TT_EXPLICIT | TT_FORWARD_BACK_FLAG);
+    const std::string url = entry["url"].str();
+    auto go = [self, transition, id = entry["id"], url](const std::string& final_url) {
+      if (final_url != url) {
+        self->Navigate(final_url, std::string());  // rewritten by the handler: a new load
+        return;
+      }
+      self->transition_[self->target_id_] = transition;
+      self->Cmd("Page.navigateToHistoryEntry", Json::object().set("entryId", id));
+    };
+    if (self->request_handler_ && IsInternalPage(url))
+      self->ScreenInternalPage(url, transition, go);
+    else
+      go(url);
   });
 }
 
@@ -340,24 +355,30 @@ void BrowserImpl::GoForward() {
   CefRefPtr<BrowserImpl> self = this;
   Engine::Get()->PostUi([self] { self->NavigateHistory(1); });
 }
-void BrowserImpl::Reload() {
+void BrowserImpl::Reload() { ReloadPage(false); }
+void BrowserImpl::ReloadIgnoreCache() { ReloadPage(true); }
+
+void BrowserImpl::ReloadPage(bool ignore_cache) {
   CefRefPtr<BrowserImpl> self = this;
-  Engine::Get()->PostUi([self] {
+  Engine::Get()->PostUi([self, ignore_cache] {
+    CefRefPtr<CefFrame> f = self->GetMainFrame();
+    std::string url = f ? static_cast<FrameImpl*>(f.get())->url() : std::string();
     if (!Engine::Get()->chromium_alive()) {
-      CefRefPtr<CefFrame> f = self->GetMainFrame();
-      std::string url = f ? static_cast<FrameImpl*>(f.get())->url() : std::string();
       if (!url.empty()) self->LoadUrlInFrame(url, std::string());
       return;
     }
-    self->transition_[self->target_id_] = TT_RELOAD;
-    self->Cmd("Page.reload", Json::object());
-  });
-}
-void BrowserImpl::ReloadIgnoreCache() {
-  CefRefPtr<BrowserImpl> self = this;
-  Engine::Get()->PostUi([self] {
-    self->transition_[self->target_id_] = TT_RELOAD;
-    self->Cmd("Page.reload", Json::object().set("ignoreCache", true));
+    auto go = [self, ignore_cache, url](const std::string& final_url) {
+      if (final_url != url) {
+        self->Navigate(final_url, std::string());
+        return;
+      }
+      self->transition_[self->target_id_] = TT_RELOAD;
+      self->Cmd("Page.reload", Json::object().set("ignoreCache", ignore_cache));
+    };
+    if (self->request_handler_ && IsInternalPage(url))
+      self->ScreenInternalPage(url, TT_RELOAD, go);
+    else
+      go(url);
   });
 }
 void BrowserImpl::StopLoad() { Cmd("Page.stopLoading", Json::object()); }

@@ -347,6 +347,16 @@ TEST_F(Fresh, InternalPagesReachTheHandlerAndStopWhenCancelled) {
   ASSERT_TRUE(c->Load("chrome://version/"));
   EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), "chrome://version/");
 
+  // Reloading one asks again.
+  c->on_request = [](CefRefPtr<CefRequest> r) {
+    return r->GetURL().ToString().compare(0, 9, "chrome://") == 0 ? RV_CANCEL : RV_CONTINUE;
+  };
+  int reload_errors = c->main_load_errors;
+  c->browser->Reload();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_errors > reload_errors; }, 5000));
+  EXPECT_EQ(c->last_error, -20);
+  c->on_request = nullptr;
+
   // Going back to one through history is stopped too.
   ASSERT_TRUE(c->Load(g_server->Url("/before.html")));
   std::atomic<int> asked{0};
