@@ -8,14 +8,14 @@ packages=(
   build-essential cmake ninja-build ccache pkg-config
   clang-14 libclang-rt-14-dev
   # framework and bench host
-  qtbase5-dev qtbase5-dev-tools libqt5webkit5-dev
+  qtbase5-dev qtbase5-dev-tools
   libx11-dev libxext-dev
   # browser engine
   chromium
   # display for tests and screenshots
   xvfb xauth
   # the framework's five proportional and five monospaced fonts, and CJK samples
-  fonts-dejavu-core fonts-dejavu-extra fonts-liberation2 fonts-freefont-ttf
+  fonts-dejavu-core fonts-liberation2 fonts-freefont-ttf
   fonts-noto-mono fonts-hack fonts-wqy-microhei
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
