@@ -57,29 +57,32 @@ public:
         out = std::string_view(s, size_t(p - s));
         return p > s;
     }
-    bool number(double& out)
+    // Reads a T after blanks and an optional '+'; `end` is where its text stops.
+    template <typename T>
+    bool fromChars(T& out, const char*& end)
     {
         skipSpace();
         const char* s = p;
         if (s < e && *s == '+')
             ++s;
         const auto r = std::from_chars(s, e, out);
-        if (r.ec != std::errc() || !std::isfinite(out))
+        end = r.ptr;
+        return r.ec == std::errc();
+    }
+    bool number(double& out)
+    {
+        const char* end;
+        if (!fromChars(out, end) || !std::isfinite(out))
             return false;
-        p = r.ptr;
+        p = end;
         return true;
     }
     bool integer(int64_t& out)
     {
-        skipSpace();
-        const char* s = p;
-        if (s < e && *s == '+')
-            ++s;
-        const auto r = std::from_chars(s, e, out);
-        if (r.ec != std::errc())
+        const char* q;
+        if (!fromChars(out, q))
             return false;
         // "1.0" where an integer is expected: accept a fraction of zeros.
-        const char* q = r.ptr;
         if (q < e && *q == '.') {
             ++q;
             while (q < e && *q == '0')
@@ -92,14 +95,10 @@ public:
     }
     bool unsignedInteger(uint64_t& out)
     {
-        skipSpace();
-        const char* s = p;
-        if (s < e && *s == '+')
-            ++s;
-        const auto r = std::from_chars(s, e, out);
-        if (r.ec != std::errc())
+        const char* end;
+        if (!fromChars(out, end))
             return false;
-        p = r.ptr;
+        p = end;
         return true;
     }
     // A quoted string; \" and \\ stand for themselves.
