@@ -87,7 +87,8 @@ bool parseTime(std::string_view s, double& t)
     if (!num(p, year, '-') || !num(p, mon, '-') || !num(p, day, ' ') || !num(p, hh, ':') || !num(p, mm, ':'))
         return false;
     r = std::from_chars(p, e, ss);
-    if (r.ec != std::errc() || r.ptr != e || mon < 1 || mon > 12 || day < 1 || day > 31 || hh > 23 || mm > 59
+    // Years outside 0..9999 are no log's and would overflow the day count.
+    if (r.ec != std::errc() || r.ptr != e || year < 0 || year > 9999 || mon < 1 || mon > 12 || day < 1 || day > 31 || hh > 23 || mm > 59
         || !(ss >= 0 && ss < 61))
         return false;
     t = double(daysFromCivil(year, mon, day)) * 86400.0 + hh * 3600.0 + mm * 60.0 + ss;

@@ -67,6 +67,7 @@ const LineCase lineCases[] = {
     {"(1.0) can0 123456789#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
     {"(1.0) can0 DFFFFFFF#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},      // beyond 29 bits, no error flag
     {"(1.0 can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
+    {"(4430640669306406-07-10 08:17:32.25) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},  // year overflows
     {"(abc) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
     {"(1.0) can0", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
     {"(1.0) can0 123#01 extra", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
