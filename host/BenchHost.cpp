@@ -1,11 +1,11 @@
 #include "BenchHost.h"
 
-#include "can/CANCommandLine.h"
+#include "CANCommandLine.h"
 #include "can/CANDataManager.h"
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
 #include "core/Logger.h"
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 #include "display/ViewDump.h"
 #include "services/AppInfo.h"
 #include "services/CenterDisplay.h"
@@ -67,7 +67,7 @@ bool BenchHost::start(QString* error)
     if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
         return false;
 
-    mDisplay = std::make_unique<Display>(nullptr, mOptions.size);
+    mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
     buildApp();
     return true;
 }

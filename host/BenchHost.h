@@ -10,7 +10,7 @@
 class AppInfo;
 class AppWindow;
 class DataValue;
-class Display;
+class DisplayDevice;
 class DisplayView;
 
 // The car's centre display: the application window with the plug-in's view in it, the
@@ -27,7 +27,7 @@ public:
 
     // The shipped data beside the plug-in (sample CAN catalogue and log, skins, web pages).
     QString assetsDirectory() const;
-    Display* display() const { return mDisplay.get(); }
+    DisplayDevice* display() const { return mDisplay.get(); }
     AppWindow* window() const { return mWindow; }
     DisplayView* pluginView() const { return mPluginView; }
 
@@ -53,7 +53,7 @@ private:
     BenchOptions mOptions;
     PluginLoader mLoader;
     QTemporaryDir mScratch;
-    std::unique_ptr<Display> mDisplay;
+    std::unique_ptr<DisplayDevice> mDisplay;
     std::unique_ptr<AppInfo> mAppInfo;
     AppWindow* mWindow = nullptr;
     DisplayView* mPluginView = nullptr;

@@ -1,6 +1,6 @@
 #include "BenchOptions.h"
 
-#include "can/CANCommandLine.h"
+#include "CANCommandLine.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #include "DisplayWidget.h"
 
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 #include "views/DisplayView.h"
 
 #include <QGuiApplication>
@@ -8,13 +8,13 @@
 #include <QPainter>
 #include <QScreen>
 
-DisplayWidget::DisplayWidget(Display* display, QWidget* parent)
+DisplayWidget::DisplayWidget(DisplayDevice* display, QWidget* parent)
     : QWidget(parent)
     , mDisplay(display)
 {
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    connect(display, &Display::frameRequested, this, qOverload<>(&QWidget::update));
+    connect(display, &DisplayDevice::frameRequested, this, qOverload<>(&QWidget::update));
 }
 
 QSize DisplayWidget::sizeHint() const

@@ -2,13 +2,13 @@
 
 #include <QWidget>
 
-class Display;
+class DisplayDevice;
 
 // Shows the display's frames in a window, scaled to fit, and turns the mouse into touches.
 class DisplayWidget : public QWidget {
     Q_OBJECT
 public:
-    DisplayWidget(Display* display, QWidget* parent = nullptr);
+    DisplayWidget(DisplayDevice* display, QWidget* parent = nullptr);
     QSize sizeHint() const override;
 
 protected:
@@ -23,5 +23,5 @@ private:
     double scale() const;
     QPoint toDisplay(const QPoint& widgetPoint) const;
 
-    Display* mDisplay;
+    DisplayDevice* mDisplay;
 };

@@ -4,7 +4,7 @@
 #include "core/ConfigValue.h"
 #include "core/DataValue.h"
 #include "core/Logger.h"
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 #include "services/PlatformJournal.h"
 #include "views/DisplayView.h"
 

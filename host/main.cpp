@@ -3,7 +3,7 @@
 #include "BenchWindow.h"
 #include "ScriptRunner.h"
 #include "core/Logger.h"
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

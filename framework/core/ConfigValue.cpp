@@ -1,15 +1,48 @@
 #include "core/ConfigValue.h"
 
+#include "core/Logger.h"
+
 #include <QFile>
+#include <QHash>
 #include <QMutex>
 #include <QSaveFile>
 #include <QTextStream>
 
+#include <sys/stat.h>
+#include <time.h>
+
 namespace {
+
+// What a file looked like when it was read; the same stamp means the same content, except
+// for a file changed within the file system's timestamp granularity of being read.
+struct FileStamp {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = -1;
+    timespec modified{};
+    bool operator==(const FileStamp& o) const
+    {
+        return device == o.device && inode == o.inode && size == o.size && modified.tv_sec == o.modified.tv_sec
+            && modified.tv_nsec == o.modified.tv_nsec;
+    }
+};
+
+bool stampOf(const QString& path, FileStamp* stamp)
+{
+    struct stat st;
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return false;
+    *stamp = {st.st_dev, st.st_ino, st.st_size, st.st_mtim};
+    return true;
+}
 
 struct Store {
     QMutex mutex;
     QString path;
+    bool cached = false;
+    FileStamp stamp;
+    timespec readAt{};
+    QHash<QString, QString> values;
 };
 
 Store& store()
@@ -18,12 +51,50 @@ Store& store()
     return instance;
 }
 
+// Re-reads the file when it may have changed since the last read. Runs under the store's mutex.
+void refreshLocked(Store& s)
+{
+    FileStamp now;
+    if (!stampOf(s.path, &now)) {
+        s.cached = false;
+        s.values.clear();
+        return;
+    }
+    // Timestamps are coarse: a file written less than a second before it was read may have
+    // changed again since without its stamp showing it, so such a read is not trusted.
+    const bool settled = s.readAt.tv_sec - now.modified.tv_sec > 1;
+    if (s.cached && now == s.stamp && settled)
+        return;
+    timespec readAt;
+    clock_gettime(CLOCK_REALTIME, &readAt);
+    QList<QPair<QString, QString>> entries;
+    s.values.clear();
+    // A malformed store reads as defaults rather than as half a file.
+    if (ConfigStore::parse(s.path, &entries, nullptr)) {
+        for (const auto& entry : qAsConst(entries))
+            s.values.insert(entry.first, entry.second); // the last one wins, as in any INI reader
+    }
+    s.cached = true;
+    s.stamp = now;
+    s.readAt = readAt;
+}
+
+// The section a line opens ("" for [General]), or a null string when it opens none.
+QString sectionOf(const QString& trimmed)
+{
+    if (!trimmed.startsWith(QLatin1Char('[')) || !trimmed.endsWith(QLatin1Char(']')))
+        return QString();
+    const QString section = trimmed.mid(1, trimmed.size() - 2).trimmed();
+    return section.compare(QLatin1String("General"), Qt::CaseInsensitive) == 0 ? QStringLiteral("") : section;
+}
+
 } // namespace
 
 void ConfigStore::setPath(const QString& path)
 {
     QMutexLocker lock(&store().mutex);
     store().path = path;
+    store().cached = false;
 }
 
 QString ConfigStore::path()
@@ -49,10 +120,9 @@ bool ConfigStore::parse(const QString& path, QList<QPair<QString, QString>>* ent
         ++number;
         if (line.isEmpty() || line.startsWith(QLatin1Char(';')) || line.startsWith(QLatin1Char('#')))
             continue;
-        if (line.startsWith(QLatin1Char('[')) && line.endsWith(QLatin1Char(']'))) {
-            section = line.mid(1, line.size() - 2).trimmed();
-            if (section.compare(QLatin1String("General"), Qt::CaseInsensitive) == 0)
-                section.clear();
+        const QString opened = sectionOf(line);
+        if (!opened.isNull()) {
+            section = opened;
             continue;
         }
         const int eq = line.indexOf(QLatin1Char('='));
@@ -79,43 +149,73 @@ bool ConfigStore::check(const QString& path, QString* error)
 
 QVariant ConfigStore::read(const QString& key)
 {
-    const QString file = path();
-    if (file.isEmpty())
+    Store& s = store();
+    QMutexLocker lock(&s.mutex);
+    if (s.path.isEmpty())
         return QVariant();
-    QList<QPair<QString, QString>> entries;
-    if (!parse(file, &entries, nullptr))
-        return QVariant();
-    QVariant found;
-    for (const auto& entry : entries) {
-        if (entry.first == key)
-            found = entry.second; // the last one wins, as in any INI reader
-    }
-    return found;
+    refreshLocked(s);
+    const auto found = s.values.constFind(key);
+    return found == s.values.constEnd() ? QVariant() : QVariant(*found);
 }
 
-void ConfigStore::write(const QString& key, const QVariant& value)
+bool ConfigStore::write(const QString& key, const QVariant& value)
 {
-    const QString file = path();
-    if (file.isEmpty())
-        return;
-    QList<QPair<QString, QString>> entries;
-    parse(file, &entries, nullptr);
+    Store& s = store();
+    QMutexLocker lock(&s.mutex);
+    if (s.path.isEmpty()) {
+        Logger(nullptr, "ERROR") << "Configuration value" << key << "not written: no configuration store";
+        return false;
+    }
+    // Every line but the key's own stays as it is, comments and lines we cannot read included.
+    QStringList lines;
+    QFile in(s.path);
+    if (in.exists()) {
+        if (!in.open(QIODevice::ReadOnly | QIODevice::Text)) {
+            Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << in.errorString();
+            return false;
+        }
+        lines = QString::fromUtf8(in.readAll()).split(QLatin1Char('\n'));
+        if (!lines.isEmpty() && lines.last().isEmpty())
+            lines.removeLast();
+    }
+    const QString text = value.toString();
+    QString section;
     bool replaced = false;
-    for (auto& entry : entries) {
-        if (entry.first == key) {
-            entry.second = value.toString();
+    for (QString& line : lines) {
+        const QString trimmed = line.trimmed();
+        const QString opened = sectionOf(trimmed);
+        if (!opened.isNull()) {
+            section = opened;
+            continue;
+        }
+        const int eq = trimmed.indexOf(QLatin1Char('='));
+        if (eq <= 0 || trimmed.startsWith(QLatin1Char(';')) || trimmed.startsWith(QLatin1Char('#')))
+            continue;
+        const QString name = trimmed.left(eq).trimmed();
+        if ((section.isEmpty() ? name : section + QLatin1Char('/') + name) == key) {
+            line = name + QLatin1Char('=') + text;
             replaced = true;
         }
     }
-    if (!replaced)
-        entries.append({key, value.toString()});
-    // Keys stay flat ("area/name=value"): that reads back the same and keeps blanks intact.
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly | QIODevice::Text))
-        return;
-    for (const auto& entry : entries)
-        out.write((entry.first + QLatin1Char('=') + entry.second + QLatin1Char('\n')).toUtf8());
-    out.commit();
+    if (!replaced) {
+        // Keys stay flat ("area/name=value"): that reads back the same and keeps blanks intact.
+        if (!section.isEmpty())
+            lines.append(QStringLiteral("[General]"));
+        lines.append(key + QLatin1Char('=') + text);
+    }
+    QSaveFile out(s.path);
+    bool ok = out.open(QIODevice::WriteOnly | QIODevice::Text);
+    if (ok) {
+        for (const QString& line : qAsConst(lines))
+            out.write((line + QLatin1Char('\n')).toUtf8());
+        ok = out.commit();
+    }
+    if (!ok) {
+        Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << out.errorString();
+        return false;
+    }
+    s.cached = false;
+    return true;
 }
 
 ConfigValueBase::ConfigValueBase(const QString& key, const QVariant& defaultValue)

@@ -5,8 +5,8 @@
 #include <QString>
 #include <QVariant>
 
-// The one configuration store: an INI file whose path the host sets. Every read goes to the
-// file, so an edited file is seen at the next read. Values are taken verbatim (after trimming
+// The one configuration store: an INI file whose path the host sets. A read sees the file as
+// it is now: it is parsed again only when it changed. Safe to use from any thread. Values are taken verbatim (after trimming
 // and one pair of surrounding quotes): user agents carry commas and semicolons. Keys may hold
 // blanks; "[area]" then "name=..." is the key "area/name".
 class ORVANE_EXPORT ConfigStore {
@@ -15,7 +15,9 @@ public:
     static QString path();
 
     static QVariant read(const QString& key);
-    static void write(const QString& key, const QVariant& value);
+    // Replaces or adds one key, keeping every other line; the file is replaced atomically.
+    // False (and logged) when the file cannot be read or written.
+    static bool write(const QString& key, const QVariant& value);
 
     // Checks that the file can be read and that every line is a section, a key=value pair, a
     // comment or blank; names the first bad line otherwise.

@@ -288,8 +288,13 @@ void DataValueRegistry::add(DataValue* value)
 {
     Registry& r = registry();
     QMutexLocker lock(&r.mutex);
-    if (r.byName.contains(value->name()))
+    if (r.byName.contains(value->name())) {
+        // Two owners of one name would each think the other's writes are theirs.
+        Logger::logAssert("!byName.contains(name)",
+                          QStringLiteral("data value %1 declared twice; the second is not registered").arg(value->name()),
+                          __FILE__, __LINE__);
         return;
+    }
     r.byName.insert(value->name(), value);
     r.ordered.append(value);
 }

@@ -2,19 +2,19 @@
 
 #include "core/DataValues.h"
 
-QString LocaleManager::language()
+QLocale::Language LocaleManager::language()
 {
     DataValue::ConditionalLocker lock(GUI_language);
-    return GUI_language.value();
+    return GUI_language.isValid() ? QLocale::Language(GUI_language.value()) : QLocale::English;
 }
 
 bool LocaleManager::isAsianLanguage()
 {
-    const QString lang = language().left(2).toLower();
-    return lang == QLatin1String("zh") || lang == QLatin1String("ja") || lang == QLatin1String("ko");
+    const QLocale::Language lang = language();
+    return lang == QLocale::Chinese || lang == QLocale::Japanese || lang == QLocale::Korean;
 }
 
 bool LocaleManager::isJapanese()
 {
-    return language().left(2).toLower() == QLatin1String("ja");
+    return language() == QLocale::Japanese;
 }

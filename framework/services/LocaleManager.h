@@ -2,12 +2,12 @@
 
 #include "OrvaneExport.h"
 
-#include <QString>
+#include <QLocale>
 
-// The UI language, taken from the GUI_language data value ("en_US", "ja_JP", ...).
+// The UI language, taken from the GUI_language data value (a QLocale::Language number).
 class ORVANE_EXPORT LocaleManager {
 public:
-    static QString language();
+    static QLocale::Language language();
     // Chinese, Japanese and Korean, which need CJK fonts and texts.
     static bool isAsianLanguage();
     static bool isJapanese();

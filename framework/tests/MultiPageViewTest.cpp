@@ -1,4 +1,4 @@
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 #include "views/ButtonView.h"
 #include "views/MultiPageView.h"
 #include "views/PageView.h"
@@ -121,7 +121,7 @@ TEST(MultiPageView, PagesLoadOnceOnFirstShowAndOnlyTheCurrentIsVisible)
 TEST(MultiPageView, TappingATabSelectsItsPageAndPagesFillTheContentArea)
 {
     Tabs t;
-    Display display(&t.container, QSize(1000, 600));
+    DisplayDevice display(&t.container, QSize(1000, 600));
     t.add("ONE");
     CountingPage* two = t.add("TWO");
     t.pages->setLayoutMargin(Padding{0, 0, 20, 0});

@@ -1,5 +1,5 @@
 #include "core/DataValue.h"
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 #include "display/ViewDump.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"
@@ -68,8 +68,8 @@ TEST(View, VisibilityAndEnabledStateFollowAncestors)
     middle.show(true);
     EXPECT_EQ(root.viewAt(QPoint(10, 10)), &button);
 
-    button.disable(false, true);
-    button.disable(false, true);
+    button.disable(true);
+    button.disable(true);
     EXPECT_EQ(disabledSpy.count(), 1);
     EXPECT_EQ(root.viewAt(QPoint(10, 10)), &middle);
     middle.disable();
@@ -82,7 +82,7 @@ TEST(View, TouchesReachTheViewUnderThemAndSlidingOffCancels)
 {
     DisplayView root;
     root.resize(800, 600);
-    Display display(&root, QSize(800, 600));
+    DisplayDevice display(&root, QSize(800, 600));
     DisplayView panel(&root);
     panel.setGeometry(QRect(100, 100, 400, 300));
     ButtonView button(&panel, Style("SettingsPushButton"), "GO");
@@ -107,7 +107,7 @@ TEST(View, ToggleBoundToDataValueWritesAndFollowsIt)
     BoolDataValue service("TEST_service", false);
     DisplayView root;
     root.resize(400, 200);
-    Display display(&root, QSize(400, 200));
+    DisplayDevice display(&root, QSize(400, 200));
     ButtonView toggle(&root, Style("SettingsToggleButton"), "IN\nSERVICE", &service);
     EXPECT_TRUE(toggle.isToggle());
     display.tap(toggle.rootGeometry().center());
@@ -203,7 +203,7 @@ public:
 TEST(View, KeysGoToTheFocusedViewAndBubbleUp)
 {
     DisplayView root;
-    Display display(&root, QSize(100, 100));
+    DisplayDevice display(&root, QSize(100, 100));
     KeyCatcher form(&root);
     KeyCatcher field(&form);
     DisplayView plain(&field);

@@ -2,7 +2,7 @@
 
 #include "core/DataValue.h"
 #include "core/Logger.h"
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 
 #include <QEasingCurve>
 #include <QKeyEvent>
@@ -22,7 +22,7 @@ DisplayView::DisplayView(DisplayView* parent)
 
 DisplayView::~DisplayView()
 {
-    Display::viewDestroyed(this);
+    DisplayDevice::viewDestroyed(this);
     if (mParentView) {
         mParentView->mChildren.removeAll(this);
         mParentView->update();
@@ -172,24 +172,17 @@ bool DisplayView::isShown() const
     return true;
 }
 
-void DisplayView::enable(bool, bool redraw)
+void DisplayView::enable(bool on, bool redraw)
 {
-    if (mEnabled)
+    if (mEnabled == on)
         return;
-    mEnabled = true;
+    mEnabled = on;
     if (redraw)
         update();
-    emit enabled(this);
-}
-
-void DisplayView::disable(bool, bool redraw)
-{
-    if (!mEnabled)
-        return;
-    mEnabled = false;
-    if (redraw)
-        update();
-    emit disabled(this);
+    if (on)
+        emit enabled(this);
+    else
+        emit disabled(this);
 }
 
 bool DisplayView::isEffectivelyEnabled() const
@@ -211,7 +204,7 @@ void DisplayView::dumpProperties(QJsonObject&) const
 
 void DisplayView::update()
 {
-    Display::requestFrame();
+    DisplayDevice::requestFrame();
 }
 
 bool DisplayView::touchEvent(const TouchEvent&)
@@ -226,12 +219,12 @@ bool DisplayView::keyEvent(QKeyEvent*)
 
 void DisplayView::setKeyFocus()
 {
-    Display::setKeyFocus(this);
+    DisplayDevice::setKeyFocus(this);
 }
 
 bool DisplayView::hasKeyFocus() const
 {
-    return Display::keyFocus() == this;
+    return DisplayDevice::keyFocus() == this;
 }
 
 DisplayView* DisplayView::viewAt(const QPoint& local)
@@ -247,18 +240,26 @@ DisplayView* DisplayView::viewAt(const QPoint& local)
     return this;
 }
 
-void DisplayView::dvConnect(DataValue* value, const char* slot, bool callNow)
+bool DisplayView::dvConnect(DataValue* value, QObject* receiver, const char* slot, bool callNow)
 {
-    if (!value || !slot) {
-        Logger::logAssert("value && slot", QStringLiteral("dvConnect needs a data value and a slot"), __FILE__, __LINE__);
-        return;
+    if (!value || !receiver || !slot) {
+        Logger::logAssert("value && receiver && slot", QStringLiteral("dvConnect needs a data value, a receiver and a slot"),
+                          __FILE__, __LINE__);
+        return false;
     }
-    connect(value, SIGNAL(changed()), this, slot);
-    if (callNow) {
-        // SLOT() texts start with a code digit and end with the argument list.
-        const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
-        const int index = metaObject()->indexOfMethod(signature.constData());
-        if (index >= 0)
-            metaObject()->method(index).invoke(this, Qt::DirectConnection);
+    // SLOT() texts start with a code digit and end with the argument list.
+    const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
+    const int index = receiver->metaObject()->indexOfMethod(signature.constData());
+    if (index < 0) {
+        Logger::logAssert("index >= 0",
+                          QStringLiteral("%1 has no slot %2 for data value %3")
+                              .arg(QString::fromLatin1(receiver->metaObject()->className()), QString::fromLatin1(signature),
+                                   value->name()),
+                          __FILE__, __LINE__);
+        return false;
     }
+    connect(value, SIGNAL(changed()), receiver, slot);
+    if (callNow)
+        receiver->metaObject()->method(index).invoke(receiver, Qt::DirectConnection);
+    return true;
 }

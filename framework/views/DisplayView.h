@@ -66,8 +66,9 @@ public:
     // Visible itself and through every ancestor.
     bool isShown() const;
 
-    void enable(bool animate = false, bool redraw = true);
-    void disable(bool animate = false, bool redraw = true);
+    // Sets the enabled state to `on`; disable() is enable(false).
+    void enable(bool on = true, bool redraw = true);
+    void disable(bool redraw = true) { enable(false, redraw); }
     bool isEnabled() const { return mEnabled; }
     // Enabled itself and through every ancestor.
     bool isEffectivelyEnabled() const;
@@ -95,7 +96,9 @@ public:
     virtual void dumpProperties(QJsonObject& out) const;
 
     // Connects a data value's change to a slot given with SLOT(); calls it at once if asked.
-    void dvConnect(DataValue* value, const char* slot, bool callNow);
+    void dvConnect(DataValue* value, const char* slot, bool callNow) { dvConnect(value, this, slot, callNow); }
+    // The same for any receiver. False (and an assertion logged) when the slot does not exist.
+    static bool dvConnect(DataValue* value, QObject* receiver, const char* slot, bool callNow);
 
 public slots:
     // Geometry changed: re-layout children. Overrides call the base.

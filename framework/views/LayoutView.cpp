@@ -1,6 +1,7 @@
 #include "views/LayoutView.h"
 
 #include <QChildEvent>
+#include <QPointer>
 #include <QTimer>
 
 LayoutView::LayoutView(DisplayView* parent, const Style& style)
@@ -17,9 +18,10 @@ void LayoutView::childEvent(QChildEvent* event)
     DisplayView::childEvent(event);
     if (event->type() == QEvent::ChildAdded) {
         // The child is still being constructed; hear of its size changes from now on.
-        QObject* child = event->child();
+        // It may be gone again by the time the loop comes round.
+        QPointer<QObject> child = event->child();
         QTimer::singleShot(0, this, [this, child] {
-            if (auto* view = qobject_cast<DisplayView*>(child)) {
+            if (auto* view = qobject_cast<DisplayView*>(child.data())) {
                 if (childViews().contains(view)) {
                     connect(view, qOverload<DisplayView*>(&DisplayView::resized), this, &LayoutView::scheduleLayout,
                             Qt::UniqueConnection);

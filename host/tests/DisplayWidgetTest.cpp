@@ -1,5 +1,5 @@
 #include "DisplayWidget.h"
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 #include "views/ButtonView.h"
 
 #include <QSignalSpy>
@@ -10,7 +10,7 @@ TEST(DisplayWidget, MouseBecomesTouchesThroughTheScale)
 {
     DisplayView root;
     root.resize(1920, 1200);
-    Display display(&root, QSize(1920, 1200));
+    DisplayDevice display(&root, QSize(1920, 1200));
     ButtonView button(&root, Style("SettingsPushButton"), "GO");
     button.moveTo(1000, 600);
     QSignalSpy released(&button, &ControlBase::released);

@@ -32,7 +32,7 @@ void ButtonViewPage::doPageLoad()
     LayoutView* disabledRow = addRow(QStringLiteral("SettingsHorizontalLayout"));
     for (const char* color : Colors) {
         auto* button = new ButtonView(disabledRow, cellStyle("medium", color), QStringLiteral("60 px button"));
-        button->disable(false, true);
+        button->disable();
     }
 
     LayoutView* toggleRow = addRow(QStringLiteral("SettingsHorizontalLayout"));

@@ -4,7 +4,7 @@
 #include "diag/DiagConfig.h"
 #include "diag/can/DiagCANPage.h"
 #include "diag/factory/FactoryPage.h"
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 #include "services/CenterDisplay.h"
 #include "services/FontManager.h"
 #include "views/ButtonView.h"
@@ -181,7 +181,7 @@ TEST_F(ShellTest, ExitButtonRestartsInCustomerModeAndLeavesModesToTheHost)
         ++restarts;
         customer = c;
     });
-    Display display(window.get(), QSize(1920, 1200));
+    DisplayDevice display(window.get(), QSize(1920, 1200));
     display.tap(shell->exitButton()->rootGeometry().center());
     EXPECT_EQ(restarts, 1);
     EXPECT_TRUE(customer);

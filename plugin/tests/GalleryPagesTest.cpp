@@ -47,13 +47,13 @@ TEST_F(ShellTest, FontPageShowsEveryFontWithItsSampleLine)
 
 TEST_F(ShellTest, FontPageUsesCjkSamplesInAsianLanguages)
 {
-    GUI_language.setValue("ja_JP");
+    GUI_language.setValue(QLocale::Japanese);
     FontTestPage japanese(nullptr);
     const QString name = FontManager::instance()->proportionalFonts()[0].family();
     const QList<LabelView*> ja = viewsOf<LabelView>(&japanese);
     EXPECT_TRUE(ja[1]->text().startsWith(name + " - "));
     EXPECT_TRUE(ja[1]->text().contains(QChar(0x65E5))); // 日
-    GUI_language.setValue("zh_CN");
+    GUI_language.setValue(QLocale::Chinese);
     FontTestPage chinese(nullptr);
     EXPECT_TRUE(viewsOf<LabelView>(&chinese)[1]->text().contains(QChar(0x4E2D))); // 中
     EXPECT_NE(ja[1]->text(), viewsOf<LabelView>(&chinese)[1]->text());

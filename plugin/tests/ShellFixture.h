@@ -10,6 +10,7 @@
 #include "views/PageView.h"
 #include "TestSupport.h"
 
+#include <QLocale>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -21,7 +22,7 @@ protected:
         setModes(false, false);
         GUI_factoryMode.setValue(false);
         GUI_serviceMode.setValue(false);
-        GUI_language.setValue("en_US");
+        GUI_language.setValue(QLocale::English);
         PlatformJournal::instance()->clear();
         window = std::make_unique<AppWindow>();
         window->resize(1920, 1200);

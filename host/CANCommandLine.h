@@ -1,6 +1,5 @@
 #pragma once
 
-#include "OrvaneExport.h"
 
 #include <QString>
 
@@ -13,7 +12,7 @@ class QCommandLineParser;
 //   --can-generate        make traffic from the catalogue
 // With none of them the shipped sample catalogue and the generator run, so values move out of
 // the box. A source without --dbc uses the sample catalogue; --dbc without a source generates.
-class ORVANE_EXPORT CANCommandLine {
+class CANCommandLine {
 public:
     static void addOptions(QCommandLineParser& parser);
     // Loads the catalogue and starts the sources. `assetsDir` holds can/sample.dbc. False

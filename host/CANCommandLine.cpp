@@ -1,4 +1,4 @@
-#include "can/CANCommandLine.h"
+#include "CANCommandLine.h"
 
 #include "can/CANDataManager.h"
 #include "core/Logger.h"

@@ -1,4 +1,4 @@
-#include "display/Display.h"
+#include "display/DisplayDevice.h"
 
 #include "views/DisplayView.h"
 
@@ -7,23 +7,23 @@
 #include <QTimer>
 
 namespace {
-Display* gDisplay = nullptr;
+DisplayDevice* gDisplay = nullptr;
 }
 
-Display::Display(DisplayView* root, const QSize& size)
+DisplayDevice::DisplayDevice(DisplayView* root, const QSize& size)
     : mRoot(root)
     , mSize(size)
 {
     gDisplay = this;
 }
 
-Display::~Display()
+DisplayDevice::~DisplayDevice()
 {
     if (gDisplay == this)
         gDisplay = nullptr;
 }
 
-void Display::setRoot(DisplayView* root)
+void DisplayDevice::setRoot(DisplayView* root)
 {
     mRoot = root;
     mTouchGrab = nullptr;
@@ -31,12 +31,12 @@ void Display::setRoot(DisplayView* root)
     requestFrame();
 }
 
-Display* Display::instance()
+DisplayDevice* DisplayDevice::instance()
 {
     return gDisplay;
 }
 
-QImage Display::render() const
+QImage DisplayDevice::render() const
 {
     QImage image(mSize, QImage::Format_RGB32);
     image.fill(Qt::black);
@@ -45,14 +45,14 @@ QImage Display::render() const
     return image;
 }
 
-void Display::paint(QPainter& painter) const
+void DisplayDevice::paint(QPainter& painter) const
 {
     ++mFrameCount;
     if (mRoot)
         paintView(painter, mRoot);
 }
 
-void Display::paintView(QPainter& painter, DisplayView* view) const
+void DisplayDevice::paintView(QPainter& painter, DisplayView* view) const
 {
     if (!view->isVisible())
         return;
@@ -67,7 +67,7 @@ void Display::paintView(QPainter& painter, DisplayView* view) const
     painter.restore();
 }
 
-void Display::touch(int kind, const QPoint& rootPosition)
+void DisplayDevice::touch(int kind, const QPoint& rootPosition)
 {
     if (!mRoot)
         return;
@@ -92,13 +92,13 @@ void Display::touch(int kind, const QPoint& rootPosition)
     target->touchEvent({k, rootPosition - target->rootGeometry().topLeft()});
 }
 
-void Display::tap(const QPoint& rootPosition)
+void DisplayDevice::tap(const QPoint& rootPosition)
 {
     touch(int(TouchEvent::Kind::Press), rootPosition);
     touch(int(TouchEvent::Kind::Release), rootPosition);
 }
 
-void Display::key(QKeyEvent* event)
+void DisplayDevice::key(QKeyEvent* event)
 {
     for (DisplayView* v = mKeyFocus; v; v = v->parentView()) {
         if (v->isShown() && v->keyEvent(event))
@@ -106,7 +106,7 @@ void Display::key(QKeyEvent* event)
     }
 }
 
-void Display::requestFrame()
+void DisplayDevice::requestFrame()
 {
     if (!gDisplay || gDisplay->mFramePending)
         return;
@@ -119,18 +119,18 @@ void Display::requestFrame()
     });
 }
 
-void Display::setKeyFocus(DisplayView* view)
+void DisplayDevice::setKeyFocus(DisplayView* view)
 {
     if (gDisplay)
         gDisplay->mKeyFocus = view;
 }
 
-DisplayView* Display::keyFocus()
+DisplayView* DisplayDevice::keyFocus()
 {
     return gDisplay ? gDisplay->mKeyFocus : nullptr;
 }
 
-void Display::viewDestroyed(DisplayView* view)
+void DisplayDevice::viewDestroyed(DisplayView* view)
 {
     if (!gDisplay)
         return;

@@ -12,12 +12,12 @@ class QPainter;
 // The canvas the view tree is painted into. There is one per process; a window shows its
 // frames on X11, or they are only rendered into images off screen. Mouse presses arrive here
 // as touches on the view under them.
-class ORVANE_EXPORT Display : public QObject {
+class ORVANE_EXPORT DisplayDevice : public QObject {
     Q_OBJECT
 public:
-    Display(DisplayView* root, const QSize& size);
-    ~Display() override;
-    static Display* instance();
+    DisplayDevice(DisplayView* root, const QSize& size);
+    ~DisplayDevice() override;
+    static DisplayDevice* instance();
 
     DisplayView* root() const { return mRoot; }
     void setRoot(DisplayView* root);
