@@ -1,6 +1,8 @@
 #include "display/DisplayDevice.h"
 
+#include "services/CenterDisplay.h"
 #include "views/DisplayView.h"
+#include "views/popup/OverlayView.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -15,6 +17,7 @@ DisplayDevice::DisplayDevice(DisplayView* root, const QSize& size)
     , mSize(size)
 {
     gDisplay = this;
+    theCenterDisplay->overlay()->setGeometry(QRect(QPoint(0, 0), size));
 }
 
 DisplayDevice::~DisplayDevice()
@@ -50,6 +53,9 @@ void DisplayDevice::paint(QPainter& painter) const
     ++mFrameCount;
     if (mRoot)
         paintView(painter, mRoot);
+    OverlayView* overlay = theCenterDisplay->overlay();
+    if (overlay->hasContent())
+        paintView(painter, overlay);
 }
 
 void DisplayDevice::paintView(QPainter& painter, DisplayView* view) const
@@ -67,29 +73,72 @@ void DisplayDevice::paintView(QPainter& painter, DisplayView* view) const
     painter.restore();
 }
 
+namespace {
+// How far a finger travels before a scrolling ancestor may take it over.
+constexpr int TakeOverDistance = 12;
+
+QPoint localTo(const DisplayView* view, const QPoint& rootPosition)
+{
+    return rootPosition - view->rootGeometry().topLeft();
+}
+} // namespace
+
+DisplayView* DisplayDevice::pressAlong(DisplayView* deepest, const QPoint& rootPosition)
+{
+    // The deepest view first; a view that ignores the press passes it to its parent.
+    for (DisplayView* v = deepest; v; v = v->parentView()) {
+        if (v->touchEvent({TouchEvent::Kind::Press, localTo(v, rootPosition)}))
+            return v;
+    }
+    return nullptr;
+}
+
 void DisplayDevice::touch(int kind, const QPoint& rootPosition)
 {
-    if (!mRoot)
-        return;
     const auto k = TouchEvent::Kind(kind);
     if (k == TouchEvent::Kind::Press) {
         mTouchGrab = nullptr;
-        // The deepest view first; a view that ignores the press passes it to its parent.
-        for (DisplayView* v = mRoot->viewAt(rootPosition - mRoot->geometry().topLeft()); v; v = v->parentView()) {
-            const QPoint local = rootPosition - v->rootGeometry().topLeft();
-            if (v->touchEvent({k, local})) {
-                mTouchGrab = v;
-                break;
-            }
+        mTakenOver = false;
+        mPressPosition = rootPosition;
+        OverlayView* overlay = theCenterDisplay->overlay();
+        DisplayView* hit = overlay->hasContent() ? overlay->viewAt(rootPosition - overlay->geometry().topLeft()) : nullptr;
+        if (hit && hit != overlay) {
+            mTouchGrab = pressAlong(hit, rootPosition);
+            return;
         }
+        if (overlay->hasContent() && overlay->touchOutside())
+            return;
+        if (mRoot)
+            mTouchGrab = pressAlong(mRoot->viewAt(rootPosition - mRoot->geometry().topLeft()), rootPosition);
         return;
     }
     if (!mTouchGrab)
         return;
+    if (k == TouchEvent::Kind::Move && !mTakenOver) {
+        const QPoint movedBy = rootPosition - mPressPosition;
+        if (movedBy.manhattanLength() >= TakeOverDistance)
+            takeOver(movedBy);
+    }
     DisplayView* target = mTouchGrab;
-    if (k == TouchEvent::Kind::Release)
+    if (k == TouchEvent::Kind::Release || k == TouchEvent::Kind::Cancel)
         mTouchGrab = nullptr;
-    target->touchEvent({k, rootPosition - target->rootGeometry().topLeft()});
+    target->touchEvent({k, localTo(target, rootPosition)});
+}
+
+void DisplayDevice::takeOver(const QPoint& movedBy)
+{
+    mTakenOver = true;
+    for (DisplayView* v = mTouchGrab->parentView(); v; v = v->parentView()) {
+        if (!v->takesOverTouch(movedBy))
+            continue;
+        DisplayView* holder = mTouchGrab;
+        mTouchGrab = nullptr;
+        holder->touchEvent({TouchEvent::Kind::Cancel, localTo(holder, mPressPosition)});
+        // The new holder sees the touch from where it began, so it scrolls by the whole way.
+        if (v->touchEvent({TouchEvent::Kind::Press, localTo(v, mPressPosition)}))
+            mTouchGrab = v;
+        return;
+    }
 }
 
 void DisplayDevice::tap(const QPoint& rootPosition)

@@ -29,7 +29,8 @@ public:
     // Frames painted so far (by render() or a window).
     int frameCount() const { return mFrameCount; }
 
-    // Input in root coordinates.
+    // Input in root coordinates. The overlay (popups, picker lists, keyboard) is offered a
+    // touch before the application.
     void touch(int kind, const QPoint& rootPosition);
     void tap(const QPoint& rootPosition);
     void key(QKeyEvent* event);
@@ -46,10 +47,14 @@ signals:
 
 private:
     void paintView(QPainter& painter, DisplayView* view) const;
+    DisplayView* pressAlong(DisplayView* deepest, const QPoint& rootPosition);
+    void takeOver(const QPoint& movedBy);
 
     DisplayView* mRoot;
     QSize mSize;
     DisplayView* mTouchGrab = nullptr;
+    QPoint mPressPosition;
+    bool mTakenOver = false;
     DisplayView* mKeyFocus = nullptr;
     bool mFramePending = false;
     mutable int mFrameCount = 0;

@@ -1,6 +1,7 @@
 #include "services/CenterDisplay.h"
 
 #include "services/PlatformJournal.h"
+#include "views/popup/OverlayView.h"
 
 namespace {
 CenterDisplay& centerDisplay()
@@ -34,13 +35,20 @@ void CenterDisplay::setKeyboardVisible(bool visible)
     emit keyboardVisibilityChanged(visible);
 }
 
-void CenterDisplay::popupOpened()
+OverlayView* CenterDisplay::overlay()
 {
-    emit popupsChanged(++mOpenPopups);
+    // Made on first use: it is a view, so it needs the application object to exist.
+    if (!mOverlay)
+        mOverlay = new OverlayView;
+    return mOverlay;
 }
 
-void CenterDisplay::popupClosed()
+QList<PopupView*> CenterDisplay::openPopups()
 {
-    if (mOpenPopups > 0)
-        emit popupsChanged(--mOpenPopups);
+    return overlay()->popups();
+}
+
+PopupView* CenterDisplay::topmostPopup()
+{
+    return overlay()->topmostPopup();
 }

@@ -5,6 +5,8 @@
 #include <QObject>
 
 class ChromiumManager;
+class OverlayView;
+class PopupView;
 
 // The centre display's platform services the UI calls: restarts, the on-screen keyboard and
 // popup state, and the browser runtime. Requests are journalled; the host carries them out
@@ -21,9 +23,12 @@ public:
 
     bool isKeyboardVisible() const { return mKeyboardVisible; }
     void setKeyboardVisible(bool visible);
-    int openPopupCount() const { return mOpenPopups; }
-    void popupOpened();
-    void popupClosed();
+
+    // The layer above the application that holds popups, picker lists and the keyboard, and
+    // with it the stack of open popups (the last opened is on top).
+    OverlayView* overlay();
+    QList<PopupView*> openPopups();
+    PopupView* topmostPopup();
 
     ChromiumManager* chromiumManager() const { return mChromiumManager; }
     void setChromiumManager(ChromiumManager* manager) { mChromiumManager = manager; }
@@ -31,11 +36,12 @@ public:
 signals:
     void restartRequested(bool customerMode);
     void keyboardVisibilityChanged(bool visible);
-    void popupsChanged(int openPopups);
+    void popupWillShow(PopupView* popup);
+    void popupWillHide(PopupView* popup);
 
 private:
     bool mKeyboardVisible = false;
-    int mOpenPopups = 0;
+    OverlayView* mOverlay = nullptr;
     ChromiumManager* mChromiumManager = nullptr;
 };
 

@@ -21,6 +21,10 @@ bool ControlBase::touchEvent(const TouchEvent& event)
         }
         return true;
     }
+    case TouchEvent::Kind::Cancel:
+        mPressed = false;
+        update();
+        return true;
     case TouchEvent::Kind::Release:
         if (!mPressed)
             return true;

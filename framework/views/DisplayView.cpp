@@ -212,6 +212,20 @@ bool DisplayView::touchEvent(const TouchEvent&)
     return false;
 }
 
+bool DisplayView::takesOverTouch(const QPoint&) const
+{
+    return false;
+}
+
+bool DisplayView::isChildOf(const DisplayView* ancestor) const
+{
+    for (const DisplayView* v = this; v; v = v->mParentView) {
+        if (v == ancestor)
+            return true;
+    }
+    return false;
+}
+
 bool DisplayView::keyEvent(QKeyEvent*)
 {
     return false;

@@ -21,9 +21,10 @@ struct Padding {
     int bottom = 0;
 };
 
-// One press, move or release of a finger, in the receiving view's coordinates.
+// One press, move or release of a finger, in the receiving view's coordinates. Cancel ends a
+// touch without a release: a scrolling ancestor took the finger over.
 struct TouchEvent {
-    enum class Kind { Press, Move, Release };
+    enum class Kind { Press, Move, Release, Cancel };
     Kind kind;
     QPoint position;
 };
@@ -41,6 +42,8 @@ public:
 
     DisplayView* parentView() const { return mParentView; }
     const QVector<DisplayView*>& childViews() const { return mChildren; }
+    // True for the view itself and anything below it.
+    bool isChildOf(const DisplayView* ancestor) const;
 
     // Geometry in parent coordinates. Right and bottom are inclusive, as in QRect.
     QRect geometry() const { return mGeometry; }
@@ -83,6 +86,10 @@ public:
 
     // Touch handling: return true to take the touch (and get its moves and release).
     virtual bool touchEvent(const TouchEvent& event);
+    // Asked of the ancestors of the view holding a touch once the finger has moved a few
+    // pixels: a view that scrolls that way answers true, takes the touch over from the press
+    // point on, and the holder gets a Cancel.
+    virtual bool takesOverTouch(const QPoint& movedBy) const;
     // Key handling: return true when handled, else the key goes to the parent view.
     virtual bool keyEvent(QKeyEvent* event);
     void setKeyFocus();

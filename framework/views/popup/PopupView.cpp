@@ -1,0 +1,63 @@
+#include "views/popup/PopupView.h"
+
+#include "services/CenterDisplay.h"
+#include "views/popup/OverlayView.h"
+
+#include <QJsonObject>
+#include <QPainter>
+#include <QPainterPath>
+
+PopupView::PopupView(bool modal)
+    : DisplayView(theCenterDisplay->overlay())
+    , mModal(modal)
+{
+    hide();
+}
+
+PopupView::~PopupView()
+{
+    if (mOpen)
+        theCenterDisplay->overlay()->popupClosed(this);
+}
+
+void PopupView::open()
+{
+    OverlayView* overlay = theCenterDisplay->overlay();
+    if (x() == 0 && y() == 0)
+        moveTo((overlay->width() - width()) / 2, (overlay->height() - height()) / 2);
+    mOpen = true;
+    overlay->popupOpened(this);
+    show();
+}
+
+void PopupView::close()
+{
+    if (!mOpen)
+        return;
+    mOpen = false;
+    theCenterDisplay->overlay()->popupClosed(this);
+    hide();
+    emit closed(this);
+}
+
+void PopupView::dismiss()
+{
+    close();
+    deleteLater();
+}
+
+void PopupView::draw(QPainter& painter)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath path;
+    path.addRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 12, 12);
+    painter.fillPath(path, QColor(0x24, 0x28, 0x2f));
+    painter.setPen(QPen(QColor(0x4a, 0x52, 0x5e), 2));
+    painter.drawPath(path);
+}
+
+void PopupView::dumpProperties(QJsonObject& out) const
+{
+    out.insert(QStringLiteral("modal"), mModal);
+    out.insert(QStringLiteral("open"), mOpen);
+}
