@@ -10,10 +10,13 @@
 #include "services/AppInfo.h"
 #include "services/CenterDisplay.h"
 #include "views/AppWindow.h"
+#include "views/popup/OverlayView.h"
+#include "views/popup/PopupView.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QImage>
+#include <QJsonObject>
 #include <QTimer>
 #include <functional>
 
@@ -97,6 +100,9 @@ void BenchHost::restart(bool customerMode)
 {
     Logger(this, "INFO") << (customerMode ? "Restarting the UI in customer mode" : "Restarting the UI");
     mDisplay->setRoot(nullptr);
+    // A restarted UI starts without the old one's questions and lists.
+    for (PopupView* popup : theCenterDisplay->openPopups())
+        popup->close();
     delete mWindow;
     mWindow = nullptr;
     mPluginView = nullptr;
@@ -131,21 +137,24 @@ bool BenchHost::writeScreenshot(const QString& path, QString* error) const
 
 bool BenchHost::writeViewDump(const QString& path, QString* error) const
 {
-    return ViewDump::writeFile(mWindow, path, error);
+    QJsonObject root = ViewDump::toJson(mWindow);
+    root.insert(QStringLiteral("overlay"), ViewDump::toJson(theCenterDisplay->overlay()));
+    return ViewDump::writeFile(root, path, error);
 }
 
-DisplayView* BenchHost::findShownView(const QString& text) const
+QList<DisplayView*> BenchHost::findShownViews(const QString& text, bool overlayOnly) const
 {
-    DisplayView* found = nullptr;
+    QList<DisplayView*> found;
     std::function<void(DisplayView*)> visit = [&](DisplayView* view) {
         if (!view->isVisible())
             return;
         if (view->describe() == text)
-            found = view; // later in paint order is on top
+            found.append(view);
         for (DisplayView* child : view->childViews())
             visit(child);
     };
-    if (mWindow)
+    if (mWindow && !overlayOnly)
         visit(mWindow);
+    visit(theCenterDisplay->overlay());
     return found;
 }

@@ -39,8 +39,9 @@ public:
 
     bool writeScreenshot(const QString& path, QString* error) const;
     bool writeViewDump(const QString& path, QString* error) const;
-    // The shown view whose label or title is this text, topmost first; null if none.
-    DisplayView* findShownView(const QString& text) const;
+    // The shown views whose label or title is this text, in paint order (the last is on
+    // top): the application's, then the overlay's (popups, open lists).
+    QList<DisplayView*> findShownViews(const QString& text, bool overlayOnly = false) const;
 
 signals:
     // The app was torn down and built again.

@@ -5,8 +5,10 @@
 #include "core/DataValue.h"
 #include "core/Logger.h"
 #include "display/DisplayDevice.h"
+#include "services/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 #include "views/DisplayView.h"
+#include "views/popup/PopupView.h"
 
 #include <QFile>
 #include <QHash>
@@ -14,16 +16,66 @@
 #include <QProcess>
 #include <QTimer>
 
+#include <algorithm>
+
 namespace {
 
-// Command name -> number of arguments it takes (-1: one or two, for tap).
-const QHash<QString, int>& commandArity()
+// Command name -> the argument counts it takes.
+const QHash<QString, QVector<int>>& commandArity()
 {
-    static const QHash<QString, int> arity{
-        {"set", 2}, {"config", 2}, {"tap", -1}, {"type", 1}, {"wait", 1}, {"dump", 1}, {"screenshot", 1},
-        {"expect-journal", 1}, {"expect-view", 1}, {"expect-no-view", 1}, {"quit", 0},
+    static const QHash<QString, QVector<int>> arity{
+        {"set", {2}}, {"config", {2}}, {"tap", {1, 2}}, {"drag", {3, 4}}, {"choose", {1}}, {"answer", {1}},
+        {"type", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
+        {"expect-journal", {1}}, {"expect-log", {1}}, {"expect-value", {2}}, {"expect-pending", {2}},
+        {"expect-view", {1}}, {"expect-no-view", {1}}, {"expect-enabled", {1}}, {"expect-disabled", {1}}, {"quit", {0}},
     };
     return arity;
+}
+
+bool isNumber(const QString& text, bool allowNegative)
+{
+    bool ok = false;
+    const int n = text.toInt(&ok);
+    return ok && (allowNegative || n >= 0);
+}
+
+// Labels are written on one line: "IN\nSERVICE" names a two-line label.
+QString labelArgument(const QString& text)
+{
+    QString out;
+    for (int i = 0; i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('\\') && i + 1 < text.size() && text[i + 1] == QLatin1Char('n')) {
+            out += QLatin1Char('\n');
+            ++i;
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+// Checks the numbers of one command; an empty text when they are fine.
+QString numberProblem(const ScriptRunner::Command& c)
+{
+    const QStringList& a = c.args;
+    const auto wants = [&](const QString& what) {
+        return QStringLiteral("'%1' wants %2, found '%3'").arg(c.name, what, a.join(QLatin1Char(' ')));
+    };
+    if (c.name == QLatin1String("wait") && !isNumber(a[0], false))
+        return wants(QStringLiteral("whole non-negative numbers"));
+    if (c.name == QLatin1String("tap")) {
+        if (a.size() == 2 && isNumber(a[0], true) && !(isNumber(a[0], false) && isNumber(a[1], false)))
+            return wants(QStringLiteral("whole non-negative numbers"));
+        if (a.size() == 2 && !isNumber(a[0], true) && !(isNumber(a[1], false) && a[1].toInt() >= 1))
+            return wants(QStringLiteral("a label and a count from 1"));
+    }
+    if (c.name == QLatin1String("drag")) {
+        if (a.size() == 4 && !std::all_of(a.begin(), a.end(), [](const QString& n) { return isNumber(n, false); }))
+            return wants(QStringLiteral("X1 Y1 X2 Y2 as whole non-negative numbers"));
+        if (a.size() == 3 && !(isNumber(a[1], true) && isNumber(a[2], true)))
+            return wants(QStringLiteral("a label and a whole DX DY"));
+    }
+    return QString();
 }
 
 } // namespace
@@ -31,8 +83,11 @@ const QHash<QString, int>& commandArity()
 ScriptRunner::ScriptRunner(BenchHost* host, const QString& path)
     : mHost(host)
     , mPath(path)
+    , mLog(std::make_unique<CapturingLogSink>())
 {
 }
+
+ScriptRunner::~ScriptRunner() = default;
 
 bool ScriptRunner::load(QString* error)
 {
@@ -64,30 +119,36 @@ bool ScriptRunner::parse(const QString& text, const QString& fileName, QVector<C
             return false;
         }
         const int n = command.args.size();
-        const bool arityOk = *arity < 0 ? (n == 1 || n == 2) : n == *arity;
-        if (!arityOk) {
-            *error = where(QStringLiteral("'%1' takes %2 argument(s), found %3")
-                               .arg(command.name, *arity < 0 ? QStringLiteral("1 or 2") : QString::number(*arity))
-                               .arg(n));
+        if (!arity->contains(n)) {
+            QStringList counts;
+            for (int count : *arity)
+                counts << QString::number(count);
+            *error = where(QStringLiteral("'%1' takes %2 argument(s), found %3").arg(command.name, counts.join(QStringLiteral(" or "))).arg(n));
             return false;
         }
-        bool ok = true;
-        if (command.name == QLatin1String("wait"))
-            ok = command.args[0].toInt(&ok) >= 0 && ok;
-        if (command.name == QLatin1String("tap") && n == 2) {
-            bool okY = false;
-            command.args[0].toInt(&ok);
-            command.args[1].toInt(&okY);
-            ok = ok && okY;
-        }
-        if (!ok) {
-            *error = where(QStringLiteral("'%1' wants whole non-negative numbers, found '%2'")
-                               .arg(command.name, command.args.join(QLatin1Char(' '))));
+        const QString problem = numberProblem(command);
+        if (!problem.isEmpty()) {
+            *error = where(problem);
             return false;
         }
-        if (command.name == QLatin1String("set") && !DataValueRegistry::find(command.args[0])) {
-            *error = where(QStringLiteral("unknown data value '%1'").arg(command.args[0]));
-            return false;
+        const bool namesValue = command.name == QLatin1String("set") || command.name.startsWith(QLatin1String("expect-value"))
+            || command.name == QLatin1String("expect-pending");
+        if (namesValue) {
+            DataValue* value = DataValueRegistry::find(command.args[0]);
+            if (!value) {
+                *error = where(QStringLiteral("unknown data value '%1'").arg(command.args[0]));
+                return false;
+            }
+            // A value the data value cannot take is bad input, as it is for --set.
+            QVariant parsed;
+            QString reason;
+            const QString& text = command.args[1];
+            const bool special = command.name != QLatin1String("set")
+                && (text == QLatin1String("invalid") || text == QLatin1String("none"));
+            if (!special && !value->parseString(text, &parsed, &reason)) {
+                *error = where(reason);
+                return false;
+            }
         }
         commands->append(command);
     }
@@ -128,6 +189,37 @@ void ScriptRunner::fail(const Command& command, const QString& reason)
     Logger(nullptr, "ERROR") << QStringLiteral("%1:%2:").arg(mPath).arg(command.line) << reason;
 }
 
+DisplayView* ScriptRunner::viewToTouch(const Command& c, const QString& label, int nth, bool overlayOnly)
+{
+    const QList<DisplayView*> views = mHost->findShownViews(label, overlayOnly);
+    if (views.isEmpty()) {
+        fail(c, QStringLiteral("no shown view labelled '%1' to %2").arg(label, c.name));
+        return nullptr;
+    }
+    if (nth > views.size()) {
+        fail(c, QStringLiteral("only %1 shown view(s) labelled '%2', not %3").arg(views.size()).arg(label).arg(nth));
+        return nullptr;
+    }
+    // The topmost one unless the script counts them.
+    DisplayView* view = nth > 0 ? views[nth - 1] : views.last();
+    if (!view->isEffectivelyEnabled()) {
+        fail(c, QStringLiteral("the view labelled '%1' is disabled").arg(label));
+        return nullptr;
+    }
+    return view;
+}
+
+void ScriptRunner::drag(const QPoint& from, const QPoint& to)
+{
+    DisplayDevice* display = mHost->display();
+    display->touch(int(TouchEvent::Kind::Press), from);
+    // Enough steps for the views to see a movement, as a finger gives them.
+    constexpr int Steps = 10;
+    for (int i = 1; i <= Steps; ++i)
+        display->touch(int(TouchEvent::Kind::Move), from + (to - from) * i / Steps);
+    display->touch(int(TouchEvent::Kind::Release), to);
+}
+
 bool ScriptRunner::execute(const Command& c, int* waitMs)
 {
     QString error;
@@ -138,20 +230,50 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
             return false;
         }
     } else if (c.name == QLatin1String("config")) {
-        ConfigStore::write(a0, c.args[1]);
-    } else if (c.name == QLatin1String("tap")) {
+        if (!ConfigStore::write(a0, c.args[1])) {
+            fail(c, QStringLiteral("cannot write the configuration value %1").arg(a0));
+            return false;
+        }
+    } else if (c.name == QLatin1String("tap") || c.name == QLatin1String("choose") || c.name == QLatin1String("answer")) {
         QPoint point;
-        if (c.args.size() == 2) {
+        if (c.args.size() == 2 && isNumber(a0, true)) {
             point = QPoint(a0.toInt(), c.args[1].toInt());
         } else {
-            DisplayView* view = mHost->findShownView(a0);
-            if (!view) {
-                fail(c, QStringLiteral("no shown view labelled '%1' to tap").arg(a0));
-                return false;
+            const int nth = c.args.size() == 2 ? c.args[1].toInt() : 0;
+            DisplayView* view = nullptr;
+            if (c.name == QLatin1String("answer")) {
+                PopupView* popup = theCenterDisplay->topmostPopup();
+                if (!popup) {
+                    fail(c, QStringLiteral("no popup is open to answer '%1'").arg(labelArgument(a0)));
+                    return false;
+                }
+                const QList<DisplayView*> buttons = mHost->findShownViews(labelArgument(a0), true);
+                for (DisplayView* button : buttons) {
+                    if (button->isChildOf(popup))
+                        view = button;
+                }
+                if (!view) {
+                    fail(c, QStringLiteral("the open popup '%1' has no button '%2'").arg(popup->describe(), labelArgument(a0)));
+                    return false;
+                }
+            } else {
+                view = viewToTouch(c, labelArgument(a0), nth, c.name == QLatin1String("choose"));
+                if (!view)
+                    return false;
             }
             point = view->rootGeometry().center();
         }
         mHost->display()->tap(point);
+    } else if (c.name == QLatin1String("drag")) {
+        if (c.args.size() == 4) {
+            drag(QPoint(a0.toInt(), c.args[1].toInt()), QPoint(c.args[2].toInt(), c.args[3].toInt()));
+        } else {
+            DisplayView* view = viewToTouch(c, labelArgument(a0), 0, false);
+            if (!view)
+                return false;
+            const QPoint from = view->rootGeometry().center();
+            drag(from, from + QPoint(c.args[1].toInt(), c.args[2].toInt()));
+        }
     } else if (c.name == QLatin1String("type")) {
         for (const QChar ch : a0) {
             QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(ch));
@@ -177,12 +299,64 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
                         .arg(a0, PlatformJournal::instance()->lines().join(QStringLiteral(" | "))));
             return false;
         }
+    } else if (c.name == QLatin1String("expect-log")) {
+        const QStringList lines = mLog->lines();
+        if (!std::any_of(lines.begin(), lines.end(), [&](const QString& line) { return line.contains(a0); })) {
+            fail(c, QStringLiteral("expected a log line with '%1'").arg(a0));
+            return false;
+        }
+    } else if (c.name == QLatin1String("expect-value") || c.name == QLatin1String("expect-pending")) {
+        return expectValue(c);
     } else if (c.name == QLatin1String("expect-view") || c.name == QLatin1String("expect-no-view")) {
         const bool wanted = c.name == QLatin1String("expect-view");
-        if ((mHost->findShownView(a0) != nullptr) != wanted) {
+        if (mHost->findShownViews(labelArgument(a0)).isEmpty() == wanted) {
             fail(c, QString::fromLatin1(wanted ? "no shown view labelled '%1'" : "a view labelled '%1' is shown").arg(a0));
+            return false;
+        }
+    } else if (c.name == QLatin1String("expect-enabled") || c.name == QLatin1String("expect-disabled")) {
+        const QList<DisplayView*> views = mHost->findShownViews(labelArgument(a0));
+        if (views.isEmpty()) {
+            fail(c, QStringLiteral("no shown view labelled '%1'").arg(a0));
+            return false;
+        }
+        const bool wanted = c.name == QLatin1String("expect-enabled");
+        if (views.last()->isEffectivelyEnabled() != wanted) {
+            fail(c, QStringLiteral("the view labelled '%1' is %2").arg(a0, wanted ? "disabled" : "enabled"));
             return false;
         }
     }
     return true;
+}
+
+bool ScriptRunner::expectValue(const Command& c)
+{
+    DataValue* value = DataValueRegistry::find(c.args[0]);
+    const QString& wanted = c.args[1];
+    QString actual;
+    bool matches;
+    {
+        DataValue::ConditionalLocker lock(*value);
+        if (c.name == QLatin1String("expect-pending")) {
+            actual = value->hasPending() ? value->textOf(value->pendingVariant()) : QStringLiteral("none");
+            matches = actual == wanted || (value->hasPending() && wanted != QLatin1String("none")
+                                           && sameValue(value, value->pendingVariant(), wanted));
+        } else {
+            actual = value->isValid() ? value->textOf(value->variant()) : QStringLiteral("invalid");
+            matches = wanted == QLatin1String("invalid") ? !value->isValid()
+                                                          : value->isValid() && sameValue(value, value->variant(), wanted);
+        }
+    }
+    if (!matches) {
+        fail(c, QStringLiteral("expected %1 %2 to be %3, it is %4")
+                    .arg(c.name == QLatin1String("expect-pending") ? "the pending value of" : "", c.args[0], wanted, actual)
+                    .simplified());
+        return false;
+    }
+    return true;
+}
+
+bool ScriptRunner::sameValue(const DataValue* value, const QVariant& actual, const QString& wanted)
+{
+    QVariant parsed;
+    return value->parseString(wanted, &parsed) && value->textOf(parsed) == value->textOf(actual);
 }

@@ -4,7 +4,14 @@
 #include <QStringList>
 #include <QVector>
 
+#include <memory>
+
 class BenchHost;
+class CapturingLogSink;
+class DataValue;
+class DisplayView;
+class QPoint;
+class QVariant;
 
 // Runs a bench script: one command per line, checked whole before the first one runs, so a
 // typo on the last line costs nothing. Commands are listed in orvane-bench --help.
@@ -18,6 +25,7 @@ public:
     };
 
     ScriptRunner(BenchHost* host, const QString& path);
+    ~ScriptRunner() override;
 
     // Reads and checks the script; false with "FILE:LINE: reason" on the first bad line.
     bool load(QString* error);
@@ -33,9 +41,16 @@ private:
     // Runs one command; false when it failed (the reason is logged). Sets waitMs for "wait".
     bool execute(const Command& command, int* waitMs);
     void fail(const Command& command, const QString& reason);
+    // The shown, enabled view a touch command names (the n-th from 1, or the topmost when 0).
+    DisplayView* viewToTouch(const Command& command, const QString& label, int nth, bool overlayOnly);
+    void drag(const QPoint& from, const QPoint& to);
+    bool expectValue(const Command& command);
+    static bool sameValue(const DataValue* value, const QVariant& actual, const QString& wanted);
 
     BenchHost* mHost;
     QString mPath;
     QVector<Command> mCommands;
     int mNext = 0;
+    // Every line logged while the script runs, for expect-log.
+    std::unique_ptr<CapturingLogSink> mLog;
 };

@@ -163,6 +163,18 @@ void DataValue::setProtectedValue(const QVariant& value)
 
 bool DataValue::setFromString(const QString& text, QString* error)
 {
+    QVariant parsed;
+    if (!parseString(text, &parsed, error))
+        return false;
+    if (mProtected)
+        setProtectedValue(parsed);
+    else
+        setVariant(parsed);
+    return true;
+}
+
+bool DataValue::parseString(const QString& text, QVariant* out, QString* error) const
+{
     const QString t = text.trimmed();
     QVariant parsed;
     bool ok = true;
@@ -198,28 +210,27 @@ bool DataValue::setFromString(const QString& text, QString* error)
             *error = QStringLiteral("'%1' is not a %2 value for %3").arg(text, typeName(mType), mName);
         return false;
     }
-    if (mProtected)
-        setProtectedValue(parsed);
-    else
-        setVariant(parsed);
+    *out = parsed;
     return true;
+}
+
+QString DataValue::textOf(const QVariant& value) const
+{
+    switch (mType) {
+    case Type::Bool: return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    case Type::Map: return QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(value.toMap())).toJson(QJsonDocument::Compact));
+    default: return value.toString();
+    }
 }
 
 QString DataValue::toDisplayString() const
 {
     ConditionalLocker lock(*this);
-    QString text;
-    switch (mType) {
-    case Type::Bool: text = mValue.toBool() ? QStringLiteral("true") : QStringLiteral("false"); break;
-    case Type::Map:
-        text = QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(mValue.toMap())).toJson(QJsonDocument::Compact));
-        break;
-    default: text = mValue.toString(); break;
-    }
+    QString text = textOf(mValue);
     if (!mValid)
         text += QStringLiteral(" (invalid)");
     if (mHasPending)
-        text += QStringLiteral(" (pending %1)").arg(mPending.toString());
+        text += QStringLiteral(" (pending %1)").arg(textOf(mPending));
     return text;
 }
 

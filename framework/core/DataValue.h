@@ -44,6 +44,10 @@ public:
 
     // Text forms for the bench host and scripts ("true", "42", "2.5", "text", JSON object).
     bool setFromString(const QString& text, QString* error = nullptr);
+    // Reads a text form into this value's type without setting anything.
+    bool parseString(const QString& text, QVariant* out, QString* error = nullptr) const;
+    // A value of this type in text form; with validity and pending state for display.
+    QString textOf(const QVariant& value) const;
     QString toDisplayString() const;
 
     // Locks unless this thread already holds the lock, so nested readers never deadlock.

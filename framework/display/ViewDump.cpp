@@ -36,12 +36,17 @@ QJsonObject ViewDump::toJson(const DisplayView* view)
 
 bool ViewDump::writeFile(const DisplayView* root, const QString& path, QString* error)
 {
+    return writeFile(toJson(root), path, error);
+}
+
+bool ViewDump::writeFile(const QJsonObject& dump, const QString& path, QString* error)
+{
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
         return false;
     }
-    file.write(QJsonDocument(toJson(root)).toJson(QJsonDocument::Indented));
+    file.write(QJsonDocument(dump).toJson(QJsonDocument::Indented));
     if (!file.commit()) {
         *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
         return false;

@@ -13,4 +13,5 @@ class ORVANE_EXPORT ViewDump {
 public:
     static QJsonObject toJson(const DisplayView* view);
     static bool writeFile(const DisplayView* root, const QString& path, QString* error);
+    static bool writeFile(const QJsonObject& dump, const QString& path, QString* error);
 };

@@ -2,6 +2,7 @@
 
 #include "services/PlatformJournal.h"
 #include "views/popup/OverlayView.h"
+#include "views/popup/PopupView.h"
 
 namespace {
 CenterDisplay& centerDisplay()
@@ -13,7 +14,10 @@ CenterDisplay& centerDisplay()
 
 CenterDisplay* const theCenterDisplay = &centerDisplay();
 
-CenterDisplay::CenterDisplay() = default;
+CenterDisplay::CenterDisplay()
+{
+    qRegisterMetaType<PopupView*>();
+}
 
 void CenterDisplay::restart()
 {

@@ -2,6 +2,9 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <atomic>
+#include <thread>
+#include "core/Logger.h"
 #include <gtest/gtest.h>
 
 namespace {
@@ -87,4 +90,61 @@ TEST_F(ConfigValueTest, CheckNamesTheFirstMalformedLine)
 
     EXPECT_FALSE(ConfigStore::check(dir.filePath("missing.ini"), &error));
     EXPECT_TRUE(error.startsWith("cannot read configuration file")) << error.toStdString();
+}
+
+TEST_F(ConfigValueTest, WritingAKeyKeepsEveryOtherLine)
+{
+    writeStore("; the car's settings\n"
+               "[chromium]\n"
+               "debug=true\n"
+               "this line has no equals sign\n"
+               "user_agent=Agent/1.0\n");
+    ASSERT_TRUE(ConfigStore::write("chromium/debug", "false"));
+    ASSERT_TRUE(ConfigStore::write("diag/vitals_url", "http://x/"));
+    QFile file(ConfigStore::path());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(file.readAll()),
+              "; the car's settings\n[chromium]\ndebug=false\nthis line has no equals sign\nuser_agent=Agent/1.0\n"
+              "[General]\ndiag/vitals_url=http://x/\n");
+    // Fixing the bad line makes both writes readable.
+    writeStore("[chromium]\ndebug=false\n[General]\ndiag/vitals_url=http://x/\n");
+    EXPECT_EQ(ConfigStringValue("diag/vitals_url", "").value(), "http://x/");
+}
+
+TEST_F(ConfigValueTest, AFailedWriteSaysSoAndChangesNothing)
+{
+    writeStore("gui/min_selectable_speed_limit=60\n");
+    CapturingLogSink log;
+    ConfigStore::setPath(dir.filePath("no/such/folder/orvane.ini"));
+    EXPECT_FALSE(ConfigStore::write("gui/min_selectable_speed_limit", 70));
+    EXPECT_EQ(log.lines().filter("ERROR Configuration value gui/min_selectable_speed_limit not written").size(), 1);
+    ConfigStore::setPath(dir.filePath("orvane.ini"));
+    EXPECT_EQ(ConfigIntValue("gui/min_selectable_speed_limit", 85).value(), 60);
+}
+
+TEST_F(ConfigValueTest, ReadersOnOtherThreadsSeeWholeValuesWhileItIsWritten)
+{
+    ConfigStore::write("chromium/debug", "true");
+    std::atomic<bool> done{false};
+    std::atomic<int> torn{0};
+    std::vector<std::thread> readers;
+    for (int t = 0; t < 2; ++t) {
+        readers.emplace_back([&] {
+            ConfigIntValue limit("gui/min_selectable_speed_limit", 85);
+            while (!done) {
+                const int v = limit.value();
+                if (v != 85 && (v < 100 || v >= 200))
+                    ++torn;
+                if (!ConfigBoolValue("chromium/debug", false).value())
+                    ++torn;
+            }
+        });
+    }
+    for (int i = 100; i < 200; ++i)
+        ASSERT_TRUE(ConfigStore::write("gui/min_selectable_speed_limit", i));
+    done = true;
+    for (auto& reader : readers)
+        reader.join();
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(ConfigIntValue("gui/min_selectable_speed_limit", 85).value(), 199);
 }

@@ -76,6 +76,12 @@ TEST(View, VisibilityAndEnabledStateFollowAncestors)
     button.enable();
     EXPECT_EQ(enabledSpy.count(), 1);
     EXPECT_FALSE(button.isEffectivelyEnabled());
+    // enable(condition) sets what it is given, both ways.
+    button.enable(false, true);
+    EXPECT_FALSE(button.isEnabled());
+    EXPECT_EQ(disabledSpy.count(), 2);
+    button.enable(1 > 0, true);
+    EXPECT_TRUE(button.isEnabled());
 }
 
 TEST(View, TouchesReachTheViewUnderThemAndSlidingOffCancels)

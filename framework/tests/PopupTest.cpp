@@ -1,0 +1,187 @@
+#include "core/Logger.h"
+#include "display/DisplayDevice.h"
+#include "services/CenterDisplay.h"
+#include "views/ButtonView.h"
+#include "views/popup/ConfirmationPopup.h"
+#include "views/popup/OverlayView.h"
+#include "TestSupport.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+namespace {
+
+// Records what it is told of a touch, and may scroll.
+class TouchRecorder : public DisplayView {
+public:
+    TouchRecorder(DisplayView* parent, bool scrollsVertically)
+        : DisplayView(parent)
+        , mScrolls(scrollsVertically)
+    {
+    }
+    bool touchEvent(const TouchEvent& event) override
+    {
+        kinds.append(event.kind);
+        positions.append(event.position);
+        return true;
+    }
+    bool takesOverTouch(const QPoint& movedBy) const override
+    {
+        return mScrolls && qAbs(movedBy.y()) > qAbs(movedBy.x());
+    }
+    QVector<TouchEvent::Kind> kinds;
+    QVector<QPoint> positions;
+
+private:
+    bool mScrolls;
+};
+
+class PopupTest : public ::testing::Test {
+protected:
+    PopupTest()
+        : display(&root, QSize(1000, 800))
+    {
+        root.resize(1000, 800);
+        button.moveTo(10, 10);
+    }
+    ~PopupTest() override
+    {
+        for (PopupView* popup : theCenterDisplay->openPopups())
+            popup->close();
+        drainEvents();
+    }
+
+    DisplayView root;
+    DisplayDevice display;
+    ButtonView button{&root, Style("SettingsPushButton"), "APP"};
+};
+
+using Kind = TouchEvent::Kind;
+
+} // namespace
+
+TEST_F(PopupTest, StackKeepsOpeningOrderAndAnnouncesEachChange)
+{
+    QSignalSpy willShow(theCenterDisplay, &CenterDisplay::popupWillShow);
+    QSignalSpy willHide(theCenterDisplay, &CenterDisplay::popupWillHide);
+    PopupView first(false);
+    PopupView second(false);
+    first.resize(200, 100);
+    second.resize(200, 100);
+    first.open();
+    second.open();
+    EXPECT_EQ(theCenterDisplay->openPopups(), (QList<PopupView*>{&first, &second}));
+    EXPECT_EQ(theCenterDisplay->topmostPopup(), &second);
+    EXPECT_EQ(first.geometry(), QRect(400, 350, 200, 100)); // centred on the display
+    // Opening again brings it to the top.
+    first.open();
+    EXPECT_EQ(theCenterDisplay->topmostPopup(), &first);
+    first.close();
+    first.close();
+    EXPECT_EQ(theCenterDisplay->topmostPopup(), &second);
+    EXPECT_EQ(willShow.count(), 3);
+    ASSERT_EQ(willHide.count(), 1);
+    EXPECT_EQ(willHide.first().first().value<PopupView*>(), &first);
+    {
+        PopupView dying(false);
+        dying.open();
+    }
+    EXPECT_EQ(theCenterDisplay->openPopups(), QList<PopupView*>{&second});
+}
+
+TEST_F(PopupTest, ModalPopupBlocksTheAppAndOutsideTouchesCloseALooseOne)
+{
+    QSignalSpy appTaps(&button, &ControlBase::released);
+    PopupView list(false);
+    list.setClosesOnOutsideTouch(true);
+    list.setGeometry(QRect(500, 500, 100, 100));
+    list.open();
+    display.tap(button.rootGeometry().center());
+    EXPECT_FALSE(list.isOpen()); // the touch closed the list ...
+    EXPECT_EQ(appTaps.count(), 0); // ... and went no further
+    display.tap(button.rootGeometry().center());
+    EXPECT_EQ(appTaps.count(), 1);
+
+    const QPoint corner = button.rootGeometry().topLeft() + QPoint(8, 8);
+    const int before = qGray(display.render().pixel(corner));
+    auto* question = new ConfirmationPopup("FACTORY MODE", "Are you sure you want to exit factory mode?", "NO", "YES");
+    question->open();
+    EXPECT_EQ(question->width(), 610);
+    EXPECT_EQ(question->style(), 6);
+    display.tap(button.rootGeometry().center());
+    EXPECT_EQ(appTaps.count(), 1);
+    EXPECT_TRUE(question->isOpen());
+    // The overlay is painted over the app: the dimmed backdrop darkens the button.
+    EXPECT_LT(qGray(display.render().pixel(corner)), before * 0.6);
+}
+
+TEST_F(PopupTest, ConfirmationAnswersOnceThroughItsButtonsThenGoesAway)
+{
+    QPointer<ConfirmationPopup> question(new ConfirmationPopup("FACTORY MODE", "Sure?", "CANCEL", "OK"));
+    QSignalSpy answered(question.data(), &ConfirmationPopup::answered);
+    question->open();
+    ButtonView* ok = nullptr;
+    for (ButtonView* b : question->findChildren<ButtonView*>()) {
+        if (b->label() == "OK")
+            ok = b;
+    }
+    ASSERT_TRUE(ok);
+    const QPoint okPoint = ok->rootGeometry().center();
+    display.tap(okPoint);
+    display.tap(okPoint); // gone already: nothing more
+    ASSERT_EQ(answered.count(), 1);
+    EXPECT_TRUE(answered.first().first().toBool());
+    drainEvents();
+    EXPECT_TRUE(question.isNull());
+
+    QObject receiver;
+    EXPECT_FALSE(theCenterDisplay->topmostPopup());
+    CapturingLogSink log;
+    ConfirmationPopup::ask("T", "x", "NO", "YES", &receiver, SLOT(noSuchSlot(bool)));
+    EXPECT_EQ(log.lines().filter("ERROR Question T has nowhere to send its answer").size(), 1);
+}
+
+TEST_F(PopupTest, AScrollingAncestorTakesOverAMovingFingerAndTheHolderIsCancelled)
+{
+    TouchRecorder list(&root, true);
+    list.setGeometry(QRect(100, 100, 300, 400));
+    TouchRecorder row(&list, false);
+    row.setGeometry(QRect(0, 50, 300, 60));
+
+    // A small wobble stays with the row.
+    display.touch(int(Kind::Press), QPoint(150, 170));
+    display.touch(int(Kind::Move), QPoint(153, 174));
+    display.touch(int(Kind::Release), QPoint(153, 174));
+    EXPECT_EQ(row.kinds, (QVector<Kind>{Kind::Press, Kind::Move, Kind::Release}));
+    EXPECT_TRUE(list.kinds.isEmpty());
+
+    // A vertical drag goes to the list from the press point on; the row hears Cancel.
+    row.kinds.clear();
+    display.touch(int(Kind::Press), QPoint(150, 170));
+    display.touch(int(Kind::Move), QPoint(150, 200));
+    display.touch(int(Kind::Move), QPoint(150, 260));
+    display.touch(int(Kind::Release), QPoint(150, 260));
+    EXPECT_EQ(row.kinds, (QVector<Kind>{Kind::Press, Kind::Cancel}));
+    EXPECT_EQ(list.kinds, (QVector<Kind>{Kind::Press, Kind::Move, Kind::Move, Kind::Release}));
+    EXPECT_EQ(list.positions.first(), QPoint(50, 70));
+
+    // A sideways drag (a slide switch's) stays with the row.
+    row.kinds.clear();
+    list.kinds.clear();
+    display.touch(int(Kind::Press), QPoint(150, 170));
+    display.touch(int(Kind::Move), QPoint(250, 175));
+    display.touch(int(Kind::Release), QPoint(250, 175));
+    EXPECT_EQ(row.kinds.last(), Kind::Release);
+    EXPECT_TRUE(list.kinds.isEmpty());
+}
+
+TEST_F(PopupTest, ACancelledButtonDoesNotFire)
+{
+    QSignalSpy released(&button, &ControlBase::released);
+    button.touchEvent({Kind::Press, QPoint(5, 5)});
+    button.touchEvent({Kind::Cancel, QPoint(5, 5)});
+    button.touchEvent({Kind::Release, QPoint(5, 5)});
+    EXPECT_EQ(released.count(), 0);
+    EXPECT_FALSE(button.isPressed());
+}
