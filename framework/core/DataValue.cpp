@@ -22,6 +22,25 @@ Registry& registry()
     return instance;
 }
 
+QString withArticle(const QString& noun)
+{
+    const bool vowel = !noun.isEmpty() && QStringLiteral("aeiou").contains(noun.front());
+    return (vowel ? QStringLiteral("an ") : QStringLiteral("a ")) + noun;
+}
+
+// What setFromString reads for a type, for the message when it cannot.
+QString expectedText(DataValue::Type type)
+{
+    switch (type) {
+    case DataValue::Type::Bool: return QStringLiteral("true or false (on/off, yes/no, 1/0)");
+    case DataValue::Type::Int: return QStringLiteral("a whole number (decimal, or hex with 0x)");
+    case DataValue::Type::Real: return QStringLiteral("a number");
+    case DataValue::Type::String: return QStringLiteral("any text");
+    case DataValue::Type::Map: return QStringLiteral("a JSON object");
+    }
+    return QString();
+}
+
 } // namespace
 
 DataValue::DataValue(const char* name, Type type, const QVariant& initial, bool valid, bool isProtected)
@@ -195,7 +214,8 @@ bool DataValue::setFromString(const QString& text, QString* error)
     }
     if (!ok) {
         if (error)
-            *error = QStringLiteral("'%1' is not a %2 value for %3").arg(text, typeName(mType), mName);
+            *error = QStringLiteral("'%1' is not %2 value for %3: expected %4")
+                         .arg(text, withArticle(typeName(mType)), mName, expectedText(mType));
         return false;
     }
     if (mProtected)
@@ -205,21 +225,30 @@ bool DataValue::setFromString(const QString& text, QString* error)
     return true;
 }
 
+QString DataValue::format(const QVariant& value) const
+{
+    switch (mType) {
+    case Type::Bool: return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    case Type::Map:
+        return QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(value.toMap())).toJson(QJsonDocument::Compact));
+    default: return value.toString();
+    }
+}
+
+QString DataValue::toValueString() const
+{
+    ConditionalLocker lock(*this);
+    return format(mValue);
+}
+
 QString DataValue::toDisplayString() const
 {
     ConditionalLocker lock(*this);
-    QString text;
-    switch (mType) {
-    case Type::Bool: text = mValue.toBool() ? QStringLiteral("true") : QStringLiteral("false"); break;
-    case Type::Map:
-        text = QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(mValue.toMap())).toJson(QJsonDocument::Compact));
-        break;
-    default: text = mValue.toString(); break;
-    }
+    QString text = format(mValue);
     if (!mValid)
         text += QStringLiteral(" (invalid)");
     if (mHasPending)
-        text += QStringLiteral(" (pending %1)").arg(mPending.toString());
+        text += QStringLiteral(" \u2192 %1 (pending)").arg(format(mPending));
     return text;
 }
 

@@ -44,6 +44,9 @@ public:
 
     // Text forms for the bench host and scripts ("true", "42", "2.5", "text", JSON object).
     bool setFromString(const QString& text, QString* error = nullptr);
+    // The value in the form setFromString reads.
+    QString toValueString() const;
+    // The value with its state: "85", "85 (invalid)", "85 → 90 (pending)".
     QString toDisplayString() const;
 
     // Locks unless this thread already holds the lock, so nested readers never deadlock.
@@ -80,6 +83,7 @@ private:
     void markChangedNoLock();
     void assignNoLock(const QVariant& value);
     void announce();
+    QString format(const QVariant& value) const;
     // The value in this value's type (a default of that type when it does not convert).
     QVariant convert(const QVariant& in) const;
 

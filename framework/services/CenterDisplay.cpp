@@ -15,15 +15,15 @@ CenterDisplay* const theCenterDisplay = &centerDisplay();
 
 CenterDisplay::CenterDisplay() = default;
 
-void CenterDisplay::restart()
+void CenterDisplay::restart(const QString& reason)
 {
-    PlatformJournal::record(QStringLiteral("restart"));
+    PlatformJournal::record(QStringLiteral("CenterDisplay"), QStringLiteral("restart"), {reason});
     emit restartRequested(false);
 }
 
 void CenterDisplay::restartInCustomerMode()
 {
-    PlatformJournal::record(QStringLiteral("restart in customer mode"));
+    PlatformJournal::record(QStringLiteral("CenterDisplay"), QStringLiteral("restartInCustomerMode"));
     emit restartRequested(true);
 }
 
