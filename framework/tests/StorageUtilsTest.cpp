@@ -42,8 +42,5 @@ TEST(StorageUtils, DataFolderIsMadeOnFirstUseAndMovesOnlyToAUsableFolder)
     ASSERT_TRUE(StorageUtils::setDataFolder("rel", &error));
     QDir::setCurrent(before);
     EXPECT_EQ(StorageUtils::dataFolder(), home.filePath("rel"));
-
-    StorageUtils::setAssetsFolder("/opt/assets");
-    EXPECT_EQ(StorageUtils::assetsFolder(), "/opt/assets");
     qunsetenv("XDG_DATA_HOME");
 }

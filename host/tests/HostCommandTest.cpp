@@ -7,9 +7,7 @@
 #include "TestSupport.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QLocalSocket>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -52,22 +50,12 @@ protected:
 
 } // namespace
 
-TEST_F(HostCommandTest, EveryCommandTheUiStartsIsInstalled)
-{
-    for (const char* name : {"emit-reboot-gateway", "emit-reboot-cid", "modem-airplane-toggle", "bt-reset", "arm-ecall",
-                             "emit-car-going-to-sleep", "emit-start-factory-speaker-test", "emit-stop-factory-speaker-test"}) {
-        const QFileInfo command(QDir(HostCommandListener::commandsFolder()).filePath(name));
-        EXPECT_TRUE(command.isExecutable()) << name;
-        EXPECT_EQ(QStandardPaths::findExecutable(name), command.absoluteFilePath()) << name << ": first on PATH";
-    }
-}
-
 TEST_F(HostCommandTest, StartedCommandReportsItsNameAndArgumentsToTheJournal)
 {
     EXPECT_TRUE(HostCommand::start("arm-ecall on"));
     EXPECT_TRUE(journalHas("host-command.arm-ecall(on)")) << PlatformJournal::instance()->lines().join(" | ").toStdString();
-    EXPECT_TRUE(HostCommand::start("emit-reboot-gateway"));
-    EXPECT_TRUE(journalHas("host-command.emit-reboot-gateway()"));
+    EXPECT_TRUE(HostCommand::start("emit-stop-factory-speaker-test"));
+    EXPECT_TRUE(journalHas("host-command.emit-stop-factory-speaker-test()"));
 }
 
 TEST_F(HostCommandTest, ArgumentsArriveExactlyAsGiven)
