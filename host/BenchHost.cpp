@@ -9,6 +9,7 @@
 #include "display/ViewDump.h"
 #include "services/AppInfo.h"
 #include "services/CenterDisplay.h"
+#include "services/StorageUtils.h"
 #include "views/AppWindow.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
@@ -46,15 +47,27 @@ bool BenchHost::assign(const QString& name, const QString& value, QString* error
 
 bool BenchHost::start(QString* error)
 {
-    QString configPath = mOptions.configPath;
-    if (configPath.isEmpty()) {
-        // Scripts may write configuration values; give them a store of their own.
-        configPath = mScratch.filePath(QStringLiteral("orvane.ini"));
-        QFile(configPath).open(QIODevice::WriteOnly);
+    if (!mScratch.isValid()) {
+        *error = QStringLiteral("cannot create a scratch folder: %1").arg(mScratch.errorString());
+        return false;
+    }
+    // Scripts may write configuration values; without a store of its own a run gets a scratch one.
+    const QString configPath =
+        mOptions.configPath.isEmpty() ? mScratch.filePath(QStringLiteral("orvane.ini")) : mOptions.configPath;
+    if (!QFile::exists(configPath)) {
+        QFile created(configPath);
+        if (!created.open(QIODevice::WriteOnly)) {
+            *error = QStringLiteral("cannot create configuration file %1: %2").arg(configPath, created.errorString());
+            return false;
+        }
     } else if (!ConfigStore::check(configPath, error)) {
         return false;
     }
     ConfigStore::setPath(configPath);
+    if (!mOptions.dataDir.isEmpty() && !StorageUtils::setDataFolder(mOptions.dataDir, error)) {
+        *error = QStringLiteral("--data-dir: %1").arg(*error);
+        return false;
+    }
 
     for (const QString& assignment : mOptions.assignments) {
         const int eq = assignment.indexOf(QLatin1Char('='));
@@ -64,8 +77,14 @@ bool BenchHost::start(QString* error)
         }
     }
 
+    mCar = std::make_unique<BenchCar>(mOptions.vehicleLatencyMs);
+    QString reason;
+    if (!mHostCommands.start(HostCommandListener::commandsFolder(), mScratch.path(), &reason))
+        Logger(this, "ERROR") << reason << "- host commands will run but not reach the journal";
+
     if (!mLoader.load(mOptions.pluginPath, error))
         return false;
+    StorageUtils::setAssetsFolder(assetsDirectory());
     // The catalogue must be there before the plug-in's pages look signals up.
     if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
         return false;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "BenchCar.h"
 #include "BenchOptions.h"
+#include "HostCommandListener.h"
 #include "PluginLoader.h"
 
 #include <QObject>
@@ -14,7 +16,8 @@ class DisplayDevice;
 class DisplayView;
 
 // The car's centre display: the application window with the plug-in's view in it, the
-// configuration store, and restarts as the car performs them.
+// configuration store and data folder, restarts as the car performs them, host commands, and
+// the simulated car behind it all.
 class BenchHost : public QObject {
     Q_OBJECT
 public:
@@ -30,6 +33,8 @@ public:
     DisplayDevice* display() const { return mDisplay.get(); }
     AppWindow* window() const { return mWindow; }
     DisplayView* pluginView() const { return mPluginView; }
+    // Null until start().
+    BenchCar* car() const { return mCar.get(); }
 
     // Runs the event loop until queued work (layouts, restarts) is done, then calls back.
     void settle(const std::function<void()>& then);
@@ -54,6 +59,8 @@ private:
     BenchOptions mOptions;
     PluginLoader mLoader;
     QTemporaryDir mScratch;
+    HostCommandListener mHostCommands;
+    std::unique_ptr<BenchCar> mCar;
     std::unique_ptr<DisplayDevice> mDisplay;
     std::unique_ptr<AppInfo> mAppInfo;
     AppWindow* mWindow = nullptr;

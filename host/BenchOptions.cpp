@@ -1,6 +1,7 @@
 #include "BenchOptions.h"
 
 #include "CANCommandLine.h"
+#include "services/StorageUtils.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -45,8 +46,18 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     parser.addOptions({
         {QStringLiteral("plugin"), QStringLiteral("The plug-in library to load (default: %1).").arg(defaultPlugin),
          QStringLiteral("PATH"), defaultPlugin},
-        {QStringLiteral("config"), QStringLiteral("The configuration store, an INI file (default: a new empty one)."),
+        {QStringLiteral("config"),
+         QStringLiteral("The configuration store, an INI file; one that does not exist yet is created empty "
+                        "(default: a new empty store for this run only)."),
          QStringLiteral("FILE")},
+        {QStringLiteral("data-dir"),
+         QStringLiteral("The folder where the UI saves its files, created if needed (default: %1).")
+             .arg(StorageUtils::defaultDataFolder()),
+         QStringLiteral("DIR")},
+        {QStringLiteral("vehicle-latency"),
+         QStringLiteral("How long the simulated car takes to accept a request the UI left pending, in "
+                        "milliseconds; 0 accepts at once (default 300)."),
+         QStringLiteral("MS"), QStringLiteral("300")},
         {QStringLiteral("set"), QStringLiteral("Set a data value before the plug-in loads, e.g. GUI_developerMode=true. Repeatable."),
          QStringLiteral("NAME=VALUE")},
         {QStringLiteral("size"), QStringLiteral("Size of the display (default 1920x1200)."), QStringLiteral("WxH"),
@@ -81,6 +92,19 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     options->screenshotPath = parser.value(QStringLiteral("screenshot"));
     options->dumpPath = parser.value(QStringLiteral("dump-views"));
     options->scriptPath = parser.value(QStringLiteral("script"));
+    options->dataDir = parser.value(QStringLiteral("data-dir"));
+    if (parser.isSet(QStringLiteral("data-dir")) && options->dataDir.isEmpty()) {
+        *error = QStringLiteral("--data-dir wants a folder");
+        return false;
+    }
+
+    bool latencyOk = false;
+    options->vehicleLatencyMs = parser.value(QStringLiteral("vehicle-latency")).toInt(&latencyOk);
+    if (!latencyOk || options->vehicleLatencyMs < 0) {
+        *error = QStringLiteral("--vehicle-latency wants milliseconds, 0 or more, not '%1'")
+                     .arg(parser.value(QStringLiteral("vehicle-latency")));
+        return false;
+    }
 
     const auto size = QRegularExpression(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$")).match(parser.value(QStringLiteral("size")));
     if (!size.hasMatch()) {

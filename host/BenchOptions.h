@@ -16,6 +16,8 @@ struct BenchOptions {
     QString screenshotPath;
     QString dumpPath;
     QString scriptPath;
+    int vehicleLatencyMs = 300; // how long the car takes to accept a pending request
+    QString dataDir;            // empty: StorageUtils' default
     // Kept for the framework services that read their own options (CAN sources).
     std::shared_ptr<QCommandLineParser> parser;
 };

@@ -9,11 +9,40 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStyledItemDelegate>
 #include <QTableWidget>
 #include <QVBoxLayout>
+
+namespace {
+
+enum Column { NameColumn, TypeColumn, ValueColumn };
+// The value alone, without its state: what an edit starts from.
+constexpr int PlainValueRole = Qt::UserRole;
+
+class ValueEditDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    void setEditorData(QWidget* editor, const QModelIndex& index) const override
+    {
+        if (auto* line = qobject_cast<QLineEdit*>(editor))
+            line->setText(index.data(PlainValueRole).toString());
+        else
+            QStyledItemDelegate::setEditorData(editor, index);
+    }
+};
+
+QTableWidgetItem* readOnlyItem(const QString& text)
+{
+    auto* item = new QTableWidgetItem(text);
+    item->setFlags(item->flags() & ~Qt::ItemIsEditable);
+    return item;
+}
+
+} // namespace
 
 BenchWindow::BenchWindow(BenchHost* host)
     : mHost(host)
@@ -31,7 +60,10 @@ BenchWindow::BenchWindow(BenchHost* host)
     mValues->verticalHeader()->hide();
     mValues->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     mValues->horizontalHeader()->setStretchLastSection(true);
+    mValues->setItemDelegateForColumn(ValueColumn, new ValueEditDelegate(mValues));
     panel->addWidget(mValues, 2);
+    auto* accept = new QPushButton(QStringLiteral("Car accepts pending requests now"));
+    panel->addWidget(accept);
     panel->addWidget(new QLabel(QStringLiteral("Platform journal")));
     panel->addWidget(mJournal, 1);
     auto* restart = new QPushButton(QStringLiteral("Restart UI"));
@@ -41,44 +73,52 @@ BenchWindow::BenchWindow(BenchHost* host)
     side->setFixedWidth(400);
     layout->addWidget(side);
 
-    fillValues();
-    for (DataValue* value : DataValueRegistry::all())
-        connect(value, &DataValue::changed, this, &BenchWindow::fillValues);
-    connect(mValues, &QTableWidget::cellChanged, this, &BenchWindow::valueEdited);
-    mJournal->addItems(PlatformJournal::instance()->lines());
-    connect(PlatformJournal::instance(), &PlatformJournal::recorded, mJournal, [this](const QString& line) {
-        mJournal->addItem(line);
-        mJournal->scrollToBottom();
-    });
-    connect(restart, &QPushButton::clicked, theCenterDisplay, &CenterDisplay::restart);
-}
-
-void BenchWindow::fillValues()
-{
-    mFilling = true;
     const QList<DataValue*> values = DataValueRegistry::all();
+    mFilling = true;
     mValues->setRowCount(values.size());
     for (int row = 0; row < values.size(); ++row) {
-        const auto cell = [](const QString& text, bool editable) {
-            auto* item = new QTableWidgetItem(text);
-            if (!editable)
-                item->setFlags(item->flags() & ~Qt::ItemIsEditable);
-            return item;
-        };
-        mValues->setItem(row, 0, cell(values[row]->name(), false));
-        mValues->setItem(row, 1, cell(DataValue::typeName(values[row]->type()), false));
-        mValues->setItem(row, 2, cell(values[row]->toDisplayString(), true));
+        DataValue* value = values[row];
+        mRows.insert(value, row);
+        mValues->setItem(row, NameColumn, readOnlyItem(value->name()));
+        mValues->setItem(row, TypeColumn, readOnlyItem(DataValue::typeName(value->type())));
+        mValues->setItem(row, ValueColumn, new QTableWidgetItem);
+        showValue(value);
+        // One row per change: a busy car must not rebuild the table.
+        connect(value, &DataValue::changed, this, [this, value] { showValue(value); });
     }
     mFilling = false;
+    connect(mValues, &QTableWidget::cellChanged, this, &BenchWindow::valueEdited);
+
+    for (const PlatformRequest& request : PlatformJournal::instance()->requests())
+        mJournal->addItem(request.text());
+    connect(PlatformJournal::instance(), &PlatformJournal::recorded, mJournal, [this](const PlatformRequest& request) {
+        mJournal->addItem(request.text());
+        mJournal->scrollToBottom();
+    });
+    connect(accept, &QPushButton::clicked, host->car(), &BenchCar::acceptWaiting);
+    connect(restart, &QPushButton::clicked, theCenterDisplay, [] { theCenterDisplay->restart(QStringLiteral("bench")); });
+}
+
+void BenchWindow::showValue(DataValue* value)
+{
+    const int row = mRows.value(value, -1);
+    if (row < 0)
+        return;
+    const bool wasFilling = mFilling;
+    mFilling = true;
+    QTableWidgetItem* item = mValues->item(row, ValueColumn);
+    item->setText(value->toDisplayString());
+    item->setData(PlainValueRole, value->toValueString());
+    mFilling = wasFilling;
 }
 
 void BenchWindow::valueEdited(int row, int column)
 {
-    if (mFilling || column != 2)
+    if (mFilling || column != ValueColumn)
         return;
-    const QString name = mValues->item(row, 0)->text();
+    DataValue* value = mRows.key(row);
     QString error;
-    if (!BenchHost::assign(name, mValues->item(row, 2)->text(), &error))
+    if (!value->setFromString(mValues->item(row, ValueColumn)->text(), &error))
         QMessageBox::warning(this, QStringLiteral("Data value not set"), error);
-    fillValues();
+    showValue(value); // an unchanged or refused value still shows its state again
 }

@@ -33,8 +33,10 @@ int main(int argc, char** argv)
     if (wantsOffscreen || !haveDisplay)
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
-    // Pages may hold web views, which need a widget application.
-    QApplication app(argc, argv);
+    // Pages may hold web views, which need a widget application. Qt sees none of our options:
+    // it would take --plugin (and any other name of its own) for itself.
+    int qtArgc = 1;
+    QApplication app(qtArgc, argv);
     QApplication::setApplicationName(QStringLiteral("orvane-bench"));
 
     BenchOptions options;

@@ -22,6 +22,25 @@ Registry& registry()
     return instance;
 }
 
+QString withArticle(const QString& noun)
+{
+    const bool vowel = !noun.isEmpty() && QStringLiteral("aeiou").contains(noun.front());
+    return (vowel ? QStringLiteral("an ") : QStringLiteral("a ")) + noun;
+}
+
+// What setFromString reads for a type, for the message when it cannot.
+QString expectedText(DataValue::Type type)
+{
+    switch (type) {
+    case DataValue::Type::Bool: return QStringLiteral("true or false (on/off, yes/no, 1/0)");
+    case DataValue::Type::Int: return QStringLiteral("a whole number (decimal, or hex with 0x)");
+    case DataValue::Type::Real: return QStringLiteral("a number");
+    case DataValue::Type::String: return QStringLiteral("any text");
+    case DataValue::Type::Map: return QStringLiteral("a JSON object");
+    }
+    return QString();
+}
+
 } // namespace
 
 DataValue::DataValue(const char* name, Type type, const QVariant& initial, bool valid, bool isProtected)
@@ -207,7 +226,8 @@ bool DataValue::parseString(const QString& text, QVariant* out, QString* error) 
     }
     if (!ok) {
         if (error)
-            *error = QStringLiteral("'%1' is not a %2 value for %3").arg(text, typeName(mType), mName);
+            *error = QStringLiteral("'%1' is not %2 value for %3: expected %4")
+                         .arg(text, withArticle(typeName(mType)), mName, expectedText(mType));
         return false;
     }
     *out = parsed;
@@ -218,9 +238,16 @@ QString DataValue::textOf(const QVariant& value) const
 {
     switch (mType) {
     case Type::Bool: return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
-    case Type::Map: return QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(value.toMap())).toJson(QJsonDocument::Compact));
+    case Type::Map:
+        return QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(value.toMap())).toJson(QJsonDocument::Compact));
     default: return value.toString();
     }
+}
+
+QString DataValue::toValueString() const
+{
+    ConditionalLocker lock(*this);
+    return textOf(mValue);
 }
 
 QString DataValue::toDisplayString() const
@@ -230,7 +257,7 @@ QString DataValue::toDisplayString() const
     if (!mValid)
         text += QStringLiteral(" (invalid)");
     if (mHasPending)
-        text += QStringLiteral(" (pending %1)").arg(textOf(mPending));
+        text += QStringLiteral(" \u2192 %1 (pending)").arg(textOf(mPending));
     return text;
 }
 

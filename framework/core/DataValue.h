@@ -48,6 +48,9 @@ public:
     bool parseString(const QString& text, QVariant* out, QString* error = nullptr) const;
     // A value of this type in text form; with validity and pending state for display.
     QString textOf(const QVariant& value) const;
+    // The value in the form setFromString reads.
+    QString toValueString() const;
+    // The value with its state: "85", "85 (invalid)", "85 → 90 (pending)".
     QString toDisplayString() const;
 
     // Locks unless this thread already holds the lock, so nested readers never deadlock.

@@ -19,15 +19,15 @@ CenterDisplay::CenterDisplay()
     qRegisterMetaType<PopupView*>();
 }
 
-void CenterDisplay::restart()
+void CenterDisplay::restart(const QString& reason)
 {
-    PlatformJournal::record(QStringLiteral("restart"));
+    PlatformJournal::record(QStringLiteral("CenterDisplay"), QStringLiteral("restart"), {reason});
     emit restartRequested(false);
 }
 
 void CenterDisplay::restartInCustomerMode()
 {
-    PlatformJournal::record(QStringLiteral("restart in customer mode"));
+    PlatformJournal::record(QStringLiteral("CenterDisplay"), QStringLiteral("restartInCustomerMode"));
     emit restartRequested(true);
 }
 

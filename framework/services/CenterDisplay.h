@@ -3,6 +3,7 @@
 #include "OrvaneExport.h"
 
 #include <QObject>
+#include <QString>
 
 class ChromiumManager;
 class OverlayView;
@@ -16,8 +17,8 @@ class ORVANE_EXPORT CenterDisplay : public QObject {
 public:
     CenterDisplay();
 
-    // Restart the UI application as it is.
-    virtual void restart();
+    // Restart the UI application as it is; the reason goes into the journal ("manual").
+    virtual void restart(const QString& reason);
     // Restart the UI application with developer and diagnostic mode off.
     virtual void restartInCustomerMode();
 

@@ -149,7 +149,7 @@ TEST(DataValue, RegistryAndTextForms)
         EXPECT_TRUE(map.setFromString(R"({"a": 1, "b": "x"})", &error));
         EXPECT_EQ(map.value().value("b").toString(), "x");
         EXPECT_FALSE(map.setFromString("[1,2]", &error));
-        EXPECT_EQ(error, "'[1,2]' is not a map value for TEST_map");
+        EXPECT_EQ(error, "'[1,2]' is not a map value for TEST_map: expected a JSON object");
     }
     EXPECT_EQ(DataValueRegistry::find("TEST_map"), nullptr);
 
@@ -163,4 +163,44 @@ TEST(DataValue, RegistryAndTextForms)
     EXPECT_FALSE(flag.setFromString("maybe", &error));
     EXPECT_TRUE(flag.setFromString("on", &error));
     EXPECT_TRUE(flag.value());
+}
+
+TEST(DataValue, RefusedTextNamesTheTypeWithTheRightArticleAndWhatIsExpected)
+{
+    IntDataValue number("TEST_int");
+    BoolDataValue flag("TEST_bool");
+    RealDataValue real("TEST_real");
+    QString error;
+    EXPECT_FALSE(number.setFromString("1.5", &error));
+    EXPECT_EQ(error, "'1.5' is not an int value for TEST_int: expected a whole number (decimal, or hex with 0x)");
+    EXPECT_FALSE(flag.setFromString("maybe", &error));
+    EXPECT_EQ(error, "'maybe' is not a bool value for TEST_bool: expected true or false (on/off, yes/no, 1/0)");
+    EXPECT_FALSE(real.setFromString("fast", &error));
+    EXPECT_EQ(error, "'fast' is not a real value for TEST_real: expected a number");
+}
+
+TEST(DataValue, DisplayTextShowsInvalidityAndThePendingRequestInTheValuesOwnForm)
+{
+    RealDataValue speed("TEST_speed", 85.0);
+    EXPECT_EQ(speed.toDisplayString(), "85");
+    {
+        DataValue::EventLocker lock(speed);
+        speed.setPendingValidNoLock(90.5);
+    }
+    EXPECT_EQ(speed.toDisplayString(), "85 → 90.5 (pending)");
+    EXPECT_EQ(speed.toValueString(), "85"); // what an edit starts from
+
+    BoolDataValue rails("TEST_rails", true, /*valid=*/false);
+    {
+        DataValue::EventLocker lock(rails);
+        rails.setPendingValidNoLock(false);
+    }
+    EXPECT_EQ(rails.toDisplayString(), "true (invalid) → false (pending)");
+
+    MapDataValue config("TEST_config");
+    {
+        DataValue::EventLocker lock(config);
+        config.setPendingValidNoLock(QVariantMap{{"delivered", true}});
+    }
+    EXPECT_EQ(config.toDisplayString(), "{} → {\"delivered\":true} (pending)");
 }

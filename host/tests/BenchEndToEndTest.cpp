@@ -1,6 +1,7 @@
 // orvane-bench as a person or CI runs it: a real process, off screen, driven by scripts.
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -26,6 +27,7 @@ protected:
         process.setProcessChannelMode(QProcess::MergedChannels);
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("XDG_RUNTIME_DIR", dir.path());
+        env.insert("XDG_DATA_HOME", dir.filePath("xdg-data")); // the default data folder stays in the test's folder
         process.setProcessEnvironment(env);
         process.start(ORVANE_BENCH_PATH, arguments);
         EXPECT_TRUE(process.waitForFinished(30000)) << "orvane-bench did not finish";
@@ -117,7 +119,7 @@ TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
                                 "set GUI_developerMode true\n"
                                 "tap \"EXIT DEVELOPER MODE AND RESTART\"\n"
                                 "wait 50\n"
-                                "expect-journal \"restart in customer mode\"\n"
+                                "expect-journal \"CenterDisplay.restartInCustomerMode()\"\n"
                                 "expect-view \"Enable Developer or Diagnostic Mode to access Diagnostic Tools\"\n"
                                 "dump restarted.json\n"
                                 "screenshot restarted.png\n");
@@ -146,7 +148,7 @@ TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
     const QJsonObject restarted = dump("restarted.json");
     EXPECT_FALSE(byClass(restarted, "DiagnosticTools")["visible"].toBool()); // modes came back off
     EXPECT_EQ(tabTitles(restarted).count("FONTS"), 0);
-    EXPECT_TRUE(run.output.contains("Platform request: restart in customer mode"));
+    EXPECT_TRUE(run.output.contains("Platform request: CenterDisplay.restartInCustomerMode()"));
     EXPECT_TRUE(QFile::exists(dir.filePath("restarted.png")));
 }
 
@@ -185,9 +187,26 @@ TEST_F(BenchEndToEnd, BadInputIsAClearMessageAndANonZeroExit)
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("bad.ini:3: expected [section], key=value or a comment")) << run.output.toStdString();
 
-    run = bench({"--offscreen", "--config", file("missing.ini"), "--screenshot", file("x.png")});
+    run = bench({"--offscreen", "--config", dir.filePath("no/such/folder/new.ini"), "--screenshot", file("x.png")});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.output.contains("cannot read configuration file")) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("cannot create configuration file")) << run.output.toStdString();
+
+    run = bench({"--offscreen", "--set", "GUI_language=English", "--screenshot", file("x.png")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("orvane-bench: --set GUI_language=English: 'English' is not an int value for "
+                                    "GUI_language: expected a whole number"))
+        << run.output.toStdString();
+
+    for (const char* latency : {"-1", "soon"}) {
+        run = bench({"--offscreen", "--vehicle-latency", latency});
+        EXPECT_EQ(run.exitCode, 2) << latency;
+        EXPECT_TRUE(run.output.contains(QString("orvane-bench: --vehicle-latency wants milliseconds, 0 or more, not '%1'").arg(latency)))
+            << run.output.toStdString();
+    }
+
+    run = bench({"--offscreen", "--data-dir", file("plain-file", "x") + "/data", "--screenshot", file("x.png")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("orvane-bench: --data-dir: cannot create data folder")) << run.output.toStdString();
 
     run = bench({"--offscreen", "--script", file("bad.txt", "wait 10\nset GUI_warpDrive 1\n")});
     EXPECT_EQ(run.exitCode, 2);
@@ -205,6 +224,31 @@ TEST_F(BenchEndToEnd, BadInputIsAClearMessageAndANonZeroExit)
     run = bench({"--offscreen", "--size", "huge"});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("--size wants WIDTHxHEIGHT")) << run.output.toStdString();
+}
+
+TEST_F(BenchEndToEnd, PluginConfigAndDataFolderOptionsAreOurs)
+{
+    // Qt has a -plugin option of its own; ours must reach the bench untouched.
+    const QString config = dir.filePath("new.ini");
+    const QString data = dir.filePath("car/data");
+    const BenchRun run = bench({"--offscreen", "--plugin", DIAG_PLUGIN_PATH, "--config", config, "--data-dir", data,
+                                "--vehicle-latency", "0", "--dump-views", file("v.json")});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_FALSE(run.output.contains("No such plugin")) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains(QString("Plug-in loaded from %1").arg(DIAG_PLUGIN_PATH))) << run.output.toStdString();
+    EXPECT_TRUE(QFileInfo(config).isFile()); // a new, empty store
+    EXPECT_EQ(QFileInfo(config).size(), 0);
+    EXPECT_TRUE(QFileInfo(data).isDir());
+
+    // The same store again: it exists now and is read, not replaced.
+    QFile store(config);
+    ASSERT_TRUE(store.open(QIODevice::WriteOnly));
+    store.write("[diag]\nvitals_url=file:///x\n");
+    store.close();
+    const BenchRun again = bench({"--offscreen", "--config", config, "--dump-views", file("v.json")});
+    ASSERT_EQ(again.exitCode, 0) << again.output.toStdString();
+    ASSERT_TRUE(store.open(QIODevice::ReadOnly));
+    EXPECT_EQ(store.readAll(), "[diag]\nvitals_url=file:///x\n");
 }
 
 TEST_F(BenchEndToEnd, FailedExpectationsStopTheScriptWithStatusOne)
@@ -234,6 +278,6 @@ TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
     const BenchRun run = bench({"--help"});
     EXPECT_EQ(run.exitCode, 0);
     for (const char* word : {"--plugin", "--config", "--set", "--offscreen", "--screenshot", "--dump-views", "--script",
-                             "--size", "expect-journal", "screenshot FILE"})
+                             "--size", "--vehicle-latency", "--data-dir", "expect-journal", "screenshot FILE"})
         EXPECT_TRUE(run.output.contains(word)) << word;
 }

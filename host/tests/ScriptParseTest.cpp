@@ -61,6 +61,6 @@ TEST(ScriptParse, TouchAndExpectationCommandsCheckTheirArguments)
     // A value the data value cannot take is caught before anything runs.
     EXPECT_EQ(parseError("wait 1\nset GUI_developerMode sometimes\n"),
               "s.txt:2: 'sometimes' is not a bool value for GUI_developerMode");
-    EXPECT_EQ(parseError("expect-value VAPI_gear fast\n"), "s.txt:1: 'fast' is not a int value for VAPI_gear");
+    EXPECT_EQ(parseError("expect-value VAPI_gear fast\n"), "s.txt:1: 'fast' is not an int value for VAPI_gear: expected a whole number (decimal, or hex with 0x)");
     EXPECT_EQ(parseError("expect-pending GUI_warpDrive none\n"), "s.txt:1: unknown data value 'GUI_warpDrive'");
 }

@@ -185,7 +185,7 @@ TEST_F(ShellTest, ExitButtonRestartsInCustomerModeAndLeavesModesToTheHost)
     display.tap(shell->exitButton()->rootGeometry().center());
     EXPECT_EQ(restarts, 1);
     EXPECT_TRUE(customer);
-    EXPECT_TRUE(PlatformJournal::instance()->contains("restart in customer mode"));
+    EXPECT_TRUE(PlatformJournal::instance()->contains("CenterDisplay.restartInCustomerMode()"));
     ASSERT_FALSE(log.records().isEmpty());
     EXPECT_EQ(log.records().first().context, "");
     EXPECT_EQ(log.lines().first(), "ERROR NOTE: Restarting Orvane app manually");
