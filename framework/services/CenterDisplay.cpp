@@ -1,6 +1,8 @@
 #include "services/CenterDisplay.h"
 
+#include "core/DataValues.h"
 #include "services/PlatformJournal.h"
+#include "views/popup/ConfirmationPopup.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
 
@@ -23,6 +25,31 @@ void CenterDisplay::restart(const QString& reason)
 {
     PlatformJournal::record(QStringLiteral("CenterDisplay"), QStringLiteral("restart"), {reason});
     emit restartRequested(false);
+}
+
+ConfirmationPopup* CenterDisplay::toggleTransportMode()
+{
+    bool inTransport;
+    {
+        DataValue::ConditionalLocker lock(GUI_transportMode);
+        inTransport = GUI_transportMode.isValid() && GUI_transportMode.value();
+    }
+    auto* popup = new ConfirmationPopup(
+        tr("TRANSPORT MODE"),
+        inTransport ? tr("Leave transport mode? The car wakes up and drives normally again.")
+                    : tr("Enter transport mode? The car sleeps deeply and limits driving until it leaves it."),
+        tr("CANCEL"), inTransport ? tr("LEAVE") : tr("ENTER"));
+    connect(popup, &ConfirmationPopup::answered, this, [this, inTransport](bool yes) {
+        if (yes) {
+            PlatformJournal::record(QStringLiteral("CenterDisplay"), QStringLiteral("setTransportMode"),
+                                    {inTransport ? QStringLiteral("false") : QStringLiteral("true")});
+            DataValue::EventLocker lock(GUI_transportMode);
+            GUI_transportMode.setValueNoLock(!inTransport);
+        }
+        emit transportModeConfirmed(yes);
+    });
+    popup->open();
+    return popup;
 }
 
 void CenterDisplay::restartInCustomerMode()

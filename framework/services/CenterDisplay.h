@@ -6,6 +6,7 @@
 #include <QString>
 
 class ChromiumManager;
+class ConfirmationPopup;
 class OverlayView;
 class PopupView;
 
@@ -21,6 +22,9 @@ public:
     virtual void restart(const QString& reason);
     // Restart the UI application with developer and diagnostic mode off.
     virtual void restartInCustomerMode();
+    // Asks the user whether to enter (or leave) transport mode, flips GUI_transportMode on yes
+    // and tells the answer through transportModeConfirmed and the returned popup.
+    ConfirmationPopup* toggleTransportMode();
 
     bool isKeyboardVisible() const { return mKeyboardVisible; }
     void setKeyboardVisible(bool visible);
@@ -36,6 +40,7 @@ public:
 
 signals:
     void restartRequested(bool customerMode);
+    void transportModeConfirmed(bool yes);
     void keyboardVisibilityChanged(bool visible);
     void popupWillShow(PopupView* popup);
     void popupWillHide(PopupView* popup);

@@ -1,6 +1,9 @@
 #include "core/Logger.h"
 #include "display/DisplayDevice.h"
+#include "core/DataValues.h"
 #include "services/CenterDisplay.h"
+#include "services/FactoryResetManager.h"
+#include "services/PlatformJournal.h"
 #include "views/ButtonView.h"
 #include "views/popup/ConfirmationPopup.h"
 #include "views/popup/OverlayView.h"
@@ -184,4 +187,34 @@ TEST_F(PopupTest, ACancelledButtonDoesNotFire)
     button.touchEvent({Kind::Release, QPoint(5, 5)});
     EXPECT_EQ(released.count(), 0);
     EXPECT_FALSE(button.isPressed());
+}
+
+TEST_F(PopupTest, ResetAndTransportQuestionsActOnlyOnYes)
+{
+    PlatformJournal::instance()->clear();
+    ConfirmationPopup* reset = FactoryResetManager::instance()->showResetConfirmationPopup(FactoryResetManager::ResetData);
+    ASSERT_TRUE(reset);
+    EXPECT_EQ(reset->title(), "RESET DATA");
+    EXPECT_EQ(theCenterDisplay->topmostPopup(), reset);
+    reset->answer(false);
+    ConfirmationPopup* erase = FactoryResetManager::instance()->showResetConfirmationPopup(FactoryResetManager::EraseAllData);
+    EXPECT_EQ(erase->title(), "ERASE ALL DATA");
+    erase->answer(true);
+    EXPECT_EQ(PlatformJournal::instance()->lines(), QStringList{"FactoryResetManager.eraseAllData()"});
+    CapturingLogSink log;
+    EXPECT_FALSE(FactoryResetManager::instance()->showResetConfirmationPopup(7));
+    EXPECT_EQ(log.lines().filter("Unknown factory reset flavour 7").size(), 1);
+
+    GUI_transportMode.setValue(false);
+    QSignalSpy confirmed(theCenterDisplay, &CenterDisplay::transportModeConfirmed);
+    theCenterDisplay->toggleTransportMode()->answer(false);
+    EXPECT_FALSE(GUI_transportMode.value());
+    theCenterDisplay->toggleTransportMode()->answer(true);
+    EXPECT_TRUE(GUI_transportMode.value());
+    theCenterDisplay->toggleTransportMode()->answer(true);
+    EXPECT_FALSE(GUI_transportMode.value());
+    ASSERT_EQ(confirmed.count(), 3);
+    EXPECT_FALSE(confirmed[0][0].toBool());
+    EXPECT_TRUE(confirmed[1][0].toBool());
+    EXPECT_TRUE(PlatformJournal::instance()->contains("CenterDisplay.setTransportMode(true)"));
 }
