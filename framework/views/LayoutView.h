@@ -21,7 +21,6 @@ public:
     LayoutView(DisplayView* parent, const Style& style);
 
     Direction direction() const { return mDirection; }
-    Style style() const { return mStyle; }
     void layoutNow();
 
 public slots:

@@ -7,8 +7,3 @@ struct Padding {
     int right = 0;
     int bottom = 0;
 };
-
-inline bool operator==(const Padding& a, const Padding& b)
-{
-    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
-}

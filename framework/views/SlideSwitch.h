@@ -66,8 +66,6 @@ protected:
     // One label in the text colour over its shadow.
     void drawLabel(QPainter& painter, int index, qreal opacity);
     virtual qreal labelOpacity(int index) const;
-    QColor textColor() const { return mTextColor; }
-    QColor shadowColor() const { return mShadowColor; }
 
 private slots:
     void valueChanged();
