@@ -1,6 +1,5 @@
 #include "views/ButtonView.h"
 
-#include "core/DataValue.h"
 #include "services/FontManager.h"
 
 #include <QJsonObject>
@@ -32,7 +31,7 @@ ButtonView::ButtonView(DisplayView* parent, const Style& style, const QString& l
     , mStyle(style)
     , mLabel(label)
     , mColor(style.property(QStringLiteral("ButtonColor"), QStringLiteral("default")))
-    , mValue(value)
+    , mBinding(this)
 {
     const QString type = style.property(QStringLiteral("ButtonType"), QStringLiteral("medium"));
     mToggle = type.endsWith(QLatin1String("toggle"));
@@ -40,8 +39,9 @@ ButtonView::ButtonView(DisplayView* parent, const Style& style, const QString& l
     // A round button is as wide as it is high whatever width the row gives it.
     const int w = isRound(type) ? h : style.intProperty(QStringLiteral("Width"), 180);
     resize(w, h);
-    if (mValue)
-        dvConnect(mValue, SLOT(valueChanged()), true);
+    connect(&mBinding, &DataValueBinding::changed, this, &ButtonView::valueChanged);
+    if (value)
+        mBinding.bind(value);
 }
 
 void ButtonView::setLabel(const QString& label)
@@ -79,27 +79,26 @@ void ButtonView::setButtonColor(const QString& color)
 
 void ButtonView::valueChanged()
 {
-    if (!mValue)
-        return;
-    DataValue::ConditionalLocker lock(*mValue);
-    setToggled(mValue->isValid() && mValue->variant().toBool());
+    const DataValueBinding::Reading r = mBinding.read();
+    if (mPending != r.pending) {
+        mPending = r.pending;
+        update();
+    }
+    setToggled((r.valid || r.pending) && r.shown().toBool());
 }
 
 void ButtonView::activated()
 {
     if (!mToggle) {
-        if (mValue) {
-            DataValue::EventLocker lock(*mValue);
-            mValue->setVariantNoLock(true);
-        }
+        mBinding.write(true, DataValueBinding::WriteMode::Direct);
         return;
     }
-    if (!mValue) {
+    if (!mBinding.isBound()) {
         setToggled(!mToggled);
         return;
     }
-    DataValue::EventLocker lock(*mValue);
-    mValue->setVariantNoLock(!mValue->variant().toBool());
+    const DataValueBinding::Reading r = mBinding.read();
+    mBinding.write(!r.value.toBool(), DataValueBinding::WriteMode::Direct);
 }
 
 void ButtonView::draw(QPainter& painter)
@@ -115,14 +114,18 @@ void ButtonView::draw(QPainter& painter)
     QPainterPath path;
     path.addRoundedRect(face, radius, radius);
     painter.fillPath(path, fill);
-    painter.setPen(QPen(fill.lighter(150), 1.5));
+    QPen rim(fill.lighter(150), mPending ? 3 : 1.5);
+    if (mPending)
+        rim.setStyle(Qt::DashLine);
+    painter.setPen(rim);
     painter.drawPath(path);
 
     QFont font = FontManager::instance()->defaultFont();
-    font.setPixelSize(qMax(12, int(face.height() * (mLabel.contains(QLatin1Char('\n')) ? 0.3 : 0.38))));
+    const QString text = faceText();
+    font.setPixelSize(qMax(12, int(face.height() * (text.contains(QLatin1Char('\n')) ? 0.3 : 0.38))));
     painter.setFont(font);
     painter.setPen(Qt::white);
-    painter.drawText(face, Qt::AlignCenter | Qt::TextWordWrap, mLabel);
+    painter.drawText(face, Qt::AlignCenter | Qt::TextWordWrap, text);
 }
 
 void ButtonView::dumpProperties(QJsonObject& out) const
@@ -130,4 +133,8 @@ void ButtonView::dumpProperties(QJsonObject& out) const
     out.insert(QStringLiteral("label"), mLabel);
     if (mToggle)
         out.insert(QStringLiteral("toggled"), isToggled());
+    if (mBinding.isBound())
+        out.insert(QStringLiteral("value"), mBinding.name());
+    if (mPending)
+        out.insert(QStringLiteral("pending"), true);
 }

@@ -1,16 +1,13 @@
 #pragma once
 
+#include "core/DataValueBinding.h"
 #include "views/ControlBase.h"
 #include "views/Style.h"
 
-#include <QPointer>
-
-class DataValue;
-
 // A push or toggle button. Its look comes from the style's ButtonType (small, medium, large,
 // round, toggle, roundtoggle, tab), ButtonColor and Width. A toggle bound to a boolean data
-// value shows that value and writes its inverse when released; a push button bound to one
-// writes true.
+// value shows that value (a pending request for it is drawn with a dashed rim) and writes
+// the inverse of the value directly when released; a push button bound to one writes true.
 class ORVANE_EXPORT ButtonView : public ControlBase {
     Q_OBJECT
 public:
@@ -24,6 +21,8 @@ public:
     void setToggle(bool toggle);
     bool isToggled() const;
     void setToggled(bool on);
+    // The bound value has a request pending; drawn until the car answers.
+    bool isPending() const { return mPending; }
     // An empty name means the style's colour.
     void setButtonColor(const QString& color = QString());
 
@@ -37,6 +36,8 @@ public:
 
 protected:
     void activated() override;
+    // The text on the face; a subclass may show something else for a while.
+    virtual QString faceText() const { return mLabel; }
 
 private slots:
     void valueChanged();
@@ -45,7 +46,8 @@ private:
     Style mStyle;
     QString mLabel;
     QString mColor;
-    QPointer<DataValue> mValue;
+    DataValueBinding mBinding;
     bool mToggle = false;
     bool mToggled = false;
+    bool mPending = false;
 };

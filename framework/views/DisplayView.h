@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvaneExport.h"
+#include "views/Padding.h"
 
 #include <QObject>
 #include <QPoint>
@@ -12,14 +13,6 @@ class QJsonObject;
 class QPainter;
 class QKeyEvent;
 class QVariantAnimation;
-
-// Inner spacing of a view, in the framework's field order: left, top, right, bottom.
-struct Padding {
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
-};
 
 // One press, move or release of a finger, in the receiving view's coordinates. Cancel ends a
 // touch without a release: a scrolling ancestor took the finger over.

@@ -1,18 +1,28 @@
 #include "views/LabelView.h"
 
 #include "services/FontManager.h"
+#include "views/Style.h"
 
 #include <QFontMetrics>
 #include <QJsonObject>
 #include <QPainter>
 
 LabelView::LabelView(DisplayView* parent, const QString& text)
+    : LabelView(parent, Style(), text)
+{
+}
+
+LabelView::LabelView(DisplayView* parent, const Style& style, const QString& text)
     : DisplayView(parent)
     , mText(text)
     , mAlignment(Qt::AlignLeft | Qt::AlignVCenter)
 {
     mFont = FontManager::instance()->defaultFont();
-    mFont.setPixelSize(24);
+    mFont.setPixelSize(qMax(1, style.intProperty(QStringLiteral("FontSize"), 24)));
+    if (style.boolProperty(QStringLiteral("Bold"), false))
+        mFont.setWeight(QFont::DemiBold);
+    mTextColor = style.colorProperty(QStringLiteral("TextColor"), mTextColor);
+    mShadowColor = style.colorProperty(QStringLiteral("ShadowColor"), mShadowColor);
     mFittedWidth = 0;
     refit();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "views/DisplayView.h"
+#include "views/Style.h"
 
 #include <QColor>
 #include <QFont>
@@ -10,6 +11,10 @@ class ORVANE_EXPORT LabelView : public DisplayView {
     Q_OBJECT
 public:
     explicit LabelView(DisplayView* parent, const QString& text = QString());
+    // Font size, weight (Bold) and colours (TextColor, ShadowColor) from a style:
+    // "SettingsMainLabel" for section heads, "SettingsRowLabel" for a control's row,
+    // "SettingsSubLabel" for captions.
+    LabelView(DisplayView* parent, const Style& style, const QString& text);
 
     QString text() const { return mText; }
     void setText(const QString& text);

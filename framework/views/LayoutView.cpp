@@ -4,13 +4,36 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <numeric>
+
+namespace {
+
+LayoutView::Direction directionOf(const Style& style, LayoutView::Direction fallback)
+{
+    const QString d = style.property(QStringLiteral("Direction"));
+    if (d == QLatin1String("vertical"))
+        return LayoutView::Direction::Vertical;
+    if (d == QLatin1String("horizontal"))
+        return LayoutView::Direction::Horizontal;
+    if (d == QLatin1String("grid"))
+        return LayoutView::Direction::Grid;
+    return fallback;
+}
+
+} // namespace
+
 LayoutView::LayoutView(DisplayView* parent, const Style& style)
+    : LayoutView(parent, style, Direction::Vertical)
+{
+}
+
+LayoutView::LayoutView(DisplayView* parent, const Style& style, Direction fallback)
     : DisplayView(parent)
     , mStyle(style)
-    , mVertical(style.property(QStringLiteral("Direction"), QStringLiteral("vertical")) == QLatin1String("vertical"))
+    , mDirection(directionOf(style, fallback))
     , mSpacing(style.intProperty(QStringLiteral("Spacing"), 10))
-    , mMargin(style.intProperty(QStringLiteral("Margin"), 0))
 {
+    setLayoutMargin(style.paddingProperty(QStringLiteral("LayoutMargin")));
 }
 
 void LayoutView::childEvent(QChildEvent* event)
@@ -34,6 +57,12 @@ void LayoutView::childEvent(QChildEvent* event)
         scheduleLayout();
 }
 
+void LayoutView::resized()
+{
+    DisplayView::resized();
+    scheduleLayout();
+}
+
 void LayoutView::scheduleLayout()
 {
     if (mScheduled)
@@ -48,23 +77,95 @@ void LayoutView::scheduleLayout()
 void LayoutView::layoutNow()
 {
     mScheduled = false;
-    int pos = mMargin;
-    int across = 0;
+    QSize content;
+    switch (mDirection) {
+    case Direction::Vertical: content = layoutVertical(); break;
+    case Direction::Horizontal: content = layoutFlow(); break;
+    case Direction::Grid: content = layoutGrid(); break;
+    }
+    if (autoResizeToParent())
+        return;
+    const Padding m = layoutMargin();
+    resize(m.left + content.width() + m.right, m.top + content.height() + m.bottom);
+}
+
+QSize LayoutView::layoutVertical()
+{
+    const Padding m = layoutMargin();
+    int y = 0;
+    int width = 0;
     for (DisplayView* child : childViews()) {
         if (!child->isVisible())
             continue;
-        if (mVertical) {
-            child->moveTo(mMargin, pos);
-            pos += child->height() + mSpacing;
-            across = qMax(across, child->width());
-        } else {
-            child->moveTo(pos, mMargin);
-            pos += child->width() + mSpacing;
-            across = qMax(across, child->height());
+        child->moveTo(m.left, m.top + y);
+        y += child->height() + mSpacing;
+        width = qMax(width, child->width());
+    }
+    return QSize(width, qMax(0, y - mSpacing));
+}
+
+QSize LayoutView::layoutFlow()
+{
+    const Padding m = layoutMargin();
+    const int flowWidth = mStyle.intProperty(QStringLiteral("FlowWidth"), 0);
+    int x = 0;
+    int y = 0;
+    int lineHeight = 0;
+    int width = 0;
+    for (DisplayView* child : childViews()) {
+        if (!child->isVisible())
+            continue;
+        // A child wider than the flow still gets a line of its own.
+        if (flowWidth > 0 && x > 0 && x + child->width() > flowWidth) {
+            y += lineHeight + mSpacing;
+            x = 0;
+            lineHeight = 0;
         }
+        child->moveTo(m.left + x, m.top + y);
+        width = qMax(width, x + child->width());
+        x += child->width() + mSpacing;
+        lineHeight = qMax(lineHeight, child->height());
     }
-    if (!mVertical) {
-        const int length = qMax(0, pos - mSpacing) + mMargin;
-        resize(length, across + 2 * mMargin);
+    return QSize(width, y + lineHeight);
+}
+
+QSize LayoutView::layoutGrid()
+{
+    const Padding m = layoutMargin();
+    const QList<int> widths = mStyle.intListProperty(QStringLiteral("Widths"));
+    const int columns = qMax(1, widths.size());
+    const int minRowHeight = mStyle.intProperty(QStringLiteral("RowHeight"), 0);
+    const QVector<DisplayView*>& children = childViews();
+    int y = 0;
+    int width = 0;
+    bool anyRow = false;
+    for (int row = 0; row < children.size(); row += columns) {
+        const int end = qMin(row + columns, int(children.size()));
+        int rowHeight = 0;
+        bool shown = false;
+        for (int i = row; i < end; ++i) {
+            if (children[i]->isVisible()) {
+                shown = true;
+                rowHeight = qMax(rowHeight, children[i]->height());
+            }
+        }
+        if (!shown)
+            continue;
+        anyRow = true;
+        rowHeight = qMax(rowHeight, minRowHeight);
+        int left = 0;
+        for (int i = row; i < end; ++i) {
+            DisplayView* cell = children[i];
+            if (cell->isVisible()) {
+                cell->moveTo(m.left + left, m.top + y + (rowHeight - cell->height()) / 2);
+                width = qMax(width, left + cell->width());
+            }
+            left += i - row < widths.size() ? widths[i - row] : 0;
+        }
+        y += rowHeight + mSpacing;
     }
+    // The columns span the grid even where a row leaves its last cells empty.
+    if (anyRow)
+        width = qMax(width, std::accumulate(widths.cbegin(), widths.cend(), 0));
+    return QSize(width, qMax(0, y - mSpacing));
 }

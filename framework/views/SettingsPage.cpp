@@ -1,42 +1,60 @@
 #include "views/SettingsPage.h"
 
+#include "core/Logger.h"
 #include "views/LabelView.h"
 #include "views/LayoutView.h"
+#include "views/SlideSwitch.h"
 
 SettingsPage::SettingsPage(DisplayView* parent, const QString& title)
     : PageView(parent, title)
-    , mMainLayout(new LayoutView(this, Style("SettingsMainLayout")))
+    , mMainLayout(new VerticalLayout(this, "SettingsMainLayout"))
 {
     mMainLayout->setAutoResizeToParent(true);
 }
 
 LayoutView* SettingsPage::addRow(const QString& style)
 {
-    mCurrentRow = new LayoutView(mMainLayout, Style(style));
-    return mCurrentRow;
+    mCurrent = new HorizontalLayout(mMainLayout, Style(style));
+    return mCurrent;
 }
 
-LayoutView* SettingsPage::currentRow()
+LayoutView* SettingsPage::addLayout(const Style& style)
 {
-    return mCurrentRow ? mCurrentRow : addRow();
+    mCurrent = new VerticalLayout(mMainLayout, style);
+    return mCurrent;
+}
+
+LayoutView* SettingsPage::currentLayout()
+{
+    return mCurrent ? mCurrent : addRow();
 }
 
 LabelView* SettingsPage::addMainLabel(const QString& text, bool newLine)
 {
-    LabelView* label;
-    if (newLine) {
-        label = new LabelView(mMainLayout, text);
-        mCurrentRow = nullptr;
-    } else {
-        label = new LabelView(currentRow(), text);
-    }
-    label->setFontSize(28);
-    return label;
+    if (!newLine)
+        return new LabelView(currentLayout(), "SettingsMainLabel", text);
+    mCurrent = nullptr;
+    return new LabelView(mMainLayout, "SettingsMainLabel", text);
+}
+
+SlideSwitch* SettingsPage::addSwitch(const QString& label, DataValue* value, const QStringList& positions)
+{
+    if (!value)
+        Logger(this, "ERROR") << "switch" << label << "has no data value - it works unbound";
+    const bool inGrid = mCurrent && mCurrent->direction() == LayoutView::Direction::Grid;
+    LayoutView* row = inGrid ? mCurrent : addRow();
+    new LabelView(row, "SettingsRowLabel", label);
+    auto* slide = new SlideSwitch(row, positions.isEmpty() ? QStringList{QStringLiteral("OFF"), QStringLiteral("ON")} : positions,
+                                  value, "SettingsSlideSwitch");
+    // The next switch gets a row of its own too.
+    if (!inGrid)
+        mCurrent = nullptr;
+    return slide;
 }
 
 void SettingsPage::nextLine()
 {
-    mCurrentRow = nullptr;
+    mCurrent = nullptr;
     auto* gap = new DisplayView(mMainLayout);
     gap->resize(1, 12);
 }
