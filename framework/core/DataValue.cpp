@@ -155,6 +155,21 @@ void DataValue::revertPendingNoLock()
     markChangedNoLock();
 }
 
+void DataValue::requestNoLock(const QVariant& request)
+{
+    // Compared in the value's own type, so an int request for a bool value still matches.
+    if (mValid && convert(request) == mValue)
+        revertPendingNoLock();
+    else
+        setPendingValidNoLock(request);
+}
+
+void DataValue::request(const QVariant& request)
+{
+    EventLocker lock(*this);
+    requestNoLock(request);
+}
+
 void DataValue::acceptPendingNoLock()
 {
     if (!mHasPending)

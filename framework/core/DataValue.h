@@ -37,10 +37,15 @@ public:
     void revertPendingNoLock();
     // The car took the request: the pending value becomes the value.
     void acceptPendingNoLock();
+    // Asks the car for a value: it waits as the pending value until the car takes it. Asking
+    // for what the value already is withdraws a pending change instead, so pressing twice
+    // never leaves a stale request behind.
+    void requestNoLock(const QVariant& request);
 
     // Whole writes that take the lock themselves.
     void setVariant(const QVariant& value);
     void setProtectedValue(const QVariant& value);
+    void request(const QVariant& request);
 
     // Text forms for the bench host and scripts ("true", "42", "2.5", "text", JSON object).
     bool setFromString(const QString& text, QString* error = nullptr);

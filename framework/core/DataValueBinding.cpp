@@ -55,12 +55,6 @@ bool DataValueBinding::write(const QVariant& value, WriteMode mode)
         mValue->setVariantNoLock(value);
         return true;
     }
-    // Compared in the value's own type, so an int request for a bool value still matches.
-    QVariant asValue = value;
-    asValue.convert(mValue->variant().userType());
-    if (mValue->hasPending() && mValue->isValid() && asValue == mValue->variant())
-        mValue->revertPendingNoLock();
-    else
-        mValue->setPendingValidNoLock(value);
+    mValue->requestNoLock(value);
     return true;
 }

@@ -38,8 +38,7 @@ public:
         Direct,  // set the value now, as the UI's own setting
         Request, // ask the car: the request stays pending until the car takes or refuses it
     };
-    // False when free. A request for what the value already is, while another request is
-    // pending, withdraws that request.
+    // False when free. A request follows DataValue::requestNoLock.
     bool write(const QVariant& value, WriteMode mode);
 
 signals:

@@ -204,3 +204,19 @@ TEST(DataValue, DisplayTextShowsInvalidityAndThePendingRequestInTheValuesOwnForm
     }
     EXPECT_EQ(config.toDisplayString(), "{} → {\"delivered\":true} (pending)");
 }
+
+TEST(DataValue, ARequestForTheCurrentValueWithdrawsInsteadOfWaiting)
+{
+    BoolDataValue rails("TEST_railsRequest", true);
+    rails.request(true); // already so: nothing to ask
+    EXPECT_FALSE(rails.hasPending());
+    rails.request(false);
+    EXPECT_TRUE(rails.hasPending());
+    rails.request(1); // the current value in another type withdraws it
+    EXPECT_FALSE(rails.hasPending());
+
+    RealDataValue speed("TEST_speedRequest", 85.0, false);
+    speed.request(85); // unknown to the car: asked even though the stale value matches
+    EXPECT_TRUE(speed.hasPending());
+    EXPECT_DOUBLE_EQ(speed.pendingValue(), 85.0);
+}
