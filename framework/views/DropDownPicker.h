@@ -1,0 +1,85 @@
+#pragma once
+
+#include "views/ControlBase.h"
+#include "views/table/TableModelIndex.h"
+
+#include <QPointer>
+#include <QStringList>
+
+class ButtonView;
+class PopupView;
+class TableModel;
+class TableView;
+
+// A closed picker shows its current choice on a button-like face with a down arrow. A tap
+// opens the list of choices in the overlay, under the face or above it when there is more
+// room there; a tap on an enabled row chooses it, closes the list and emits itemSelected. A
+// touch anywhere else closes the list without choosing.
+class ORVANE_EXPORT DropDownPicker : public ControlBase {
+    Q_OBJECT
+public:
+    // Looks. 1: the settings form's picker (60 px face and rows, 24 px text); other styles fall
+    // back to it.
+    enum { SettingsPickerStyle = 1 };
+
+    // `model` lists the choices (a DropDownPickerStringTableModel over `choices` is made when
+    // it is null; one given must list the same texts, in section 1). `button`, when given, is
+    // the face instead of the picker's own: it opens the list and shows the choice where it
+    // stands, and the picker itself takes no room.
+    DropDownPicker(DisplayView* parent, const QStringList& choices, int index, int width, int pickerStyle,
+                   TableModel* model = nullptr, ButtonView* button = nullptr);
+    ~DropDownPicker() override;
+
+    QStringList choices() const { return mChoices; }
+    TableModel* model() const { return mModel; }
+    int pickerStyle() const { return mPickerStyle; }
+    int choiceIndex() const { return mIndex; }
+    // An index outside the choices (-1) chooses nothing: the face goes blank.
+    void setChoiceIndex(int index);
+    // The current choice's text; empty when nothing is chosen.
+    QString choiceText() const { return mChoices.value(mIndex); }
+
+    // A scrollable list shows at most maxItemsToDisplay rows and scrolls through the rest; a
+    // fraction shows part of a row, as a hint that there is more. Otherwise the list shows
+    // every row that fits on the display.
+    void setScrollable(bool on) { mScrollable = on; }
+    bool isScrollable() const { return mScrollable; }
+    void setMaxItemsToDisplay(qreal items) { mMaxItems = items; }
+    qreal maxItemsToDisplay() const { return mMaxItems; }
+
+    bool isOpen() const;
+    // The open (or last opened) list; null before the first opening.
+    TableView* listView() const { return mTable; }
+
+    void draw(QPainter& painter) override;
+    QString describe() const override { return choiceText(); }
+    void dumpProperties(QJsonObject& out) const override;
+
+public slots:
+    void openList();
+    void closeList();
+
+signals:
+    void itemSelected(const TableModelIndex& index);
+
+protected:
+    void activated() override { openList(); }
+
+private slots:
+    void rowTapped(TableView* table, const TableModelIndex& index);
+
+private:
+    DisplayView* face() const;
+    int rowHeight() const;
+    void syncListSelection();
+
+    QStringList mChoices;
+    int mIndex;
+    int mPickerStyle;
+    QPointer<TableModel> mModel;
+    QPointer<ButtonView> mButton;
+    bool mScrollable = false;
+    qreal mMaxItems = 0;
+    QPointer<PopupView> mList;
+    TableView* mTable = nullptr;
+};

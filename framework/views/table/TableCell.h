@@ -1,0 +1,65 @@
+#pragma once
+
+#include "views/DisplayView.h"
+#include "views/table/TableModelIndex.h"
+
+#include <QStaticText>
+
+class TableView;
+
+// The view of one visible row or section header of a table, made by the table's controller.
+// A table keeps the cells of rows scrolled out of sight and hands them back by cache key
+// (TableView::dequeueReusableCell), so a long list needs only as many cells as fit.
+class ORVANE_EXPORT TableCell : public DisplayView {
+    Q_OBJECT
+public:
+    // How the cell draws itself; other numbers draw as Plain for controllers that draw more.
+    enum Kind { Plain = 0, Header = 1 };
+    enum CacheKey { DefaultCacheKey = 0, HeaderCacheKey = 1 };
+
+    explicit TableCell(TableView* table, int kind = Plain, int cacheKey = DefaultCacheKey);
+
+    TableView* table() const { return mTable; }
+    int kind() const { return mKind; }
+    int cacheKey() const { return mCacheKey; }
+    // The row the cell shows now; the table sets it.
+    TableModelIndex index() const { return mIndex; }
+
+    // Rich text (a subset of HTML) or plain text.
+    QString label() const { return mLabel; }
+    void setLabel(const QString& label);
+    // The label without markup: what scripts and dumps know the row by.
+    QString plainLabel() const { return mPlainLabel; }
+
+    bool isSelected() const { return mSelected; }
+    bool isPressed() const { return mPressed; }
+    // TableRenderer::State flags.
+    int state() const;
+
+    void draw(QPainter& painter) override;
+    bool touchEvent(const TouchEvent& event) override;
+    QString describe() const override { return mPlainLabel; }
+    void dumpProperties(QJsonObject& out) const override;
+
+public slots:
+    void resized() override;
+
+private:
+    friend class TableView;
+    void setIndex(const TableModelIndex& index) { mIndex = index; }
+    void setSelected(bool selected);
+    void setPressed(bool pressed);
+    void forgetTouch();
+    void layoutText();
+
+    TableView* mTable;
+    int mKind;
+    int mCacheKey;
+    TableModelIndex mIndex;
+    QString mLabel;
+    QString mPlainLabel;
+    QStaticText mText;
+    bool mSelected = false;
+    bool mPressed = false;
+    bool mTracking = false;
+};

@@ -1,0 +1,3 @@
+#include "views/table/TableRenderer.h"
+
+TableRenderer::~TableRenderer() = default;
