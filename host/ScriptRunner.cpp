@@ -10,6 +10,8 @@
 #include "views/DisplayView.h"
 #include "views/popup/PopupView.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QHash>
 #include <QKeyEvent>
@@ -31,6 +33,9 @@ const QHash<QString, QVector<int>>& commandArity()
     };
     return arity;
 }
+
+// How long expect-journal waits for a record that has not come yet.
+constexpr int JournalPatienceMs = 5000;
 
 bool isNumber(const QString& text, bool allowNegative)
 {
@@ -294,6 +299,11 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
             return false;
         }
     } else if (c.name == QLatin1String("expect-journal")) {
+        // Host commands report from their own processes: give them a moment to arrive.
+        QElapsedTimer waited;
+        waited.start();
+        while (!PlatformJournal::instance()->contains(a0) && waited.elapsed() < JournalPatienceMs)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
         if (!PlatformJournal::instance()->contains(a0)) {
             fail(c, QStringLiteral("expected the journal line '%1'; the journal has: %2")
                         .arg(a0, PlatformJournal::instance()->lines().join(QStringLiteral(" | "))));

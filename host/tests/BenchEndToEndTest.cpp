@@ -152,6 +152,62 @@ TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
     EXPECT_TRUE(QFile::exists(dir.filePath("restarted.png")));
 }
 
+TEST_F(BenchEndToEnd, SettingsAndActionsAreDrivenAndObservedByScript)
+{
+    const QString script = file("pages.txt",
+                                "tap \"SETTINGS\"\n"
+                                "tap \"NORMAL\"\n"
+                                "choose \"REDUCED\"\n"
+                                "expect-value GUI_espModeRequest 1\n"
+                                "expect-pending GUI_espModeRequest none\n"
+                                "expect-log \"INFO user changed esp mode request\"\n"
+                                "expect-disabled \"60\"\n"
+                                "set GUI_enableSpeedLimitRequest true\n"
+                                "tap \"60\"\n"
+                                "choose \"90\"\n"
+                                "expect-pending GUI_speedLimitRequest 90\n"
+                                "wait 400\n"
+                                "expect-value GUI_speedLimitRequest 90\n"
+                                "expect-pending GUI_speedLimitRequest none\n"
+                                "screenshot settings.png\n"
+                                "tap \"ACTIONS\"\n"
+                                "tap \"REBOOT\\nGATEWAY\"\n"
+                                "tap \"REBOOT\\nGATEWAY\"\n"
+                                "expect-journal \"host-command.emit-reboot-gateway()\"\n"
+                                "tap \"ARM ECALL\\nCIRCUIT\"\n"
+                                "tap \"ARM ECALL\\nCIRCUIT\"\n"
+                                "expect-journal \"host-command.arm-ecall(on)\"\n"
+                                "tap \"MODEM\\nAIRPLANE\"\n"
+                                "dump armed.json\n"
+                                "tap \"MODEM\\nAIRPLANE\"\n"
+                                "expect-journal \"host-command.modem-airplane-toggle()\"\n"
+                                "tap \"RESET\\nDATA\"\n"
+                                "expect-view \"RESET DATA\"\n"
+                                "dump question.json\n"
+                                "answer \"RESET\"\n"
+                                "expect-journal \"FactoryResetManager.resetData()\"\n"
+                                "expect-no-view \"RESET DATA\"\n"
+                                "set VAPI_towModeEnabled true\n"
+                                "expect-disabled \"STOP 12V\\nSUPPORT\"\n"
+                                "expect-disabled \"TURN\\nRAILS OFF\"\n"
+                                "screenshot actions.png\n");
+    QDir::setCurrent(dir.path());
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--vehicle-latency", "300", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+
+    const QJsonObject armed = byLabel(dump("armed.json"), "MODEM\nAIRPLANE");
+    EXPECT_TRUE(armed["armed"].toBool());
+    EXPECT_EQ(armed["confirmText"].toString(), "TOGGLE");
+    const QJsonObject overlay = dump("question.json")["overlay"].toObject();
+    const QJsonObject question = byClass(overlay, "ConfirmationPopup");
+    EXPECT_EQ(question["title"].toString(), "RESET DATA");
+    EXPECT_TRUE(question["modal"].toBool());
+    EXPECT_EQ(question["geometry"].toObject()["width"].toInt(), 610);
+    QImage shot;
+    EXPECT_TRUE(shot.load(dir.filePath("settings.png")));
+    EXPECT_TRUE(shot.load(dir.filePath("actions.png")));
+}
+
 TEST_F(BenchEndToEnd, WithoutAScriptOutputsAreWrittenOnceSettledThenItExits)
 {
     const BenchRun run = bench({"--offscreen", "--set", "GUI_diagnosticMode=true", "--size", "1280x800", "--screenshot",

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "diag/DiagExport.h"
-#include "views/PageView.h"
+#include "views/SettingsPage.h"
 
-// A tab kept for the KAVRO tools; it has no content of its own.
-class DIAG_EXPORT KavroDeveloperPage : public PageView {
+// A tab kept for car-model-specific developer tools; it has no content of its own.
+class DIAG_EXPORT KavroDeveloperPage : public SettingsPage {
     Q_OBJECT
 public:
     explicit KavroDeveloperPage(DisplayView* parent)
-        : PageView(parent, QStringLiteral("KAVRO"))
+        : SettingsPage(parent, QStringLiteral("KAVRO"))
     {
     }
 };
