@@ -1,5 +1,7 @@
 #include "views/KineticScroller.h"
 
+#include "views/DisplayView.h"
+
 #include <QElapsedTimer>
 #include <QtMath>
 
@@ -226,4 +228,19 @@ void KineticScroller::Axis::advanceTo(qint64 t)
             pos = p;
         }
     }
+}
+
+void KineticScroller::touch(const TouchEvent& event)
+{
+    switch (event.kind) {
+    case TouchEvent::Kind::Press: press(event.position); break;
+    case TouchEvent::Kind::Move: move(event.position); break;
+    case TouchEvent::Kind::Release: release(event.position); break;
+    case TouchEvent::Kind::Cancel: cancel(); break;
+    }
+}
+
+bool KineticScroller::takesOverVertical(const QPoint& movedBy) const
+{
+    return mAxes[1].max > mAxes[1].min && qAbs(movedBy.y()) > qAbs(movedBy.x());
 }

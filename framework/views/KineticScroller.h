@@ -9,6 +9,9 @@
 
 #include <functional>
 
+struct TouchEvent;
+class QPoint;
+
 // Momentum scrolling of a content offset. A finger drags the offset; on release it glides on
 // at the release velocity, slowing down by friction, and stops at the bounds. Dragged past a
 // bound it gives way less and less, and springs back on release. A new press stops it.
@@ -39,6 +42,11 @@ public:
     void release(const QPointF& position);
     // The finger went elsewhere: no glide, but an overscrolled offset springs back.
     void cancel();
+
+    // A finger as the display reports it to a scrolling view.
+    void touch(const TouchEvent& event);
+    // What a vertically scrolling view answers when asked to take a moving finger over.
+    bool takesOverVertical(const QPoint& movedBy) const;
 
     // Gliding or springing back.
     bool isMoving() const;

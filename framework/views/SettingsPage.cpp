@@ -1,6 +1,7 @@
 #include "views/SettingsPage.h"
 
 #include "core/Logger.h"
+#include "views/KineticScroller.h"
 #include "views/LabelView.h"
 #include "views/LayoutView.h"
 #include "views/SlideSwitch.h"
@@ -8,8 +9,34 @@
 SettingsPage::SettingsPage(DisplayView* parent, const QString& title)
     : PageView(parent, title)
     , mMainLayout(new VerticalLayout(this, "SettingsMainLayout"))
+    , mScroller(new KineticScroller(this))
 {
-    mMainLayout->setAutoResizeToParent(true);
+    // The layout takes the height of its content; the page shows the part scrolled to.
+    connect(mMainLayout, qOverload<DisplayView*>(&DisplayView::resized), this, &SettingsPage::updateScrollBounds);
+    connect(mScroller, &KineticScroller::offsetChanged, mMainLayout,
+            [this](const QPointF& offset) { mMainLayout->moveTo(0, -qRound(offset.y())); });
+}
+
+void SettingsPage::resized()
+{
+    PageView::resized();
+    updateScrollBounds();
+}
+
+void SettingsPage::updateScrollBounds()
+{
+    mScroller->setBounds(QPointF(0, 0), QPointF(0, qMax(0, mMainLayout->height() - height())));
+}
+
+bool SettingsPage::touchEvent(const TouchEvent& event)
+{
+    mScroller->touch(event);
+    return true;
+}
+
+bool SettingsPage::takesOverTouch(const QPoint& movedBy) const
+{
+    return mScroller->takesOverVertical(movedBy);
 }
 
 LayoutView* SettingsPage::addRow(const QString& style)

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 class DataValue;
+class KineticScroller;
 class LabelView;
 class LayoutView;
 class SlideSwitch;
@@ -39,7 +40,18 @@ public:
     // Ends the current layout and leaves a gap before the next one.
     void nextLine();
 
+    // A form taller than the page scrolls vertically with momentum.
+    KineticScroller* scroller() const { return mScroller; }
+    bool touchEvent(const TouchEvent& event) override;
+    bool takesOverTouch(const QPoint& movedBy) const override;
+
+public slots:
+    void resized() override;
+
 private:
+    void updateScrollBounds();
+
     LayoutView* mMainLayout;
     LayoutView* mCurrent = nullptr;
+    KineticScroller* mScroller;
 };

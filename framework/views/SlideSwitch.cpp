@@ -86,6 +86,7 @@ void SlideSwitch::setValueSource(DataValue* value)
                               << value->name() << "- it works unbound";
         value = nullptr;
     }
+    mKnobPlaced = false;
     mBinding.bind(value);
 }
 
@@ -105,7 +106,9 @@ void SlideSwitch::valueChanged()
                              << mPositions.join(QLatin1Char('/'));
         position = qBound(0, position, int(mPositions.size()) - 1);
     }
-    setPosition(position, true);
+    // A newly bound value is where the knob starts, not somewhere it slides to.
+    setPosition(position, mKnobPlaced);
+    mKnobPlaced = true;
 }
 
 qreal SlideSwitch::segmentWidth() const

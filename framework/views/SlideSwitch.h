@@ -83,6 +83,7 @@ private:
     DataValueBinding mBinding;
     DataValueBinding::WriteMode mWriteMode = DataValueBinding::WriteMode::Request;
     bool mPending = false;
+    bool mKnobPlaced = false;
     QColor mTextColor;
     QColor mShadowColor;
     int mFontSize;

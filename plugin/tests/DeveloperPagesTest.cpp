@@ -9,6 +9,8 @@
 #include "services/PlatformJournal.h"
 #include "views/AppWindow.h"
 #include "views/ConfirmingButtonView.h"
+#include "views/KineticScroller.h"
+#include "views/SlideSwitch.h"
 #include "views/DropDownPicker.h"
 #include "views/LabelView.h"
 #include "views/popup/ConfirmationPopup.h"
@@ -321,4 +323,28 @@ TEST_F(DeveloperPagesTest, SleepExistsOnlyWhenAModeIsOnAtLoadAndKavroIsEmpty)
     auto* kavro = show<KavroDeveloperPage>();
     EXPECT_EQ(kavro->title(), "KAVRO");
     EXPECT_TRUE(kavro->findChildren<ButtonView*>().isEmpty());
+}
+
+TEST_F(DeveloperPagesTest, ATallFormScrollsAndADragStartedOnASwitchMovesThePageNotTheSwitch)
+{
+    auto* page = show<DeveloperSettingsPage>();
+    page->resize(1856, 600);
+    drainEvents();
+    auto* logSwitch = labelled<SlideSwitch>(page, "OFF/ON");
+    auto* tapAnimation = labelled<LabelView>(page, "TAP ANIMATION:");
+    ASSERT_TRUE(logSwitch && tapAnimation);
+    EXPECT_GT(tapAnimation->rootGeometry().top(), page->rootGeometry().bottom()); // out of sight
+    const int before = GUI_logLocationData.value();
+
+    const QPoint from = logSwitch->rootGeometry().center();
+    display.touch(int(TouchEvent::Kind::Press), from);
+    for (int step = 1; step <= 20; ++step)
+        display.touch(int(TouchEvent::Kind::Move), from - QPoint(0, 40 * step));
+    display.touch(int(TouchEvent::Kind::Release), from - QPoint(0, 800));
+    page->scroller()->stop();
+    drainEvents();
+
+    EXPECT_EQ(GUI_logLocationData.value(), before);
+    EXPECT_EQ(pendingText(GUI_logLocationData), "none");
+    EXPECT_LE(tapAnimation->rootGeometry().bottom(), page->rootGeometry().bottom()); // scrolled into sight
 }

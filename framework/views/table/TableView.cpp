@@ -203,27 +203,13 @@ bool TableView::touchEvent(const TouchEvent& event)
 {
     // Reached directly on empty space, headers and disabled rows, or when taken over from a
     // cell: a finger here only scrolls.
-    switch (event.kind) {
-    case TouchEvent::Kind::Press:
-        if (canScroll())
-            mScroller->press(event.position);
-        break;
-    case TouchEvent::Kind::Move:
-        mScroller->move(event.position);
-        break;
-    case TouchEvent::Kind::Release:
-        mScroller->release(event.position);
-        break;
-    case TouchEvent::Kind::Cancel:
-        mScroller->cancel();
-        break;
-    }
+    mScroller->touch(event);
     return true;
 }
 
 bool TableView::takesOverTouch(const QPoint& movedBy) const
 {
-    return canScroll() && qAbs(movedBy.y()) > qAbs(movedBy.x());
+    return mScroller->takesOverVertical(movedBy);
 }
 
 void TableView::dumpProperties(QJsonObject& out) const
