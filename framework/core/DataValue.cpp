@@ -276,6 +276,16 @@ QString DataValue::toDisplayString() const
     return text;
 }
 
+void DataValue::startLogging()
+{
+    connect(this, &DataValue::changed, this, &DataValue::logChange, Qt::UniqueConnection);
+}
+
+void DataValue::logChange()
+{
+    Logger(this, "INFO") << "changed:" << toDisplayString();
+}
+
 void DataValue::markChangedNoLock()
 {
     // A NoLock write outside any EventLocker still has to reach its observers.

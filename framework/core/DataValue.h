@@ -58,6 +58,10 @@ public:
     // The value with its state: "85", "85 (invalid)", "85 → 90 (pending)".
     QString toDisplayString() const;
 
+    // From now on every change is logged at INFO with the value's state, for values whose
+    // history a technician needs afterwards. Asking again changes nothing.
+    void startLogging();
+
     // Locks unless this thread already holds the lock, so nested readers never deadlock.
     class ORVANE_EXPORT ConditionalLocker {
     public:
@@ -87,6 +91,9 @@ public:
 signals:
     // Value, validity or pending state changed. Always delivered on the value's thread.
     void changed();
+
+private slots:
+    void logChange();
 
 private:
     void markChangedNoLock();

@@ -220,3 +220,17 @@ TEST(DataValue, ARequestForTheCurrentValueWithdrawsInsteadOfWaiting)
     EXPECT_TRUE(speed.hasPending());
     EXPECT_DOUBLE_EQ(speed.pendingValue(), 85.0);
 }
+
+TEST(DataValue, ALoggedValueReportsEachChangeOnceHoweverOftenLoggingIsAskedFor)
+{
+    BoolDataValue calibration("TEST_calibrationRequest", false);
+    CapturingLogSink log;
+    calibration.setValue(true); // before logging started
+    calibration.startLogging();
+    calibration.startLogging();
+    calibration.request(false);
+    calibration.setValue(false);
+    EXPECT_EQ(log.lines(), QStringList({"INFO changed: true → false (pending)", "INFO changed: false"}));
+    ASSERT_EQ(log.records().size(), 2);
+    EXPECT_EQ(log.records().first().context, "DataValue(TEST_calibrationRequest)");
+}

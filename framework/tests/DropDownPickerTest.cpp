@@ -240,6 +240,15 @@ TEST(DropDownPicker, AGivenButtonIsTheFace)
     s.tapOn(listRow("Delta"));
     EXPECT_EQ(button.label(), "Delta");
     EXPECT_EQ(picker.choiceIndex(), 3);
+
+    // What a script finds by the choice's text is the face, never the picker of no size.
+    EXPECT_EQ(findShown(&s.root, "Delta"), &button);
+    picker.disable();
+    EXPECT_FALSE(button.isEnabled());
+    s.tapOn(&button);
+    EXPECT_FALSE(picker.isOpen());
+    picker.enable();
+    EXPECT_TRUE(button.isEnabled());
 }
 
 #include "DropDownPickerTest.moc"

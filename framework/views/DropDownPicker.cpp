@@ -39,7 +39,10 @@ DropDownPicker::DropDownPicker(DisplayView* parent, const QStringList& choices, 
     if (mButton) {
         resize(0, 0);
         mButton->setLabel(choiceText());
+        mButton->enable(isEnabled(), false);
         connect(mButton, &ControlBase::released, this, &DropDownPicker::openList);
+        connect(this, &DisplayView::enabled, mButton, [this] { mButton->enable(true, true); });
+        connect(this, &DisplayView::disabled, mButton, [this] { mButton->enable(false, true); });
     } else {
         resize(width, rowHeight());
     }
@@ -168,6 +171,11 @@ void DropDownPicker::draw(QPainter& painter)
                           faceRect.height());
     const QString text = QFontMetrics(font).elidedText(choiceText(), Qt::ElideRight, int(textRect.width()));
     painter.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter, text);
+}
+
+QString DropDownPicker::describe() const
+{
+    return mButton ? QString() : choiceText();
 }
 
 void DropDownPicker::dumpProperties(QJsonObject& out) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "views/ControlBase.h"
+#include "views/table/TableModel.h"
 #include "views/table/TableModelIndex.h"
 
 #include <QPointer>
@@ -8,7 +9,6 @@
 
 class ButtonView;
 class PopupView;
-class TableModel;
 class TableView;
 
 // A closed picker shows its current choice on a button-like face with a down arrow. A tap
@@ -24,8 +24,9 @@ public:
 
     // `model` lists the choices (a DropDownPickerStringTableModel over `choices` is made when
     // it is null; one given must list the same texts, in section 1). `button`, when given, is
-    // the face instead of the picker's own: it opens the list and shows the choice where it
-    // stands, and the picker itself takes no room.
+    // the face instead of the picker's own: it opens the list, shows the choice where it
+    // stands and is enabled with the picker; the picker itself takes no room and leaves its
+    // label to the face, so a script taps what the user sees.
     DropDownPicker(DisplayView* parent, const QStringList& choices, int index, int width, int pickerStyle,
                    TableModel* model = nullptr, ButtonView* button = nullptr);
     ~DropDownPicker() override;
@@ -52,7 +53,7 @@ public:
     TableView* listView() const { return mTable; }
 
     void draw(QPainter& painter) override;
-    QString describe() const override { return choiceText(); }
+    QString describe() const override;
     void dumpProperties(QJsonObject& out) const override;
 
 public slots:

@@ -14,6 +14,8 @@ const QHash<QString, QString>& baseStyles()
     static const QHash<QString, QString> styles{
         {QStringLiteral("SettingsPushButton"), QStringLiteral("ButtonType:medium; ButtonColor:default; Width:250")},
         {QStringLiteral("SettingsToggleButton"), QStringLiteral("ButtonType:toggle; ButtonColor:default; Width:180")},
+        // The face of a drop-down picker that shows its choice as a button.
+        {QStringLiteral("SettingsDropDownButton"), QStringLiteral("ButtonType:medium; ButtonColor:default; Width:300")},
         {QStringLiteral("TabButton"), QStringLiteral("ButtonType:tab; ButtonColor:default; Width:160")},
         {QStringLiteral("SettingsMainLayout"), QStringLiteral("Direction:vertical; Spacing:18; LayoutMargin:30,30,30,30")},
         {QStringLiteral("SettingsHorizontalLayout"), QStringLiteral("Direction:horizontal; Spacing:20")},

@@ -4,10 +4,14 @@
 #include "core/Logger.h"
 #include "diag/DiagConfig.h"
 #include "services/VehicleUtils.h"
+#include "utils/DataValueUtils.h"
 #include "views/DropDownPicker.h"
 #include "views/LabelView.h"
 #include "views/LayoutView.h"
 #include "views/table/TableModelIndex.h"
+
+using DataValueUtils::currentInt;
+using DataValueUtils::isOn;
 
 namespace {
 
@@ -19,18 +23,6 @@ QStringList namesOf(const Entry* map)
     for (const Entry* e = map; e->name && *e->name; ++e)
         names << QString::fromUtf8(e->name);
     return names;
-}
-
-bool isOn(const BoolDataValue& value)
-{
-    DataValue::ConditionalLocker lock(value);
-    return value.isValid() && value.value();
-}
-
-int currentInt(const IntDataValue& value)
-{
-    DataValue::ConditionalLocker lock(value);
-    return value.isValid() ? value.value() : 0;
 }
 
 // Writes a picked mode straight away, unless it is the one already requested.

@@ -16,21 +16,14 @@
 #include "services/AppInfo.h"
 #include "services/CenterDisplay.h"
 #include "services/FontManager.h"
+#include "utils/DataValueUtils.h"
 #include "views/AppWindow.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"
 #include "views/MultiPageView.h"
 #include "views/TabSelectorView.h"
 
-namespace {
-
-bool isOn(BoolDataValue& value)
-{
-    DataValue::ConditionalLocker lock(value);
-    return value.isValid() && value.value();
-}
-
-} // namespace
+using DataValueUtils::isOn;
 
 DiagnosticTools::DiagnosticTools(DisplayView* parent)
     : TabSelectorContainerView(parent, 44)
