@@ -32,6 +32,14 @@ BenchCar::BenchCar(int latencyMs, QObject* parent)
     connect(&GUI_factoryKestro, &DataValue::changed, this, &BenchCar::followFactoryKestro);
 }
 
+QStringList BenchCar::factoryKestroStatusNames()
+{
+    return {QStringLiteral("0 not available"), QStringLiteral("1 driving"), QStringLiteral("2 ready"),
+            QStringLiteral("3 no QR code"), QStringLiteral("4 too far from the target"), QStringLiteral("5 no GPS"),
+            QStringLiteral("6 no vehicle speed"), QStringLiteral("7 no heading"),
+            QStringLiteral("8 last instruction completed")};
+}
+
 QStringList BenchCar::waiting() const
 {
     QStringList names;

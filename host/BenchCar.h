@@ -18,6 +18,8 @@ public:
     explicit BenchCar(int latencyMs, QObject* parent = nullptr);
 
     int latency() const { return mLatency; }
+    // What the driver assistance means by each factory driving status, from 0.
+    static QStringList factoryKestroStatusNames();
     // Names of the values whose request the car has heard and not yet taken.
     QStringList waiting() const;
 

@@ -2,6 +2,7 @@
 
 #include "BenchHost.h"
 #include "DisplayWidget.h"
+#include "FactoryDrivingPanel.h"
 #include "core/DataValue.h"
 #include "services/CenterDisplay.h"
 #include "services/PlatformJournal.h"
@@ -64,6 +65,7 @@ BenchWindow::BenchWindow(BenchHost* host)
     panel->addWidget(mValues, 2);
     auto* accept = new QPushButton(QStringLiteral("Car accepts pending requests now"));
     panel->addWidget(accept);
+    panel->addWidget(new FactoryDrivingPanel);
     panel->addWidget(new QLabel(QStringLiteral("Platform journal")));
     panel->addWidget(mJournal, 1);
     auto* restart = new QPushButton(QStringLiteral("Restart UI"));

@@ -1,7 +1,11 @@
 #include "BenchCar.h"
+#include "FactoryDrivingPanel.h"
 #include "core/DataValues.h"
 #include "TestSupport.h"
 
+#include <QComboBox>
+#include <QLabel>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
@@ -35,6 +39,7 @@ protected:
         VAPI_driveRailOn.setValue(true);
         GUI_factoryKestro.setValue(false);
         DAS_factoryKestroStatus.setValue(2);
+        GUI_factoryKestroHeartbeat.setValue(0);
         drainEvents();
     }
 };
@@ -119,4 +124,38 @@ TEST_F(BenchCarTest, FactoryDrivingStartsAndStopsOnlyFromReadyOrDriving)
     DAS_factoryKestroStatus.setValue(3); // no QR code: the system keeps its own status
     GUI_factoryKestro.setValue(true);
     EXPECT_EQ(DAS_factoryKestroStatus.value(), 3);
+}
+
+TEST_F(BenchCarTest, ThePanelSetsTheDrivingStatusAndShowsTheHeartbeatWhileItCounts)
+{
+    qint64 now = 1000;
+    FactoryDrivingPanel panel(nullptr, [&now] { return now; });
+    QComboBox* status = panel.statusChoice();
+    EXPECT_EQ(status->count(), 9);
+    EXPECT_EQ(status->currentText(), "2 ready");
+
+    QTest::keyClick(status, Qt::Key_End);
+    EXPECT_EQ(DAS_factoryKestroStatus.value(), 8);
+    QTest::keyClick(status, Qt::Key_Up);
+    EXPECT_EQ(DAS_factoryKestroStatus.value(), 7);
+    DAS_factoryKestroStatus.setValue(3); // from a script
+    EXPECT_EQ(status->currentText(), "3 no QR code");
+    DAS_factoryKestroStatus.setValue(12);
+    EXPECT_EQ(status->currentIndex(), -1);
+
+    EXPECT_EQ(panel.heartbeatLabel()->text(), "0, stopped");
+    GUI_factoryKestro.setValue(true);
+    GUI_factoryKestroHeartbeat.setValue(1);
+    EXPECT_EQ(panel.heartbeatLabel()->text(), "1");
+    now += 502;
+    GUI_factoryKestroHeartbeat.setValue(2);
+    EXPECT_EQ(panel.heartbeatLabel()->text(), "2, 502 ms since the beat before");
+    GUI_factoryKestro.setValue(false);
+    EXPECT_EQ(panel.heartbeatLabel()->text(), "2, stopped");
+    // A new run starts without the old run's gap.
+    now += 60000;
+    GUI_factoryKestro.setValue(true);
+    EXPECT_EQ(panel.heartbeatLabel()->text(), "2");
+    GUI_factoryKestroHeartbeat.setValue(3);
+    EXPECT_EQ(panel.heartbeatLabel()->text(), "3");
 }

@@ -208,6 +208,88 @@ TEST_F(BenchEndToEnd, SettingsAndActionsAreDrivenAndObservedByScript)
     EXPECT_TRUE(shot.load(dir.filePath("actions.png")));
 }
 
+TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
+{
+    const QString script = file("factory.txt",
+                                "tap \"FACTORY\"\n"
+                                "# English: factory mode is asked of the car at once, no question.\n"
+                                "tap \"OFF/FACTORY/TRANSPORT\"\n"
+                                "expect-no-view \"FACTORY MODE\"\n"
+                                "expect-pending GUI_factoryMode true\n"
+                                "wait 250\n"
+                                "expect-value GUI_factoryMode true\n"
+                                "expect-view \"SEAT\\nINSTALL\"\n"
+                                "# Off asks first; NO leaves everything as it was.\n"
+                                "drag \"OFF/FACTORY/TRANSPORT\" -210 0\n"
+                                "expect-view \"FACTORY MODE\"\n"
+                                "dump exit.json\n"
+                                "answer \"NO\"\n"
+                                "expect-no-view \"FACTORY MODE\"\n"
+                                "expect-value GUI_factoryMode true\n"
+                                "expect-pending GUI_factoryMode none\n"
+                                "expect-pending GUI_powerOffRailsRequest none\n"
+                                "# YES on car type 3 turns the rails off too.\n"
+                                "drag \"OFF/FACTORY/TRANSPORT\" -210 0\n"
+                                "answer \"YES\"\n"
+                                "expect-log \"INFO exiting factory mode, turn rails off\"\n"
+                                "expect-pending GUI_powerOffRailsRequest true\n"
+                                "expect-pending GUI_factoryMode false\n"
+                                "wait 250\n"
+                                "expect-value GUI_factoryMode false\n"
+                                "expect-value VAPI_driveRailOn false\n"
+                                "set GUI_powerOffRailsRequest false\n"
+                                "# Another language: the restart notice, and CANCEL changes nothing.\n"
+                                "set GUI_language 42\n"
+                                "tap \"OFF/FACTORY/TRANSPORT\"\n"
+                                "dump notice.json\n"
+                                "answer \"CANCEL\"\n"
+                                "expect-value GUI_factoryMode false\n"
+                                "expect-pending GUI_factoryMode none\n"
+                                "set GUI_language 31\n"
+                                "# Transport goes through the host's own question.\n"
+                                "drag \"OFF/FACTORY/TRANSPORT\" 420 0\n"
+                                "expect-view \"TRANSPORT MODE\"\n"
+                                "answer \"ENTER\"\n"
+                                "expect-journal \"CenterDisplay.setTransportMode(true)\"\n"
+                                "expect-value GUI_transportMode true\n"
+                                "expect-value GUI_factoryMode false\n"
+                                "tap \"SPEAKER\\nTEST\"\n"
+                                "expect-journal \"host-command.emit-start-factory-speaker-test()\"\n"
+                                "tap \"SPEAKER\\nTEST\"\n"
+                                "expect-journal \"host-command.emit-stop-factory-speaker-test()\"\n"
+                                "# Driving to the target, until the car reports the last instruction done.\n"
+                                "set GUI_transportMode false\n"
+                                "set GUI_factoryMode true\n"
+                                "tap \"START\"\n"
+                                "expect-value GUI_factoryKestro true\n"
+                                "expect-value DAS_factoryKestroStatus 1\n"
+                                "expect-view \"STOP\"\n"
+                                "set DAS_factoryKestroStatus 8\n"
+                                "expect-view \"Last instruction completed\"\n"
+                                "expect-disabled \"START\"\n"
+                                "expect-value GUI_factoryKestro false\n"
+                                "screenshot factory.png\n");
+    QDir::setCurrent(dir.path());
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "VAPI_carType=3",
+                                "--vehicle-latency", "100", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+
+    const QJsonObject exit = byClass(dump("exit.json")["overlay"].toObject(), "ConfirmationPopup");
+    EXPECT_EQ(exit["text"].toString(), "Are you sure you want to exit factory mode?");
+    EXPECT_TRUE(exit["modal"].toBool());
+    EXPECT_EQ(exit["style"].toInt(), 6);
+    EXPECT_EQ(exit["geometry"].toObject()["width"].toInt(), 610);
+    const QJsonObject notice = byClass(dump("notice.json")["overlay"].toObject(), "ConfirmationPopup");
+    EXPECT_EQ(notice["title"].toString(), "FACTORY MODE");
+    EXPECT_EQ(notice["text"].toString(), "Enabling factory mode requires a UI restart to change the language.");
+
+    const int start = run.output.indexOf("Platform request: host-command.emit-start-factory-speaker-test()");
+    const int stop = run.output.indexOf("Platform request: host-command.emit-stop-factory-speaker-test()");
+    EXPECT_GE(start, 0);
+    EXPECT_GT(stop, start);
+    EXPECT_TRUE(QFile::exists(dir.filePath("factory.png")));
+}
+
 TEST_F(BenchEndToEnd, WithoutAScriptOutputsAreWrittenOnceSettledThenItExits)
 {
     const BenchRun run = bench({"--offscreen", "--set", "GUI_diagnosticMode=true", "--size", "1280x800", "--screenshot",

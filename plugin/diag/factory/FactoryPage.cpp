@@ -28,7 +28,10 @@ using DataValueUtils::requestedOn;
 namespace {
 
 constexpr int RowLabelWidth = 300;
+// Rows of buttons stand under the controls of the labelled rows, clear of the label column.
+const QString ButtonRowStyle = QStringLiteral("SettingsHorizontalLayout; LayoutMargin:320,0,0,0");
 constexpr int HeartbeatMs = 500;
+constexpr int KestroStatusWidth = 600;
 // Car type whose drive rails stay powered in factory mode until they are turned off.
 constexpr int RailsOffCarType = 3;
 // Car type that has no seat to install at the end of the line.
@@ -83,7 +86,7 @@ void FactoryPage::doPageLoad()
                                         {QStringLiteral("OFF"), QStringLiteral("FACTORY"), QStringLiteral("TRANSPORT")});
     connect(mModeSlider, SIGNAL(positionChanged(int)), this, SLOT(factoryModeSwitched(int)));
 
-    LayoutView* tests = addRow();
+    LayoutView* tests = addRow(ButtonRowStyle);
     auto* reset = new ButtonView(tests, Style("SettingsPushButton"), QStringLiteral("RESET\nALL DATA"));
     connect(reset, SIGNAL(released(ControlBase*)), this, SLOT(resetAllData()));
     auto* speaker = new ButtonView(tests, Style("SettingsPushButton"), QStringLiteral("SPEAKER\nTEST"));
@@ -100,7 +103,7 @@ void FactoryPage::doPageLoad()
                                            QStringLiteral("SettingsHorizontalLayout; FlowWidth:930")),
                             false);
 
-    LayoutView* endOfLine = addRow();
+    LayoutView* endOfLine = addRow(ButtonRowStyle);
     const std::optional<int> type = carType();
     if (type && *type != NoSeatInstallCarType)
         mSeatInstallButton = new ButtonView(endOfLine, Style("SettingsToggleButton"), QStringLiteral("SEAT\nINSTALL"),
@@ -129,11 +132,13 @@ void FactoryPage::doPageLoad()
 void FactoryPage::addFactoryKestro()
 {
     addMainLabel(QStringLiteral("FACTORY KESTRO"), true);
-    LayoutView* row = addRow();
+    LayoutView* row = addRow(ButtonRowStyle);
     mKestroButton = new ButtonView(row, Style("SettingsPushButton"), QStringLiteral("START"), &GUI_factoryKestro);
     // START and STOP are the two faces of one request: a press writes its inverse.
     mKestroButton->setToggle(true);
     mKestroStatus = new LabelView(row, Style("SettingsSubLabel"), QString());
+    // Level with the button, wide enough for the longest status.
+    mKestroStatus->resize(KestroStatusWidth, mKestroButton->height());
 
     dvConnect(&GUI_factoryKestro, SLOT(factoryKestroChanged()), true);
     dvConnect(&DAS_factoryKestroStatus, SLOT(factoryKestroStatusChanged()), true);
