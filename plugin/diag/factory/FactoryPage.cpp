@@ -32,9 +32,9 @@ constexpr int RowLabelWidth = 300;
 const QString ButtonRowStyle = QStringLiteral("SettingsHorizontalLayout; LayoutMargin:320,0,0,0");
 constexpr int HeartbeatMs = 500;
 constexpr int KestroStatusWidth = 600;
-// Car type whose drive rails stay powered in factory mode until they are turned off.
+// The car line whose drive rails go off as it leaves factory mode.
 constexpr int RailsOffCarType = 3;
-// Car type that has no seat to install at the end of the line.
+// The one car line without a seat install at the end of the line.
 constexpr int NoSeatInstallCarType = 1;
 
 enum KestroStatus { KestroDriving = 1, KestroReady = 2 };
