@@ -229,7 +229,10 @@ TEST(DataValue, ALoggedValueReportsEachChangeOnceHoweverOftenLoggingIsAskedFor)
     calibration.startLogging();
     calibration.startLogging();
     calibration.request(false);
-    calibration.setValue(false);
+    {
+        DataValue::EventLocker lock(calibration); // the car takes the request
+        calibration.acceptPendingNoLock();
+    }
     EXPECT_EQ(log.lines(), QStringList({"INFO changed: true → false (pending)", "INFO changed: false"}));
     ASSERT_EQ(log.records().size(), 2);
     EXPECT_EQ(log.records().first().context, "DataValue(TEST_calibrationRequest)");
