@@ -136,8 +136,6 @@ TEST_F(BenchCarTest, ThePanelSetsTheDrivingStatusAndShowsTheHeartbeatWhileItCoun
 
     QTest::keyClick(status, Qt::Key_End);
     EXPECT_EQ(DAS_factoryKestroStatus.value(), 8);
-    QTest::keyClick(status, Qt::Key_Up);
-    EXPECT_EQ(DAS_factoryKestroStatus.value(), 7);
     DAS_factoryKestroStatus.setValue(3); // from a script
     EXPECT_EQ(status->currentText(), "3 no QR code");
     DAS_factoryKestroStatus.setValue(12);

@@ -222,7 +222,6 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "# Off asks first; NO leaves everything as it was.\n"
                                 "drag \"OFF/FACTORY/TRANSPORT\" -210 0\n"
                                 "expect-view \"FACTORY MODE\"\n"
-                                "dump exit.json\n"
                                 "answer \"NO\"\n"
                                 "expect-no-view \"FACTORY MODE\"\n"
                                 "expect-value GUI_factoryMode true\n"
@@ -241,7 +240,7 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "# Another language: the restart notice, and CANCEL changes nothing.\n"
                                 "set GUI_language 42\n"
                                 "tap \"OFF/FACTORY/TRANSPORT\"\n"
-                                "dump notice.json\n"
+                                "expect-view \"FACTORY MODE\"\n"
                                 "answer \"CANCEL\"\n"
                                 "expect-value GUI_factoryMode false\n"
                                 "expect-pending GUI_factoryMode none\n"
@@ -267,27 +266,16 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "set DAS_factoryKestroStatus 8\n"
                                 "expect-view \"Last instruction completed\"\n"
                                 "expect-disabled \"START\"\n"
-                                "expect-value GUI_factoryKestro false\n"
-                                "screenshot factory.png\n");
+                                "expect-value GUI_factoryKestro false\n");
     QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "VAPI_carType=3",
                                 "--vehicle-latency", "100", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
 
-    const QJsonObject exit = byClass(dump("exit.json")["overlay"].toObject(), "ConfirmationPopup");
-    EXPECT_EQ(exit["text"].toString(), "Are you sure you want to exit factory mode?");
-    EXPECT_TRUE(exit["modal"].toBool());
-    EXPECT_EQ(exit["style"].toInt(), 6);
-    EXPECT_EQ(exit["geometry"].toObject()["width"].toInt(), 610);
-    const QJsonObject notice = byClass(dump("notice.json")["overlay"].toObject(), "ConfirmationPopup");
-    EXPECT_EQ(notice["title"].toString(), "FACTORY MODE");
-    EXPECT_EQ(notice["text"].toString(), "Enabling factory mode requires a UI restart to change the language.");
-
     const int start = run.output.indexOf("Platform request: host-command.emit-start-factory-speaker-test()");
     const int stop = run.output.indexOf("Platform request: host-command.emit-stop-factory-speaker-test()");
     EXPECT_GE(start, 0);
     EXPECT_GT(stop, start);
-    EXPECT_TRUE(QFile::exists(dir.filePath("factory.png")));
 }
 
 TEST_F(BenchEndToEnd, WithoutAScriptOutputsAreWrittenOnceSettledThenItExits)

@@ -4,32 +4,24 @@
 #include "diag/DeveloperActionsPage.h"
 #include "diag/DeveloperSettingsPage.h"
 #include "diag/KavroDeveloperPage.h"
-#include "display/DisplayDevice.h"
 #include "services/CenterDisplay.h"
 #include "services/PlatformJournal.h"
-#include "views/AppWindow.h"
 #include "views/ConfirmingButtonView.h"
 #include "views/KineticScroller.h"
 #include "views/SlideSwitch.h"
 #include "views/DropDownPicker.h"
 #include "views/LabelView.h"
 #include "views/popup/ConfirmationPopup.h"
-#include "views/table/TableCell.h"
-#include "views/table/TableView.h"
-#include "TestSupport.h"
+#include "PageFixture.h"
 
 #include <QLocale>
-#include <gtest/gtest.h>
-#include <memory>
 
 namespace {
 
-class DeveloperPagesTest : public ::testing::Test {
+class DeveloperPagesTest : public PageFixture {
 protected:
     DeveloperPagesTest()
-        : display(&window, QSize(1920, 1200))
     {
-        window.resize(1920, 1200);
         GUI_developerMode.setValue(true);
         GUI_diagnosticMode.setValue(false);
         GUI_factoryMode.setValue(false);
@@ -51,75 +43,14 @@ protected:
         GUI_speedLimitRequest.setValue(85);
         GUI_espModeRequest.setValue(0);
         GUI_enableSpeedLimitRequest.setValue(true);
-        PlatformJournal::instance()->clear();
-    }
-    ~DeveloperPagesTest() override
-    {
-        for (PopupView* popup : theCenterDisplay->openPopups())
-            popup->close();
-        pages.clear();
-        drainEvents();
     }
 
     template <typename Page>
     Page* show()
     {
-        auto* page = new Page(&window);
-        page->setGeometry(QRect(32, 52, 1856, 1028));
-        pages.emplace_back(page);
-        page->pageShown();
-        drainEvents();
-        return page;
+        return PageFixture::show(new Page(&window));
     }
-
-    template <typename View>
-    static View* labelled(const DisplayView* root, const QString& text)
-    {
-        for (View* v : root->findChildren<View*>()) {
-            if (v->describe() == text)
-                return v;
-        }
-        return nullptr;
-    }
-
-    void tap(const DisplayView* view)
-    {
-        ASSERT_TRUE(view);
-        display.tap(view->rootGeometry().center());
-        drainEvents();
-    }
-
-    // Opens a picker and taps the row with this text; false when the list has no such row.
-    bool choose(DropDownPicker* picker, const QString& row)
-    {
-        tap(picker);
-        if (!picker->isOpen())
-            return false;
-        for (TableCell* cell : picker->listView()->visibleCells()) {
-            if (cell->describe() == row) {
-                tap(cell);
-                return true;
-            }
-        }
-        return false;
-    }
-
-    AppWindow window;
-    DisplayDevice display;
-    std::vector<std::unique_ptr<DisplayView>> pages;
 };
-
-void setValid(DataValue& value, bool valid)
-{
-    DataValue::EventLocker lock(value);
-    value.setValidNoLock(valid);
-}
-
-QString pendingText(const DataValue& value)
-{
-    DataValue::ConditionalLocker lock(value);
-    return value.hasPending() ? value.textOf(value.pendingVariant()) : QStringLiteral("none");
-}
 
 } // namespace
 

@@ -1,0 +1,91 @@
+#pragma once
+
+// A page in a car's window with a display, driven by touches as a finger gives them.
+#include "core/DataValue.h"
+#include "display/DisplayDevice.h"
+#include "services/CenterDisplay.h"
+#include "services/PlatformJournal.h"
+#include "views/AppWindow.h"
+#include "views/popup/OverlayView.h"
+#include "views/popup/PopupView.h"
+#include "views/table/TableCell.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+
+class PageFixture : public ::testing::Test {
+protected:
+    PageFixture()
+        : display(&window, QSize(1920, 1200))
+    {
+        window.resize(1920, 1200);
+        PlatformJournal::instance()->clear();
+    }
+    ~PageFixture() override
+    {
+        for (PopupView* popup : theCenterDisplay->openPopups())
+            popup->close();
+        pages.clear();
+        drainEvents();
+    }
+
+    // Places the page where the diagnostic app shows its pages, and shows it.
+    template <typename Page>
+    Page* show(Page* page)
+    {
+        page->setGeometry(QRect(32, 52, 1856, 1028));
+        pages.emplace_back(page);
+        page->pageShown();
+        drainEvents();
+        return page;
+    }
+
+    template <typename View = DisplayView>
+    static View* labelled(const DisplayView* root, const QString& text)
+    {
+        for (View* v : root->findChildren<View*>()) {
+            if (v->describe() == text)
+                return v;
+        }
+        return nullptr;
+    }
+
+    void tap(const DisplayView* view)
+    {
+        ASSERT_TRUE(view);
+        display.tap(view->rootGeometry().center());
+        drainEvents();
+    }
+
+    // Opens a picker through its face and taps the row with this text; false when no list
+    // opened or it shows no such row.
+    bool choose(const DisplayView* face, const QString& row)
+    {
+        tap(face);
+        for (TableCell* cell : theCenterDisplay->overlay()->findChildren<TableCell*>()) {
+            if (cell->isShown() && cell->describe() == row) {
+                tap(cell);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    static void setValid(DataValue& value, bool valid)
+    {
+        DataValue::EventLocker lock(value);
+        value.setValidNoLock(valid);
+    }
+
+    // The request waiting for the car, or "none".
+    static QString pendingText(const DataValue& value)
+    {
+        DataValue::ConditionalLocker lock(value);
+        return value.hasPending() ? value.textOf(value.pendingVariant()) : QStringLiteral("none");
+    }
+
+    AppWindow window;
+    DisplayDevice display;
+    std::vector<std::unique_ptr<DisplayView>> pages;
+};
