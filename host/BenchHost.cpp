@@ -89,6 +89,11 @@ bool BenchHost::start(QString* error)
     if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
         return false;
 
+    if (mService.start(mOptions.servicePort, &reason))
+        Logger(this, "INFO") << "Service endpoint on" << mService.url();
+    else
+        Logger(this, "WARN") << "Service endpoint off:" << reason << "- the bench runs on without it";
+
     mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
     buildApp();
     return true;
