@@ -393,3 +393,19 @@ TEST_F(BenchEndToEnd, DataAndDravikShowTheCarLiveFromTheServiceEndpointAndUnload
     EXPECT_TRUE(empty.contains(webViewOf(back, "DRAVIK")["url"].toString()));
     EXPECT_EQ(webViewOf(back, "DRAVIK")["pageTitle"].toString(), "");
 }
+
+TEST_F(BenchEndToEnd, AppsListsTheBenchScreensAndOpeningOneIsJournaled)
+{
+    const QString script = file("apps.txt",
+                                "tap \"APPS\"\n"
+                                "expect-view \"Diagnostic Tools\"\n"
+                                "tap \"Diagnostic Tools\"\n"
+                                "expect-journal \"AppChooser.openApp(Diagnostic Tools)\"\n"
+                                "dump apps.json\n");
+    QDir::setCurrent(dir.path());
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QJsonObject list = byClass(dump("apps.json"), "ListView");
+    EXPECT_EQ(list["rows"].toInt(), 1);
+    EXPECT_TRUE(list["visible"].toBool());
+}
