@@ -10,6 +10,7 @@
 #include "services/AppInfo.h"
 #include "services/CenterDisplay.h"
 #include "services/StorageUtils.h"
+#include "views/AppChooser.h"
 #include "views/AppWindow.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
@@ -88,6 +89,17 @@ bool BenchHost::start(QString* error)
     // The catalogue must be there before the plug-in's pages look signals up.
     if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
         return false;
+
+    if (mService.start(mOptions.servicePort, &reason))
+        Logger(this, "INFO") << "Service endpoint on" << mService.url();
+    else
+        Logger(this, "WARN") << "Service endpoint off:" << reason << "- the bench runs on without it";
+
+    // The host screens the APPS page offers, one line each.
+    AppChooser::registerApp(QStringLiteral("Diagnostic Tools"), [this] {
+        if (mPluginView)
+            mPluginView->show();
+    });
 
     mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
     buildApp();

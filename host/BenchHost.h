@@ -4,6 +4,7 @@
 #include "BenchOptions.h"
 #include "HostCommandListener.h"
 #include "PluginLoader.h"
+#include "ServiceEndpoint.h"
 
 #include <QObject>
 #include <QTemporaryDir>
@@ -35,6 +36,8 @@ public:
     DisplayView* pluginView() const { return mPluginView; }
     // Null until start().
     BenchCar* car() const { return mCar.get(); }
+    // Listening unless its port was taken.
+    const ServiceEndpoint& serviceEndpoint() const { return mService; }
 
     // Runs the event loop until queued work (layouts, restarts) is done, then calls back.
     void settle(const std::function<void()>& then);
@@ -61,6 +64,7 @@ private:
     QTemporaryDir mScratch;
     HostCommandListener mHostCommands;
     std::unique_ptr<BenchCar> mCar;
+    ServiceEndpoint mService;
     std::unique_ptr<DisplayDevice> mDisplay;
     std::unique_ptr<AppInfo> mAppInfo;
     AppWindow* mWindow = nullptr;

@@ -59,6 +59,10 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
          QStringLiteral("How long the simulated car takes to accept a request the UI left pending, in "
                         "milliseconds; 0 accepts at once (default 300)."),
          QStringLiteral("MS"), QStringLiteral("300")},
+        {QStringLiteral("service-port"),
+         QStringLiteral("The loopback port of the service endpoint (its page and JSON); 0 picks a free one "
+                        "(default 8080)."),
+         QStringLiteral("PORT"), QStringLiteral("8080")},
         {QStringLiteral("set"), QStringLiteral("Set a data value before the plug-in loads, e.g. GUI_developerMode=true. Repeatable."),
          QStringLiteral("NAME=VALUE")},
         {QStringLiteral("size"), QStringLiteral("Size of the display (default 1920x1200)."), QStringLiteral("WxH"),
@@ -104,6 +108,14 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     if (!latencyOk || options->vehicleLatencyMs < 0) {
         *error = QStringLiteral("--vehicle-latency wants milliseconds, 0 or more, not '%1'")
                      .arg(parser.value(QStringLiteral("vehicle-latency")));
+        return false;
+    }
+
+    bool portOk = false;
+    options->servicePort = parser.value(QStringLiteral("service-port")).toInt(&portOk);
+    if (!portOk || options->servicePort < 0 || options->servicePort > 65535) {
+        *error = QStringLiteral("--service-port wants a port from 0 to 65535, not '%1'")
+                     .arg(parser.value(QStringLiteral("service-port")));
         return false;
     }
 

@@ -18,6 +18,7 @@ struct BenchOptions {
     QString scriptPath;
     int vehicleLatencyMs = 300; // how long the car takes to accept a pending request
     QString dataDir;            // empty: StorageUtils' default
+    int servicePort = 8080;     // the service endpoint's loopback port; 0 picks a free one
     // Kept for the framework services that read their own options (CAN sources).
     std::shared_ptr<QCommandLineParser> parser;
 };

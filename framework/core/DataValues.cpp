@@ -47,5 +47,21 @@ BoolDataValue VAPI_esp2("VAPI_esp2", true);
 BoolDataValue VAPI_velocorCapable("VAPI_velocorCapable", true);
 BoolDataValue VAPI_hasActiveSpoiler("VAPI_hasActiveSpoiler", true);
 BoolDataValue VAPI_fourWheelDrive("VAPI_fourWheelDrive", true);
+RealDataValue VAPI_vehicleSpeed("VAPI_vehicleSpeed", 0.0);
+RealDataValue VAPI_stateOfCharge("VAPI_stateOfCharge", 78.0);
+RealDataValue VAPI_battery12V("VAPI_battery12V", 13.8);
+RealDataValue VAPI_batteryTemperature("VAPI_batteryTemperature", 24.0);
+RealDataValue VAPI_cabinTemperature("VAPI_cabinTemperature", 21.5);
+RealDataValue VAPI_outsideTemperature("VAPI_outsideTemperature", 15.0);
+
+BoolDataValue GUI_logMapTouches("GUI_logMapTouches", false);
+BoolDataValue GUI_reloadMapOnConnectivity("GUI_reloadMapOnConnectivity", true);
+BoolDataValue GUI_noSearchWarning("GUI_noSearchWarning", false);
+BoolDataValue GUI_smoothGPSUpdates("GUI_smoothGPSUpdates", true);
+BoolDataValue GUI_sortPlaceResultsByDistance("GUI_sortPlaceResultsByDistance", false);
+BoolDataValue GUI_enableTraffic("GUI_enableTraffic", true);
+BoolDataValue GUI_adasCurvatureLog("GUI_adasCurvatureLog", false);
+BoolDataValue GUI_shouldRecommendHome("GUI_shouldRecommendHome", false);
+BoolDataValue GUI_shouldRecommendWork("GUI_shouldRecommendWork", false);
 
 IntDataValue DAS_factoryKestroStatus("DAS_factoryKestroStatus", 2);

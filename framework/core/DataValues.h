@@ -51,6 +51,23 @@ extern ORVANE_EXPORT BoolDataValue VAPI_esp2;
 extern ORVANE_EXPORT BoolDataValue VAPI_velocorCapable;
 extern ORVANE_EXPORT BoolDataValue VAPI_hasActiveSpoiler;
 extern ORVANE_EXPORT BoolDataValue VAPI_fourWheelDrive;
+extern ORVANE_EXPORT RealDataValue VAPI_vehicleSpeed;       // km/h
+extern ORVANE_EXPORT RealDataValue VAPI_stateOfCharge;      // % of the high-voltage battery
+extern ORVANE_EXPORT RealDataValue VAPI_battery12V;         // V
+extern ORVANE_EXPORT RealDataValue VAPI_batteryTemperature; // °C, high-voltage battery
+extern ORVANE_EXPORT RealDataValue VAPI_cabinTemperature;   // °C
+extern ORVANE_EXPORT RealDataValue VAPI_outsideTemperature; // °C
+
+// Navigation settings and requests
+extern ORVANE_EXPORT BoolDataValue GUI_logMapTouches;
+extern ORVANE_EXPORT BoolDataValue GUI_reloadMapOnConnectivity;
+extern ORVANE_EXPORT BoolDataValue GUI_noSearchWarning;
+extern ORVANE_EXPORT BoolDataValue GUI_smoothGPSUpdates;
+extern ORVANE_EXPORT BoolDataValue GUI_sortPlaceResultsByDistance;
+extern ORVANE_EXPORT BoolDataValue GUI_enableTraffic;
+extern ORVANE_EXPORT BoolDataValue GUI_adasCurvatureLog;
+extern ORVANE_EXPORT BoolDataValue GUI_shouldRecommendHome; // offer to learn the home place
+extern ORVANE_EXPORT BoolDataValue GUI_shouldRecommendWork; // offer to learn the work place
 
 // Driver assistance
 // Driving to the factory target: 1 driving, 2 ready, 3 no QR code, 4 too far, 5 no GPS,

@@ -124,13 +124,22 @@ void DisplayView::setAutoResizeToParent(bool on)
         parentResized();
 }
 
+void DisplayView::setAutoResizeToParent(const QRect& percent)
+{
+    mAutoResizePercent = percent;
+    setAutoResizeToParent(true);
+}
+
 void DisplayView::parentResized()
 {
     if (!mParentView)
         return;
     const Padding m = mParentView->mMargin;
-    setGeometry(QRect(m.left, m.top, mParentView->width() - m.left - m.right,
-                      mParentView->height() - m.top - m.bottom));
+    const int width = mParentView->width() - m.left - m.right;
+    const int height = mParentView->height() - m.top - m.bottom;
+    const QRect& p = mAutoResizePercent;
+    setGeometry(QRect(m.left + width * p.x() / 100, m.top + height * p.y() / 100, width * p.width() / 100,
+                      height * p.height() / 100));
 }
 
 void DisplayView::setLayoutMargin(const Padding& margin)

@@ -54,6 +54,9 @@ public:
     void resize(int width, int height, int easeType = Linear, int timeMs = 0, int delayMs = 0);
     void setGeometry(const QRect& geometry);
     void setAutoResizeToParent(bool on);
+    // Follows the parent's size within its margins, taking the part given in percent of it:
+    // (0, 0, 100, 100) fills it, (50, 0, 50, 100) is its right half.
+    void setAutoResizeToParent(const QRect& percent);
     bool autoResizeToParent() const { return mAutoResizeToParent; }
 
     void show(bool visible = true);
@@ -124,5 +127,6 @@ private:
     bool mVisible = true;
     bool mEnabled = true;
     bool mAutoResizeToParent = false;
+    QRect mAutoResizePercent{0, 0, 100, 100};
     QVariantAnimation* mAnimation = nullptr;
 };

@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <functional>
 #include "TestSupport.h"
@@ -406,4 +407,75 @@ TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
     for (const char* word : {"--plugin", "--config", "--set", "--offscreen", "--screenshot", "--dump-views", "--script",
                              "--size", "--vehicle-latency", "--data-dir", "expect-journal", "screenshot FILE"})
         EXPECT_TRUE(run.output.contains(word)) << word;
+}
+
+TEST_F(BenchEndToEnd, DataAndDravikShowTheCarLiveFromTheServiceEndpointAndUnloadWhenHidden)
+{
+    int port = 0;
+    {
+        QTcpServer probe;
+        ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+        port = probe.serverPort();
+    }
+    const QString config = file("orvane.ini",
+                                QStringLiteral("[diag]\n"
+                                               "vitals_url=file://%1/web_content/vitals/vitals.html?endpoint=http://127.0.0.1:PORT/\n"
+                                               "dravik_url=http://127.0.0.1:PORT/\n")
+                                    .replace("PORT", QString::number(port))
+                                    .toUtf8());
+    const QString script = file("web.txt",
+                                "wait 1500\n"
+                                "dump data.json\n"
+                                "screenshot data.png\n"
+                                "tap \"DRAVIK\"\n"
+                                "wait 1500\n"
+                                "dump dravik.json\n"
+                                "tap \"DATA\"\n"
+                                "wait 300\n"
+                                "dump back.json\n");
+    QDir::setCurrent(dir.path());
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "VAPI_vehicleSpeed=57", "--config",
+                                config, "--service-port", QString::number(port), "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains(QStringLiteral("Service endpoint on http://127.0.0.1:%1/").arg(port)));
+
+    const auto webViewOf = [&](const QJsonObject& root, const QString& title) {
+        const QJsonObject page = find(root, [&](const QJsonObject& v) { return v["title"].toString() == title; });
+        return byClass(page, "WebView");
+    };
+    const QJsonObject data = dump("data.json");
+    EXPECT_EQ(webViewOf(data, "DATA")["pageTitle"].toString(), "Vitals (live)");
+    QImage shot;
+    ASSERT_TRUE(shot.load(dir.filePath("data.png")));
+    QSet<QRgb> colours;
+    for (int y = 150; y < 900; y += 7)
+        for (int x = 60; x < 1800; x += 7)
+            colours.insert(shot.pixel(x, y));
+    EXPECT_GT(colours.size(), 20) << "the dashboard painted next to nothing";
+
+    const QJsonObject dravik = dump("dravik.json");
+    EXPECT_EQ(webViewOf(dravik, "DRAVIK")["pageTitle"].toString(), "Service tool");
+    EXPECT_EQ(webViewOf(dravik, "DRAVIK")["url"].toString(), QStringLiteral("http://127.0.0.1:%1/").arg(port));
+    const QStringList empty{"", "about:blank"};
+    EXPECT_TRUE(empty.contains(webViewOf(dravik, "DATA")["url"].toString())) << "a hidden dashboard keeps running";
+
+    const QJsonObject back = dump("back.json");
+    EXPECT_TRUE(empty.contains(webViewOf(back, "DRAVIK")["url"].toString()));
+    EXPECT_EQ(webViewOf(back, "DRAVIK")["pageTitle"].toString(), "");
+}
+
+TEST_F(BenchEndToEnd, AppsListsTheBenchScreensAndOpeningOneIsJournaled)
+{
+    const QString script = file("apps.txt",
+                                "tap \"APPS\"\n"
+                                "expect-view \"Diagnostic Tools\"\n"
+                                "tap \"Diagnostic Tools\"\n"
+                                "expect-journal \"AppChooser.openApp(Diagnostic Tools)\"\n"
+                                "dump apps.json\n");
+    QDir::setCurrent(dir.path());
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QJsonObject list = byClass(dump("apps.json"), "ListView");
+    EXPECT_EQ(list["rows"].toInt(), 1);
+    EXPECT_TRUE(list["visible"].toBool());
 }

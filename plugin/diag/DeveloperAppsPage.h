@@ -3,12 +3,12 @@
 #include "diag/DiagExport.h"
 #include "views/PageView.h"
 
-// Developer apps; content comes with the developer apps page.
+// The host's application chooser, so any installed app can be started from the tool.
 class DIAG_EXPORT DeveloperAppsPage : public PageView {
     Q_OBJECT
 public:
-    explicit DeveloperAppsPage(DisplayView* parent)
-        : PageView(parent, QStringLiteral("APPS"))
-    {
-    }
+    explicit DeveloperAppsPage(DisplayView* parent);
+
+protected:
+    void doPageLoad() override;
 };

@@ -1,14 +1,27 @@
 #pragma once
 
 #include "diag/DiagExport.h"
-#include "views/PageView.h"
+#include "views/SettingsPage.h"
 
-// The service tool's web page; content comes with the web-backed pages.
-class DIAG_EXPORT DravikWebPage : public PageView {
+class WebView;
+
+// The service tool's web interface served on the car. Its address is read anew each time the
+// page comes into view, and the page is unloaded when it leaves.
+class DIAG_EXPORT DravikWebPage : public SettingsPage {
     Q_OBJECT
 public:
-    explicit DravikWebPage(DisplayView* parent)
-        : PageView(parent, QStringLiteral("DRAVIK"))
-    {
-    }
+    explicit DravikWebPage(DisplayView* parent);
+
+    // Null until the page is first shown.
+    WebView* webView() const { return mWebView; }
+
+protected:
+    void doPageLoad() override;
+
+private slots:
+    void pageWasShown();
+    void pageWasHidden();
+
+private:
+    WebView* mWebView = nullptr;
 };

@@ -13,10 +13,10 @@ namespace {
 
 constexpr int TextInset = 20;
 
-QFont cellFont(int kind)
+QFont cellFont(int kind, int pixelSize)
 {
     QFont font = FontManager::instance()->defaultFont();
-    font.setPixelSize(kind == TableCell::Header ? 20 : 24);
+    font.setPixelSize(pixelSize > 0 ? pixelSize : kind == TableCell::Header ? 20 : 24);
     font.setBold(kind == TableCell::Header);
     return font;
 }
@@ -44,6 +44,15 @@ void TableCell::setLabel(const QString& label)
     update();
 }
 
+void TableCell::setTextPixelSize(int pixels)
+{
+    if (mTextPixelSize == pixels)
+        return;
+    mTextPixelSize = pixels;
+    layoutText();
+    update();
+}
+
 void TableCell::resized()
 {
     DisplayView::resized();
@@ -53,7 +62,7 @@ void TableCell::resized()
 void TableCell::layoutText()
 {
     mText.setTextWidth(qMax(1, width() - 2 * TextInset));
-    mText.prepare(QTransform(), cellFont(mKind));
+    mText.prepare(QTransform(), cellFont(mKind, mTextPixelSize));
 }
 
 int TableCell::state() const
@@ -102,7 +111,7 @@ void TableCell::draw(QPainter& painter)
     painter.setPen(QColor(0x3a, 0x3f, 0x47));
     painter.drawLine(0, height() - 1, width() - 1, height() - 1);
 
-    painter.setFont(cellFont(mKind));
+    painter.setFont(cellFont(mKind, mTextPixelSize));
     painter.setPen(mKind == Header ? QColor(0xb0, 0xb8, 0xc4) : QColor(Qt::white));
     painter.drawStaticText(QPointF(TextInset, (height() - mText.size().height()) / 2), mText);
 }

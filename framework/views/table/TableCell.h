@@ -28,6 +28,9 @@ public:
     // Rich text (a subset of HTML) or plain text.
     QString label() const { return mLabel; }
     void setLabel(const QString& label);
+    // Text size in pixels; 0 is the size of the cell's kind.
+    void setTextPixelSize(int pixels);
+
     // The label without markup: what scripts and dumps know the row by.
     QString plainLabel() const { return mPlainLabel; }
 
@@ -62,4 +65,5 @@ private:
     bool mSelected = false;
     bool mPressed = false;
     bool mTracking = false;
+    int mTextPixelSize = 0;
 };

@@ -30,6 +30,12 @@ TableView::TableView(DisplayView* parent, TableModel* model, TableController* co
     reloadData();
 }
 
+void TableView::setRowHeight(int height)
+{
+    mRowHeight = qMax(1, height);
+    reloadData();
+}
+
 void TableView::setHeaderHeight(int height)
 {
     mHeaderHeight = qMax(1, height);

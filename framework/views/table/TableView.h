@@ -30,6 +30,7 @@ public:
     int rowHeight() const { return mRowHeight; }
     int headerHeight() const { return mHeaderHeight; }
     void setHeaderHeight(int height);
+    void setRowHeight(int height);
     int cellContentWidth() const { return width(); }
     int contentHeight() const { return mContentHeight; }
     // Rows, headers not counted.

@@ -1,0 +1,217 @@
+// The DATA and DRAVIK pages and the web view under them: real pages from files in a scratch
+// folder, loaded by the toolkit's engine and touched through a display.
+#include "core/ConfigValue.h"
+#include "diag/DiagVitalsPage.h"
+#include "diag/DravikWebPage.h"
+#include "display/DisplayDevice.h"
+#include "services/StorageUtils.h"
+#include "views/AppWindow.h"
+#include "views/KineticScroller.h"
+#include "views/WebView.h"
+#include "TestSupport.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QWebFrame>
+#include <QWebPage>
+#include <gtest/gtest.h>
+
+namespace {
+
+class WebPagesTest : public ::testing::Test {
+protected:
+    WebPagesTest()
+        : display(&window, QSize(1920, 1200))
+    {
+        window.resize(1920, 1200);
+        ConfigStore::setPath(dir.filePath("orvane.ini"));
+        StorageUtils::setAssetsFolder(dir.path());
+        write("web_content/vitals/vitals.html", "<html><head><title>VITALS</title></head><body>vitals</body></html>");
+    }
+    ~WebPagesTest() override
+    {
+        pages.clear();
+        drainEvents();
+    }
+
+    QString write(const QString& name, const QByteArray& content)
+    {
+        const QString path = dir.filePath(name);
+        QDir().mkpath(QFileInfo(path).path());
+        QFile f(path);
+        f.open(QIODevice::WriteOnly);
+        f.write(content);
+        return path;
+    }
+
+    template <typename Page>
+    Page* make()
+    {
+        auto* page = new Page(&window);
+        page->setGeometry(QRect(32, 52, 1856, 1028));
+        pages.emplace_back(page);
+        return page;
+    }
+
+    // Runs the loop until the view's frame finished loading.
+    static bool loaded(WebView* view)
+    {
+        QSignalSpy finished(view, &WebView::loadFinished);
+        return finished.count() > 0 || finished.wait(5000);
+    }
+
+    // The empty address finishes without a load signal: wait for the old page to be gone.
+    static bool unloaded(WebView* view)
+    {
+        return waitFor([view] {
+            return view->currentFrame()->requestedUrl().isEmpty() && view->currentFrame()->title().isEmpty()
+                && body(view).isEmpty();
+        });
+    }
+
+    static QString body(WebView* view)
+    {
+        return view->currentFrame()->evaluateJavaScript("document.body ? document.body.textContent : ''").toString();
+    }
+
+    QTemporaryDir dir;
+    AppWindow window;
+    DisplayDevice display;
+    std::vector<std::unique_ptr<DisplayView>> pages;
+};
+
+} // namespace
+
+TEST_F(WebPagesTest, VitalsLoadWhileShownAndLeaveAnEmptyPageWhenHidden)
+{
+    auto* page = make<DiagVitalsPage>();
+    EXPECT_EQ(page->title(), "DATA");
+    EXPECT_EQ(page->vitalsUrl(), QUrl::fromLocalFile(dir.filePath("web_content/vitals/vitals.html")));
+    WebView* view = page->webView();
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->geometry(), QRect(0, 0, 1856, 1028));
+    EXPECT_EQ(view->zoomFactor(), 1.0);
+    EXPECT_TRUE(view->currentFrame()->requestedUrl().isEmpty()) << "nothing loads before the page is shown";
+
+    page->pageShown();
+    ASSERT_TRUE(loaded(view));
+    EXPECT_EQ(view->currentFrame()->title(), "VITALS");
+
+    page->pageHidden();
+    EXPECT_TRUE(unloaded(view));
+
+    // Showing it again loads the dashboard afresh, with what the file says now.
+    write("web_content/vitals/vitals.html", "<html><head><title>AGAIN</title></head></html>");
+    page->pageShown();
+    ASSERT_TRUE(loaded(view));
+    EXPECT_EQ(view->currentFrame()->title(), "AGAIN");
+}
+
+TEST_F(WebPagesTest, VitalsReloadOnlyWhenTheWallClockWentBack)
+{
+    QDateTime now = QDateTime(QDate(2026, 3, 1), QTime(12, 0));
+    auto* page = make<DiagVitalsPage>();
+    page->setClock([&now] { return now; });
+    page->pageShown();
+    ASSERT_TRUE(loaded(page->webView()));
+    QSignalSpy starts(page->webView()->currentFrame(), &QWebFrame::loadStarted);
+
+    now = now.addSecs(1);
+    emit SecondTicker::instance()->tick();
+    now = now.addSecs(3600);
+    emit SecondTicker::instance()->tick();
+    drainEvents();
+    EXPECT_EQ(starts.count(), 0) << "a clock moving forward never reloads";
+
+    now = now.addSecs(-3600);
+    emit SecondTicker::instance()->tick();
+    EXPECT_TRUE(loaded(page->webView()));
+    EXPECT_EQ(starts.count(), 1);
+    EXPECT_EQ(page->webView()->currentFrame()->requestedUrl(), page->vitalsUrl());
+
+    // The next tick measures from the time set back, not from before it.
+    now = now.addSecs(1);
+    emit SecondTicker::instance()->tick();
+    drainEvents();
+    EXPECT_EQ(starts.count(), 1);
+
+    // Hidden pages do not tick.
+    page->pageHidden();
+    EXPECT_TRUE(unloaded(page->webView()));
+    starts.clear();
+    now = now.addSecs(-7200);
+    emit SecondTicker::instance()->tick();
+    drainEvents();
+    EXPECT_EQ(starts.count(), 0);
+}
+
+TEST_F(WebPagesTest, DravikReadsItsAddressOnEveryShowingUpToTheFirstNul)
+{
+    const QString first = write("dravik1.html", "<html><head><title>ONE</title></head></html>");
+    const QString second = write("dravik2.html", "<html><head><title>TWO</title></head></html>");
+    ConfigStore::write("diag/dravik_url", QUrl::fromLocalFile(first).toString());
+
+    auto* page = make<DravikWebPage>();
+    EXPECT_EQ(page->title(), "DRAVIK");
+    emit page->shown(); // before its content exists: nothing to load into
+    emit page->hidden();
+    EXPECT_EQ(page->webView(), nullptr);
+
+    page->pageShown();
+    WebView* view = page->webView();
+    ASSERT_TRUE(view);
+    EXPECT_EQ(view->geometry(), QRect(0, 0, 1856, 1028));
+    ASSERT_TRUE(loaded(view));
+    EXPECT_EQ(view->currentFrame()->title(), "ONE");
+
+    page->pageHidden();
+    EXPECT_TRUE(unloaded(view));
+
+    ConfigStore::write("diag/dravik_url", QUrl::fromLocalFile(second).toString() + QChar(0) + "trailing junk");
+    page->pageShown();
+    ASSERT_TRUE(loaded(view));
+    EXPECT_EQ(view->currentFrame()->requestedUrl(), QUrl::fromLocalFile(second));
+    EXPECT_EQ(view->currentFrame()->title(), "TWO");
+
+    page->pageHidden();
+    ConfigStore::write("diag/dravik_url", "");
+    page->pageShown();
+    EXPECT_TRUE(unloaded(view));
+}
+
+TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
+{
+    auto* view = new WebView(&window);
+    pages.emplace_back(view);
+    view->setGeometry(QRect(100, 100, 800, 600));
+    view->currentFrame()->load(QUrl::fromLocalFile(write(
+        "tall.html", "<html><body style='margin:0'>"
+                     "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
+                     "<div style='height:5000px'></div></body></html>")));
+    ASSERT_TRUE(loaded(view));
+    display.render();
+
+    display.tap(QPoint(250, 150));
+    drainEvents();
+    EXPECT_EQ(view->currentFrame()->title(), "CLICKED");
+
+    view->currentFrame()->evaluateJavaScript("document.title = ''");
+    display.touch(int(TouchEvent::Kind::Press), QPoint(400, 600));
+    for (int y = 580; y >= 200; y -= 20)
+        display.touch(int(TouchEvent::Kind::Move), QPoint(400, y));
+    display.touch(int(TouchEvent::Kind::Release), QPoint(400, 200));
+    view->scroller()->stop();
+    drainEvents();
+    EXPECT_GE(view->currentFrame()->scrollPosition().y(), 380);
+    EXPECT_EQ(view->currentFrame()->title(), "") << "a drag is no click";
+
+    // A page that cannot load leaves an empty view that still loads the next one.
+    view->currentFrame()->load(QUrl::fromLocalFile(dir.filePath("missing.html")));
+    loaded(view);
+    EXPECT_EQ(view->currentFrame()->scrollPosition().y(), 0);
+    display.render();
+    view->currentFrame()->load(QUrl::fromLocalFile(dir.filePath("tall.html")));
+    ASSERT_TRUE(loaded(view));
+    EXPECT_EQ(body(view), "B");
+}
