@@ -12,6 +12,8 @@
 #include "services/StorageUtils.h"
 #include "views/AppChooser.h"
 #include "views/AppWindow.h"
+#include "views/ButtonView.h"
+#include "views/PageView.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
 
@@ -96,10 +98,12 @@ bool BenchHost::start(QString* error)
         Logger(this, "WARN") << "Service endpoint off:" << reason << "- the bench runs on without it";
 
     // The host screens the APPS page offers, one line each.
-    AppChooser::registerApp(QStringLiteral("Diagnostic Tools"), [this] {
-        if (mPluginView)
-            mPluginView->show();
-    });
+    AppChooser::registerApp(QStringLiteral("Diagnostic Tools"), [this] { openScreen(nullptr); });
+    if (const QMetaObject* navigation = mLoader.exportedClass(QStringLiteral("DeveloperNavigationPage"))) {
+        AppChooser::registerApp(QStringLiteral("Developer Navigation"), [this, navigation] {
+            openScreen(qobject_cast<PageView*>(navigation->newInstance(Q_ARG(DisplayView*, mWindow))));
+        });
+    }
 
     mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
     buildApp();
@@ -125,6 +129,23 @@ void BenchHost::buildApp()
         mPluginView->resize(area.width() - 2 * mPluginView->x(), area.height() - mPluginView->y() - 20);
     }
     Logger(this, "INFO") << "Plug-in loaded from" << mLoader.path();
+}
+
+void BenchHost::openScreen(PageView* screen)
+{
+    delete mScreen;
+    delete mScreenBack;
+    mScreen = screen;
+    if (mPluginView)
+        mPluginView->show(!screen);
+    if (!screen)
+        return;
+    // A host screen takes the app's place until BACK in the window's bar brings the app back.
+    screen->setGeometry(mPluginView ? mPluginView->geometry() : mWindow->appArea());
+    screen->pageShown();
+    mScreenBack = new ButtonView(mWindow->barView(), Style("SettingsPushButton"), QStringLiteral("BACK"));
+    mScreenBack->moveTo(22, (mWindow->barView()->height() - mScreenBack->height()) / 2);
+    connect(mScreenBack, &ControlBase::released, this, [this] { openScreen(nullptr); }, Qt::QueuedConnection);
 }
 
 void BenchHost::restart(bool customerMode)

@@ -7,6 +7,7 @@
 #include "ServiceEndpoint.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QTemporaryDir>
 #include <memory>
 
@@ -14,7 +15,9 @@ class AppInfo;
 class AppWindow;
 class DataValue;
 class DisplayDevice;
+class ButtonView;
 class DisplayView;
+class PageView;
 
 // The car's centre display: the application window with the plug-in's view in it, the
 // configuration store and data folder, restarts as the car performs them, host commands, and
@@ -57,6 +60,8 @@ signals:
 
 private:
     void buildApp();
+    // Shows a host screen in place of the plug-in's app, or the app again for null.
+    void openScreen(PageView* screen);
     void restart(bool customerMode);
 
     BenchOptions mOptions;
@@ -69,4 +74,6 @@ private:
     std::unique_ptr<AppInfo> mAppInfo;
     AppWindow* mWindow = nullptr;
     DisplayView* mPluginView = nullptr;
+    QPointer<PageView> mScreen;
+    QPointer<ButtonView> mScreenBack;
 };

@@ -23,6 +23,7 @@ bool PluginLoader::load(const QString& path, QString* error)
     }
     mPath = info.absoluteFilePath();
     mEntry = entry;
+    mHandle = handle;
     return true;
 }
 
@@ -34,4 +35,14 @@ QString PluginLoader::directory() const
 DisplayView* PluginLoader::create(AppInfo* app, DisplayView* parent) const
 {
     return mEntry ? mEntry(app, parent) : nullptr;
+}
+
+const QMetaObject* PluginLoader::exportedClass(const QString& className) const
+{
+    if (!mHandle)
+        return nullptr;
+    // ClassName::staticMetaObject as the Itanium C++ ABI spells it.
+    const QByteArray name = className.toLatin1();
+    const QByteArray symbol = "_ZN" + QByteArray::number(name.size()) + name + "16staticMetaObjectE";
+    return static_cast<const QMetaObject*>(dlsym(mHandle, symbol.constData()));
 }

@@ -11,6 +11,8 @@
 #include <QTemporaryDir>
 #include <functional>
 #include "TestSupport.h"
+#include "services/PlacesHistoryDB.h"
+#include "services/StorageUtils.h"
 #include <gtest/gtest.h>
 
 namespace {
@@ -277,6 +279,34 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
     const int stop = run.output.indexOf("Platform request: host-command.emit-stop-factory-speaker-test()");
     EXPECT_GE(start, 0);
     EXPECT_GT(stop, start);
+}
+
+TEST_F(BenchEndToEnd, AppsOpenTheNavigationScreenWhoseResetEmptiesHomeAndWork)
+{
+    const QString data = dir.filePath("data");
+    QString error;
+    ASSERT_TRUE(StorageUtils::setDataFolder(data, &error)) << error.toStdString();
+    ASSERT_TRUE(PlacesHistoryDB::instance()->setPlace(PlacesHistoryDB::Kind::Home, {"Home", "1 Elm St", 52.1, 4.3}));
+    ASSERT_TRUE(PlacesHistoryDB::instance()->setPlace(PlacesHistoryDB::Kind::Work, {"Work", "9 Dock Rd", 52.2, 4.4}));
+
+    const QString script = file("nav.txt",
+                                "tap \"APPS\"\n"
+                                "tap \"Developer Navigation\"\n"
+                                "expect-journal \"AppChooser.openApp(Developer Navigation)\"\n"
+                                "expect-view \"DEV NAV\"\n"
+                                "tap \"RESET HOME/WORK\"\n"
+                                "expect-journal \"PlacesHistoryDB.deleteHome(true)\"\n"
+                                "expect-journal \"PlacesHistoryDB.deleteWork(true)\"\n"
+                                "expect-pending GUI_shouldRecommendHome true\n"
+                                "expect-pending GUI_shouldRecommendWork true\n"
+                                "tap \"BACK\"\n"
+                                "expect-no-view \"DEV NAV\"\n"
+                                "expect-view \"APPS\"\n");
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--vehicle-latency", "60000",
+                                "--service-port", "0", "--data-dir", data, "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_FALSE(PlacesHistoryDB::instance()->hasHome());
+    EXPECT_FALSE(PlacesHistoryDB::instance()->hasWork());
 }
 
 TEST_F(BenchEndToEnd, WithoutAScriptOutputsAreWrittenOnceSettledThenItExits)

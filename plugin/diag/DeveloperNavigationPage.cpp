@@ -6,21 +6,6 @@
 #include "views/ButtonView.h"
 #include "views/LayoutView.h"
 
-namespace {
-
-// Asks the system to offer learning the place again; asking for what already stands only
-// withdraws a pending change.
-void requestRecommendation(BoolDataValue& flag)
-{
-    DataValue::EventLocker lock(flag);
-    if (flag.isValid() && flag.value())
-        flag.revertPendingNoLock();
-    else
-        flag.setPendingValidNoLock(true);
-}
-
-} // namespace
-
 DeveloperNavigationPage::DeveloperNavigationPage(DisplayView* parent)
     : SettingsPage(parent, QStringLiteral("DEV NAV"))
 {
@@ -65,8 +50,9 @@ void DeveloperNavigationPage::clearHomeAndWork()
         places->deleteHome(true);
     if (places->hasWork())
         places->deleteWork(true);
-    requestRecommendation(GUI_shouldRecommendWork);
-    requestRecommendation(GUI_shouldRecommendHome);
+    // Asks the system to offer learning both places again.
+    GUI_shouldRecommendWork.request(true);
+    GUI_shouldRecommendHome.request(true);
 }
 
 void DeveloperNavigationPage::testOptimizedRouting()

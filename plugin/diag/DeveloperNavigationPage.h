@@ -8,7 +8,8 @@
 class DIAG_EXPORT DeveloperNavigationPage : public SettingsPage {
     Q_OBJECT
 public:
-    explicit DeveloperNavigationPage(DisplayView* parent);
+    // Invokable so a host that loads the plug-in at run time can make one by name.
+    Q_INVOKABLE explicit DeveloperNavigationPage(DisplayView* parent);
 
 public slots:
     void restartNavServer();
