@@ -89,6 +89,9 @@ public:
     bool hasKeyFocus() const;
     // The deepest shown, enabled view under a point of this view's coordinates.
     DisplayView* viewAt(const QPoint& local);
+    // A view drawn over others that touches go through (with its children), as if it were not there.
+    void setTouchTransparent(bool on) { mTouchTransparent = on; }
+    bool isTouchTransparent() const { return mTouchTransparent; }
 
     // A short text that tells this view apart in dumps and scripts (label or title).
     virtual QString describe() const { return QString(); }
@@ -124,5 +127,6 @@ private:
     bool mVisible = true;
     bool mEnabled = true;
     bool mAutoResizeToParent = false;
+    bool mTouchTransparent = false;
     QVariantAnimation* mAnimation = nullptr;
 };

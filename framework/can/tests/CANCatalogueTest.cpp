@@ -144,18 +144,24 @@ TEST_F(SampleCatalogue, ReleasingAndCapturingAgainForgetsTheOldValue)
     EXPECT_EQ(value(speed, 2), QStringLiteral("200.00"));
 }
 
-TEST_F(SampleCatalogue, MultiplexedSignalsTakeOnlyFramesThatSelectThem)
+TEST_F(SampleCatalogue, MultiplexedSignalsHaveAValueOnlyWhileSelected)
 {
     const int cabin = id("ClimateSensors", "CabinTemp"), outside = id("ClimateSensors", "OutsideTemp"),
               humidity = id("ClimateSensors", "Humidity");
     for (int s : {cabin, outside, humidity})
         decoder->capture(s);
     decoder->decode(frameOf(1024, {0, 0xD7, 0x00, 0, 0, 0, 0, 0}), 0);  // cabin 21.5
-    decoder->decode(frameOf(1024, {1, 0xDD, 0xFF, 0, 0, 0, 0, 0}), 0);  // outside -3.5
-    decoder->decode(frameOf(1024, {3, 0x11, 0x11, 0, 0, 0, 0, 0}), 0);  // selects nothing
     EXPECT_EQ(value(cabin, 1), QStringLiteral("21.5"));
+    EXPECT_EQ(value(outside), QStringLiteral("--"));
+    decoder->decode(frameOf(1024, {1, 0xDD, 0xFF, 0, 0, 0, 0, 0}), 0);  // outside -3.5
+    EXPECT_EQ(value(cabin), QStringLiteral("--"));
     EXPECT_EQ(value(outside, 1), QStringLiteral("-3.5"));
-    EXPECT_EQ(value(humidity), QStringLiteral("--"));
+    decoder->decode(frameOf(1024, {3, 0x11, 0x11, 0, 0, 0, 0, 0}), 0);  // selects nothing
+    for (int s : {cabin, outside, humidity})
+        EXPECT_EQ(value(s), QStringLiteral("--"));
+    decoder->decode(frameOf(1024, {0, 0xD7, 0x00, 0, 0, 0, 0, 0}), 0);
+    decoder->decode(frameOf(1024, {0, 0x11}), 0);  // selects the cabin value but is too short to carry it
+    EXPECT_EQ(value(cabin, 1), QStringLiteral("21.5"));
 }
 
 TEST(CANDecoder, ExtendedMultiplexingFollowsTheWholeChain)
@@ -176,13 +182,9 @@ SG_MUL_VAL_ 5 Leaf Middle 2-3;
         bool taken;
     } frames[] = {{0x21, 10, true}, {0x20, 11, false}, {0x31, 12, true}, {0x41, 13, false}, {0x32, 14, false}};
     for (const auto& f : frames) {
-        CanFrame frame = frameOf(5, {f.selectors, f.leaf, 0, 0, 0, 0, 0, 0});
-        const QString before = d.formattedValue(2, 0, QStringLiteral("--"));
-        d.decode(frame, 0);
-        if (f.taken)
-            EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), QString::number(f.leaf)) << int(f.selectors);
-        else
-            EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), before) << int(f.selectors);
+        d.decode(frameOf(5, {f.selectors, f.leaf, 0, 0, 0, 0, 0, 0}), 0);
+        EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), f.taken ? QString::number(f.leaf) : QStringLiteral("--"))
+            << int(f.selectors);
     }
 }
 
