@@ -307,4 +307,45 @@ TEST(CANDataManager, BadCatalogueFilesAreLoggedAndTheRestWorks)
     EXPECT_FALSE(CANDataManager::decoder()->isCaptured(speed->id()));
 }
 
+// A bench that switches to another log starts from nothing: no old values, no old counts,
+// but the signals the viewer captures are still captured.
+TEST(CANDataManager, SwitchingToAnotherLogForgetsValuesAndCountersButKeepsCaptures)
+{
+    QTemporaryDir dir;
+    const auto log = [&](const QString& name, const QByteArray& text) {
+        QFile f(dir.filePath(name));
+        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(text);
+        return f.fileName();
+    };
+    const QString speedAndStranger = log("first.log", "(1.0) can0 100#1027000000000000\n(1.1) can0 7FF#01\n");
+    const QString strangerOnly = log("second.log", "(1.0) can0 7FE#01\n");
+    const QString speedOnly = log("third.log", "(1.0) can0 100#204E000000000000\n");
+    ASSERT_TRUE(CANDataManager::loadCatalogue({sampleCatalogue()}));
+    CANSignalNode* speed = CANDataManager::findSignal(
+        CANDataManager::findMessage(CANDataManager::findBus(QStringLiteral("sample")), QStringLiteral("VehicleSpeed")),
+        QStringLiteral("Speed"));
+    ASSERT_TRUE(speed);
+    CANDataManager::startCapture(speed);
+    const auto value = [&] { return CANDataManager::recentSignalValueAsString(speed->id(), 0, 1, QStringLiteral("--")); };
+
+    CANDataManager::addLogReplay(speedAndStranger, 0, false);
+    CANDataManager::startSources();
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    EXPECT_EQ(value(), QStringLiteral("100.0"));
+    EXPECT_EQ(CANDataManager::busCounters(0).frames, 2u);
+
+    CANDataManager::switchToLogReplay(strangerOnly, 0, false);
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    EXPECT_EQ(CANDataManager::sourceCount(), 1);
+    EXPECT_EQ(value(), QStringLiteral("--"));
+    EXPECT_EQ(CANDataManager::busCounters(0).frames, 1u);
+    EXPECT_EQ(CANDataManager::busCounters(0).unknownIds, 1u);
+
+    CANDataManager::switchToLogReplay(speedOnly, 0, false);
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    EXPECT_EQ(value(), QStringLiteral("200.0"));
+    CANDataManager::removeSources();
+}
+
 } // namespace
