@@ -11,6 +11,10 @@
 
 namespace {
 
+// Every name of the largest catalogues fits many times over; a larger file is not a filter,
+// and reading it would cost seconds and most of the memory.
+constexpr qint64 MaxFilterBytes = 4 * 1024 * 1024;
+
 // A filter key's names. Anything but an array of strings names nothing; what is skipped is
 // logged, so a filter that shows less than meant says why.
 QSet<QByteArray> namesOf(const QVariantMap& map, const QString& key)
@@ -66,6 +70,11 @@ void CANDataModel::loadFilter(QFile& file)
     Logger(this, "INFO") << "Loading CAN View Filter from" << file.fileName();
     if (!file.open(QIODevice::ReadOnly)) {
         Logger(this, "ERROR") << "Unable to open CAN View Filter" << file.fileName();
+        return;
+    }
+    if (file.size() > MaxFilterBytes) {
+        Logger(this, "WARN") << "CAN View Filter" << file.fileName() << "holds" << file.size() << "bytes, more than any filter needs";
+        Logger(this, "ERROR") << "Empty or corrupt CAN View Filter";
         return;
     }
     const QByteArray text = file.readAll();
