@@ -7,8 +7,9 @@
 
 namespace VxJson {
 
-// JSON text to variants: objects become QVariantMap, arrays QVariantList, numbers double.
-// The text must be an object or an array; nesting deeper than 1024 is refused.
+// JSON text (RFC 8259) to variants: objects become QVariantMap (a repeated key keeps its last
+// value), arrays QVariantList, strings QString, numbers double, null an invalid QVariant. The
+// text must be an object or an array; nesting deeper than 1024 is refused.
 class ORVANE_EXPORT Parser {
 public:
     // An invalid variant and *ok false when the text is not JSON. A caller that reports the
