@@ -11,7 +11,6 @@ class ORVANE_EXPORT BorderImageView : public DisplayView {
 public:
     BorderImageView(DisplayView* parent, const QStringList& images, int border);
 
-    QStringList images() const { return mImages; }
     void draw(QPainter& painter) override;
     void dumpProperties(QJsonObject& out) const override;
 

@@ -91,7 +91,6 @@ public:
     DisplayView* viewAt(const QPoint& local);
     // A view drawn over others that touches go through (with its children), as if it were not there.
     void setTouchTransparent(bool on) { mTouchTransparent = on; }
-    bool isTouchTransparent() const { return mTouchTransparent; }
 
     // A short text that tells this view apart in dumps and scripts (label or title).
     virtual QString describe() const { return QString(); }

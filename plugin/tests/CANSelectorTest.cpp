@@ -113,8 +113,9 @@ TEST(CANSelectorModel, TheLongestReferenceBusFallsIntoContiguousSectionsUnderThe
         EXPECT_EQ(sections[s].first, next);
         for (int r = 0; r < sections[s].second; ++r)
             EXPECT_EQ(LocaleManager::groupingStringForTitle(p.data.getMessageName(longest, next + r)), headers[s]);
-        if (s > 0)
+        if (s > 0) {
             EXPECT_NE(headers[s], headers[s - 1]);  // neighbours with one letter share a section
+        }
         next += sections[s].second;
     }
     EXPECT_EQ(next, p.data.getMessageCount(longest));

@@ -63,6 +63,8 @@ TableView* MultiTableView::createTable(int tag, const TableModelIndex& parent, q
     auto* table = new TableView(this, mModel, mController, &level->path, mRowHeight);
     level->table = table;
     mLevels.push_back(std::move(level));
+    // Read again now that the controller can ask for the table's tag and depth.
+    table->reloadData();
     slideToRest(PushSlideMs);
     emit leftTableChanged(leftTable());
     return table;

@@ -27,7 +27,6 @@ public:
     CANDataModel(AppInfo* appInfo, bool showAll, QObject* parent = nullptr);
 
     bool isFiltered() const { return mFiltered; }
-    const CANFilterEntry& filter() const { return mRoot; }
 
     // Positions are those of the shown tree and must be valid.
     int getBusCount() const;

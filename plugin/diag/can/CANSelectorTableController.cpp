@@ -22,10 +22,9 @@ CANSelectorTableController::CANSelectorTableController(CANSelectorTableModel* mo
 {
 }
 
-int CANSelectorTableController::levelOf(const TableView* table)
+int CANSelectorTableController::levelOf(const TableView* table) const
 {
-    const int depth = MultiTableView::path(table->path()).size();
-    return depth <= SignalLevel ? depth : -1;
+    return mTables ? mTables->tagOf(table) : -1;
 }
 
 void CANSelectorTableController::createFirstTable(MultiTableView* tables)

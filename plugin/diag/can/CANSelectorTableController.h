@@ -28,8 +28,8 @@ public:
     void backPressed();
 
 private:
-    // The level a table of the picker shows, from its path; -1 for any other table.
-    static int levelOf(const TableView* table);
+    // The level a table of the picker shows, by its tag; -1 for any other table.
+    int levelOf(const TableView* table) const;
 
     CANSelectorTableModel* mModel;
     TableView* mRightTable;

@@ -37,7 +37,6 @@ public:
     CANViewTableModel* selectedModel() const { return mSelectedModel; }
     TableView* rightTable() const { return mRightTable; }
     MultiTableView* leftTables() const { return mLeftTables; }
-    CANSelectorTableController* selectorController() const { return mSelectorController; }
     QTimer* refreshTimer() { return &mRefreshTimer; }
     QString leftTitle() const { return mLeftTitle; }
     int headerHeight() const { return mHeaderHeight; }
