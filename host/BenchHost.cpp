@@ -91,6 +91,14 @@ bool BenchHost::start(QString* error)
     // The catalogue must be there before the plug-in's pages look signals up.
     if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
         return false;
+    const QString record = mOptions.parser ? CANCommandLine::recordPath(*mOptions.parser) : QString();
+    if (!record.isEmpty()) {
+        mRecorder = std::make_unique<CANRecorder>();
+        if (!mRecorder->start(record, error)) {
+            *error = QStringLiteral("--can-record: %1").arg(*error);
+            return false;
+        }
+    }
 
     if (mService.start(mOptions.servicePort, &reason))
         Logger(this, "INFO") << "Service endpoint on" << mService.url();

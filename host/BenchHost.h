@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BenchCar.h"
+#include "CANRecorder.h"
 #include "BenchOptions.h"
 #include "HostCommandListener.h"
 #include "PluginLoader.h"
@@ -70,6 +71,7 @@ private:
     HostCommandListener mHostCommands;
     std::unique_ptr<BenchCar> mCar;
     ServiceEndpoint mService;
+    std::unique_ptr<CANRecorder> mRecorder;
     std::unique_ptr<DisplayDevice> mDisplay;
     std::unique_ptr<AppInfo> mAppInfo;
     AppWindow* mWindow = nullptr;

@@ -1,6 +1,7 @@
 #include "BenchWindow.h"
 
 #include "BenchHost.h"
+#include "CANBusPanel.h"
 #include "DisplayWidget.h"
 #include "FactoryDrivingPanel.h"
 #include "core/DataValue.h"
@@ -68,6 +69,7 @@ BenchWindow::BenchWindow(BenchHost* host)
     panel->addWidget(new FactoryDrivingPanel);
     panel->addWidget(new QLabel(QStringLiteral("Platform journal")));
     panel->addWidget(mJournal, 1);
+    panel->addWidget(new CANBusPanel);
     auto* restart = new QPushButton(QStringLiteral("Restart UI"));
     panel->addWidget(restart);
     auto* side = new QWidget;

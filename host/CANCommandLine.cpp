@@ -14,6 +14,7 @@ const char* const SpeedOption = "can-speed";
 const char* const LoopOption = "can-loop";
 const char* const InterfaceOption = "can-if";
 const char* const GenerateOption = "can-generate";
+const char* const RecordOption = "can-record";
 
 bool fail(QString* error, const QString& text)
 {
@@ -47,6 +48,14 @@ void CANCommandLine::addOptions(QCommandLineParser& parser)
         QStringLiteral("IFACE[=BUS]")));
     parser.addOption(QCommandLineOption(QString::fromLatin1(GenerateOption),
         QStringLiteral("Generate traffic from the catalogue at each message's cycle time.")));
+    parser.addOption(QCommandLineOption(QString::fromLatin1(RecordOption),
+        QStringLiteral("Write the captured signals' latest values ten times a second as CSV until the bench ends."),
+        QStringLiteral("FILE.csv")));
+}
+
+QString CANCommandLine::recordPath(const QCommandLineParser& parser)
+{
+    return parser.value(QString::fromLatin1(RecordOption));
 }
 
 bool CANCommandLine::apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error)

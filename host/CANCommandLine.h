@@ -10,6 +10,7 @@ class QCommandLineParser;
 //   --can-log FILE        replay a candump log, with --can-speed X and --can-loop
 //   --can-if IFACE[=BUS]  (repeatable) read a SocketCAN interface into a bus
 //   --can-generate        make traffic from the catalogue
+//   --can-record FILE     write the captured signals' values as CSV (CANRecorder)
 // With none of them the shipped sample catalogue and the generator run, so values move out of
 // the box. A source without --dbc uses the sample catalogue; --dbc without a source generates.
 class CANCommandLine {
@@ -21,4 +22,6 @@ public:
     static bool apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error);
 
     static QString sampleCatalogue(const QString& assetsDir);
+    // The --can-record file, empty when not asked for.
+    static QString recordPath(const QCommandLineParser& parser);
 };

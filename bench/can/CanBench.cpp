@@ -1,6 +1,7 @@
 // Figures for the CAN layer: captured-signal extractions per second, candump replay as fast
 // as possible, loading every shared reference catalogue (with peak memory), and the CPU share
 // of six saturated buses replayed in real time.
+#include "CanBenchSupport.h"
 #include "can/CANData.h"
 #include "can/CANDecoder.h"
 #include "can/CandumpReplay.h"
@@ -23,31 +24,6 @@
 #include <thread>
 
 namespace {
-
-// Keeps the catalogue summaries off the figures.
-struct QuietLog : LogSink {
-    QuietLog() { Logger::removeSink(Logger::standardErrorSink()); }
-    void write(const LogRecord&) override {}
-};
-
-QString sourceDir()
-{
-    const QByteArray env = qgetenv("ORVANE_SOURCE_DIR");
-    return env.isEmpty() ? QStringLiteral(ORVANE_SOURCE_DIR_DEFAULT) : QString::fromLocal8Bit(env);
-}
-
-QStringList referenceCatalogues()
-{
-    const QDir dir(QDir::cleanPath(sourceDir() + QStringLiteral("/../shared/reference/dbc")));
-    QStringList files;
-    for (const QString& f : dir.entryList({QStringLiteral("*.dbc")}, QDir::Files, QDir::Name))
-        files << dir.filePath(f);
-    if (files.isEmpty()) {
-        std::fprintf(stderr, "can_bench: no reference catalogues in %s\n", qPrintable(dir.path()));
-        std::exit(1);
-    }
-    return files;
-}
 
 void loadAll(CANData& data)
 {
@@ -100,32 +76,6 @@ void BM_DecodeCapturedSignals(benchmark::State& state)
     state.SetLabel("items = captured-signal extractions, every signal of 4 reference catalogues captured");
 }
 BENCHMARK(BM_DecodeCapturedSignals);
-
-// Writes `frames` lines of the catalogue's traffic, `gap` seconds apart, on `iface`.
-QString writeLog(const QString& path, const CANData& data, int bus, int frames, double gap, const char* iface)
-{
-    QFile f(path);
-    f.open(QIODevice::WriteOnly);
-    std::mt19937 random(bus + 1);
-    QByteArray line;
-    const CANBusNode* b = data.busAt(bus);
-    for (int i = 0; i < frames; ++i) {
-        const CANMessageNode* m = b->messageAt(i % b->messageCount());
-        const unsigned len = std::min<unsigned>(m->definition().dlc, 8);
-        char head[64];
-        std::snprintf(head, sizeof head, m->isExtended() ? "(%.6f) %s %08X#" : "(%.6f) %s %03X#", 1000.0 + i * gap, iface,
-            m->frameId());
-        line = head;
-        for (unsigned k = 0; k < len; ++k) {
-            char hex[3];
-            std::snprintf(hex, sizeof hex, "%02X", unsigned(random() & 0xFF));
-            line += hex;
-        }
-        line += '\n';
-        f.write(line);
-    }
-    return path;
-}
 
 void BM_CandumpReplayAsFastAsPossible(benchmark::State& state)
 {

@@ -201,6 +201,15 @@ void CANDataManager::addGenerator(double speed)
     state().runners.push_back(std::move(r));
 }
 
+void CANDataManager::switchToLogReplay(const QString& path, double speed, bool loop)
+{
+    stopSources();
+    state().runners.clear();
+    decoder()->clearValuesAndCounters();
+    addLogReplay(path, speed, loop);
+    startSources();
+}
+
 int CANDataManager::sourceCount() { return int(state().runners.size()); }
 
 void CANDataManager::startSources()

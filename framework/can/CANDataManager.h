@@ -44,6 +44,9 @@ public:
     static void addLogReplay(const QString& path, double speed, bool loop);
     static void addInterface(const QString& iface);
     static void addGenerator(double speed = 1.0);
+    // Stops and forgets every source, forgets values and counters, and replays this log
+    // instead (interface mappings kept).
+    static void switchToLogReplay(const QString& path, double speed, bool loop);
     static int sourceCount();
     static void startSources();
     static void stopSources();

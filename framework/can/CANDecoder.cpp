@@ -68,6 +68,21 @@ void CANDecoder::release(int signalId)
         mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_sub(1);
 }
 
+void CANDecoder::clearValuesAndCounters()
+{
+    for (int i = 0; i < mCatalogue.signalCount(); ++i)
+        mSlots[size_t(i)].hasValue.store(false);
+    for (int b = Unrouted; b < mBusCount; ++b) {
+        BusCounters& c = countersFor(b);
+        for (std::atomic<uint64_t>* n : {&c.frames, &c.unknownIds, &c.shortFrames, &c.droppedFrames, &c.errorFrames})
+            n->store(0);
+        std::lock_guard<std::mutex> lock(c.rateMutex);
+        c.sampleTime = {};
+        c.sampleFrames = 0;
+        c.rate = 0;
+    }
+}
+
 bool CANDecoder::isCaptured(int signalId) const
 {
     return mCatalogue.signalById(signalId) && mSlots[size_t(signalId)].captures.load() > 0;
@@ -118,8 +133,11 @@ void CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
         const DbcSignal& s = m.signalList[i];
         if (s.layout.bytesNeeded() > frame.len)
             continue;
-        if (s.muxSwitch != -1 && !isSelected(m, s, frame))
+        // A value the multiplexer no longer selects is not the signal's value any more.
+        if (s.muxSwitch != -1 && !isSelected(m, s, frame)) {
+            slot.hasValue.store(false, std::memory_order_release);
             continue;
+        }
         slot.bits.store(s.layout.extract(frame.data), std::memory_order_relaxed);
         slot.hasValue.store(true, std::memory_order_release);
     }

@@ -46,13 +46,17 @@ public:
     void capture(int signalId);
     void release(int signalId);
     bool isCaptured(int signalId) const;
+    // Forgets every value and zeroes the counters, captures kept: a new source starts clean.
+    // Only while no source decodes.
+    void clearValuesAndCounters();
 
     // `bus` is a catalogue bus index, or Unrouted to let the first bus that knows the id take it.
     void decode(const CanFrame& frame, int bus);
     void countDropped(int bus, uint64_t frames);
     void countErrorFrame(int bus);
 
-    // The latest physical value; false before the first value.
+    // The latest physical value; false before the first value, and for a multiplexed signal
+    // while the last frame of its message did not select it.
     bool latestValue(int signalId, double* value, int64_t* raw = nullptr) const;
     // The value with `decimals` decimals, or the raw number and its label ("2 (DRIVE)") when the
     // catalogue labels that value; `noValue` before the first value.

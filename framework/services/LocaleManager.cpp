@@ -18,3 +18,30 @@ bool LocaleManager::isJapanese()
 {
     return language() == QLocale::Japanese;
 }
+
+QChar LocaleManager::groupingCharForTitle(const QString& title)
+{
+    constexpr QChar Other(QLatin1Char('#'));
+    if (title.isEmpty())
+        return Other;
+    QChar c = title.at(0);
+    // A precomposed letter decomposes to its base letter first, then the accents.
+    if (c.decompositionTag() == QChar::Canonical)
+        c = c.decomposition().at(0);
+    switch (c.category()) {
+    case QChar::Letter_Uppercase:
+    case QChar::Letter_Titlecase:
+    case QChar::Letter_Lowercase: {
+        const QChar upper = c.toUpper();
+        // A lower-case letter without a single capital (the German sharp s) files as itself.
+        return upper.category() == QChar::Letter_Uppercase || upper.category() == QChar::Letter_Titlecase ? upper : c;
+    }
+    default:
+        return Other;
+    }
+}
+
+QString LocaleManager::groupingStringForTitle(const QString& title)
+{
+    return QString(groupingCharForTitle(title));
+}

@@ -133,3 +133,23 @@ TEST(KineticScroller, NewBoundsClampTheOffsetOnceNoFingerHoldsIt)
     rig.runTo(rig.ms + 1000);
     EXPECT_EQ(rig.y(), 400);
 }
+
+TEST(KineticScroller, SlideReachesItsTargetInItsTimeSlowingDownAndZeroJumps)
+{
+    Rig rig(1000);
+    QSignalSpy moved(&rig.scroller, &KineticScroller::offsetChanged);
+    rig.scroller.scrollTo(QPointF(0, 400), 200);
+    EXPECT_TRUE(rig.scroller.isMoving());
+    rig.runTo(100, 100);
+    // Eased out: past half the way at half the time.
+    EXPECT_GT(rig.y(), 200);
+    EXPECT_LT(rig.y(), 400);
+    rig.runTo(200, 100);
+    EXPECT_DOUBLE_EQ(rig.y(), 400);
+    EXPECT_FALSE(rig.scroller.isMoving());
+    EXPECT_EQ(moved.count(), 2);
+
+    rig.scroller.scrollTo(QPointF(0, 5000), 0);  // beyond the bounds: clamped, at once
+    EXPECT_DOUBLE_EQ(rig.y(), 1000);
+    EXPECT_FALSE(rig.scroller.isMoving());
+}

@@ -1,6 +1,7 @@
 #include "views/ButtonView.h"
 
 #include "services/FontManager.h"
+#include "services/Skin.h"
 
 #include <QJsonObject>
 #include <QPainter>
@@ -77,6 +78,12 @@ void ButtonView::setButtonColor(const QString& color)
     update();
 }
 
+void ButtonView::setImage(const QString& skinName)
+{
+    mImage = skinName;
+    update();
+}
+
 void ButtonView::valueChanged()
 {
     const DataValueBinding::Reading r = mBinding.read();
@@ -103,6 +110,10 @@ void ButtonView::activated()
 
 void ButtonView::draw(QPainter& painter)
 {
+    if (!mImage.isEmpty()) {
+        drawImage(painter);
+        return;
+    }
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF face = QRectF(rect()).adjusted(3, insetTop(), -3, -insetBottom());
     QColor fill = Style::buttonColor(mColor);
@@ -128,9 +139,24 @@ void ButtonView::draw(QPainter& painter)
     painter.drawText(face, Qt::AlignCenter | Qt::TextWordWrap, text);
 }
 
+void ButtonView::drawImage(QPainter& painter)
+{
+    const QImage image = Skin::image(mImage);
+    if (image.isNull())
+        return;
+    const QSize fitted = image.size().scaled(rect().size(), Qt::KeepAspectRatio);
+    const QRect target(QPoint((width() - fitted.width()) / 2, (height() - fitted.height()) / 2), fitted);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    if (isPressed() || isToggled())
+        painter.setOpacity(painter.opacity() * 0.6);
+    painter.drawImage(target, image);
+}
+
 void ButtonView::dumpProperties(QJsonObject& out) const
 {
     out.insert(QStringLiteral("label"), mLabel);
+    if (!mImage.isEmpty())
+        out.insert(QStringLiteral("image"), mImage);
     if (mToggle)
         out.insert(QStringLiteral("toggled"), isToggled());
     if (mBinding.isBound())

@@ -25,13 +25,17 @@ public:
     bool isPending() const { return mPending; }
     // An empty name means the style's colour.
     void setButtonColor(const QString& color = QString());
+    // A skin image ("canview/back.png") drawn instead of the face, fitted to the view; scripts
+    // know an unlabelled image button by the image's name.
+    void setImage(const QString& skinName);
+    QString image() const { return mImage; }
 
     // The drawn face is inset from the view's bounds by these.
     int insetTop() const { return 5; }
     int insetBottom() const { return 5; }
 
     void draw(QPainter& painter) override;
-    QString describe() const override { return mLabel; }
+    QString describe() const override { return mLabel.isEmpty() ? mImage : mLabel; }
     void dumpProperties(QJsonObject& out) const override;
 
 protected:
@@ -43,9 +47,12 @@ private slots:
     void valueChanged();
 
 private:
+    void drawImage(QPainter& painter);
+
     Style mStyle;
     QString mLabel;
     QString mColor;
+    QString mImage;
     DataValueBinding mBinding;
     bool mToggle = false;
     bool mToggled = false;

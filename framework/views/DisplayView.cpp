@@ -252,7 +252,7 @@ bool DisplayView::hasKeyFocus() const
 
 DisplayView* DisplayView::viewAt(const QPoint& local)
 {
-    if (!mVisible || !mEnabled || !rect().contains(local))
+    if (!mVisible || !mEnabled || mTouchTransparent || !rect().contains(local))
         return nullptr;
     // Later children are painted on top, so they are hit first.
     for (int i = mChildren.size() - 1; i >= 0; --i) {

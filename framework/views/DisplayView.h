@@ -92,6 +92,8 @@ public:
     bool hasKeyFocus() const;
     // The deepest shown, enabled view under a point of this view's coordinates.
     DisplayView* viewAt(const QPoint& local);
+    // A view drawn over others that touches go through (with its children), as if it were not there.
+    void setTouchTransparent(bool on) { mTouchTransparent = on; }
 
     // A short text that tells this view apart in dumps and scripts (label or title).
     virtual QString describe() const { return QString(); }
@@ -128,5 +130,6 @@ private:
     bool mEnabled = true;
     bool mAutoResizeToParent = false;
     QRect mAutoResizePercent{0, 0, 100, 100};
+    bool mTouchTransparent = false;
     QVariantAnimation* mAnimation = nullptr;
 };

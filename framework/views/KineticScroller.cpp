@@ -74,6 +74,26 @@ void KineticScroller::setOffset(const QPointF& offset)
     setPositions(QPointF(mAxes[0].clamped(offset.x()), mAxes[1].clamped(offset.y())));
 }
 
+void KineticScroller::scrollTo(const QPointF& offset, int durationMs)
+{
+    if (durationMs <= 0) {
+        setOffset(offset);
+        return;
+    }
+    mDragging = false;
+    const qint64 t = now();
+    const qreal targets[2] = {offset.x(), offset.y()};
+    for (int i = 0; i < 2; ++i) {
+        Axis& a = mAxes[i];
+        a.from = a.pos;
+        a.target = a.clamped(targets[i]);
+        a.since = t;
+        a.durationMs = durationMs;
+        a.phase = a.target == a.pos ? Axis::Still : Axis::Slide;
+    }
+    startTimerIfMoving();
+}
+
 bool KineticScroller::press(const QPointF& position)
 {
     const bool wasMoving = isMoving();
@@ -218,6 +238,11 @@ void KineticScroller::Axis::advanceTo(qint64 t)
         }
         pos = p;
         if (qAbs(velocity * decay) < StopVelocity)
+            phase = Still;
+    } else if (phase == Slide) {
+        const qreal u = qMin<qreal>(1, dt / durationMs);
+        pos = from + (target - from) * (1 - (1 - u) * (1 - u));
+        if (u >= 1)
             phase = Still;
     } else if (phase == Settle) {
         const qreal p = target + (from - target) * qExp(-dt / SettleMs);

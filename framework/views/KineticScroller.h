@@ -34,6 +34,8 @@ public:
     QPointF offset() const { return {mAxes[0].pos, mAxes[1].pos}; }
     // Jumps there (clamped) and stops any motion.
     void setOffset(const QPointF& offset);
+    // Moves there (clamped) in `durationMs`, slowing down towards the end; 0 jumps.
+    void scrollTo(const QPointF& offset, int durationMs);
 
     // A finger in the coordinates of the scrolled view. press() stops any motion and answers
     // whether there was one, so the press does not count as a tap on the content.
@@ -63,7 +65,7 @@ signals:
 
 private:
     struct Axis {
-        enum Phase { Still, Glide, Settle };
+        enum Phase { Still, Glide, Settle, Slide };
         qreal pos = 0;
         qreal min = 0;
         qreal max = 0;
@@ -72,6 +74,7 @@ private:
         qreal velocity = 0; // px/s at `since`
         qreal target = 0;
         qint64 since = 0;
+        qreal durationMs = 0; // of a slide
 
         qreal clamped(qreal p) const { return qBound(min, p, max); }
         qreal rubberBanded(qreal raw) const;

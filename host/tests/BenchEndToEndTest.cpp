@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QTcpServer>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <functional>
 #include "TestSupport.h"
 #include "services/PlacesHistoryDB.h"
@@ -102,6 +103,30 @@ protected:
         const QString shown =
             find(pages, [](const QJsonObject& v) { return v.contains("title") && v["visible"].toBool(); })["title"].toString();
         return lit == shown ? shown : "lit " + lit + " but shown " + shown;
+    }
+
+    // The shown rows of a kind of cell, in table order: "label" or, for drawn rows, "text".
+    static QStringList shownRows(const QJsonObject& root, const QString& cls, const QString& property = "label")
+    {
+        QList<QPair<QPair<int, int>, QString>> rows;
+        std::function<void(const QJsonObject&)> visit = [&](const QJsonObject& v) {
+            if (v["class"].toString() == cls && v["shown"].toBool() && v["row"].toInt() >= 0)
+                rows.append({{v["section"].toInt(), v["row"].toInt()}, v[property].toString()});
+            for (const QJsonValue& child : v["children"].toArray())
+                visit(child.toObject());
+        };
+        visit(root);
+        std::sort(rows.begin(), rows.end());
+        QStringList out;
+        for (const auto& r : rows)
+            out << r.second;
+        return out;
+    }
+
+    QByteArray contents(const QString& name)
+    {
+        QFile f(dir.filePath(name));
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(missing)");
     }
 
     QTemporaryDir dir;
@@ -435,7 +460,7 @@ TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
     const BenchRun run = bench({"--help"});
     EXPECT_EQ(run.exitCode, 0);
     for (const char* word : {"--plugin", "--config", "--set", "--offscreen", "--screenshot", "--dump-views", "--script",
-                             "--size", "--vehicle-latency", "--data-dir", "expect-journal", "screenshot FILE"})
+                             "--size", "--vehicle-latency", "--data-dir", "--can-record", "expect-journal", "screenshot FILE"})
         EXPECT_TRUE(run.output.contains(word)) << word;
 }
 
@@ -509,4 +534,99 @@ TEST_F(BenchEndToEnd, AppsListsTheBenchScreensAndOpeningOneIsJournaled)
     const QJsonObject list = byClass(dump("apps.json"), "ListView");
     EXPECT_EQ(list["rows"].toInt(), 2);
     EXPECT_TRUE(list["visible"].toBool());
+}
+
+TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
+{
+    const QString pick = file("pick.txt",
+                              "tap \"CAN\"\n"
+                              "expect-view \"Busses\"\n"
+                              "tap \"sample\"\n"
+                              "wait 400\n"
+                              "expect-view \"sample Messages\"\n"
+                              "dump messages.json\n"
+                              "tap \"VehicleSpeed\"\n"
+                              "wait 400\n"
+                              "expect-view \"sample:VehicleSpeed\"\n"
+                              "tap \"Speed\"\n"
+                              "wait 300\n"
+                              "dump first.json\n"
+                              "wait 700\n"
+                              "dump later.json\n"
+                              "tap \"ADD ALL SIGNALS\"\n"
+                              "dump all.json\n"
+                              "tap \"sample : Odometer\"\n"
+                              "dump removed.json\n"
+                              "tap \"canview/back.png\"\n"
+                              "wait 600\n"
+                              "expect-view \"sample Messages\"\n"
+                              "screenshot can.png\n");
+    QDir::setCurrent(dir.path());
+    const QString data = dir.filePath("data");
+    BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--can-record",
+                          file("values.csv"), "--script", pick});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+
+    EXPECT_EQ(shownRows(dump("messages.json"), "TableCell"),
+              QStringList({"VehicleSpeed", "EngineData", "Transmission", "BatteryStatus", "ClimateSensors", "TirePressure",
+                           "Position"}));
+    // The value comes from the generator and moves.
+    const QStringList first = shownRows(dump("first.json"), "TableCellRendererAdapter", "text");
+    const QStringList later = shownRows(dump("later.json"), "TableCellRendererAdapter", "text");
+    ASSERT_EQ(first.size(), 1);
+    ASSERT_EQ(later.size(), 1);
+    EXPECT_TRUE(first[0].startsWith("sample : Speed ")) << first[0].toStdString();
+    EXPECT_TRUE(first[0].endsWith(" km/h")) << first[0].toStdString();
+    EXPECT_FALSE(first[0].contains("--")) << first[0].toStdString();
+    EXPECT_NE(first[0], later[0]);
+    EXPECT_EQ(shownRows(dump("all.json"), "TableCellRendererAdapter"),
+              QStringList({"sample : WheelSpeedFL", "sample : WheelSpeedFR", "sample : Odometer", "sample : Speed"}));
+    EXPECT_EQ(shownRows(dump("removed.json"), "TableCellRendererAdapter"),
+              QStringList({"sample : WheelSpeedFL", "sample : WheelSpeedFR", "sample : Speed"}));
+    EXPECT_EQ(contents("data/canViewer.txt"),
+              "sample:VehicleSpeed:WheelSpeedFL\nsample:VehicleSpeed:WheelSpeedFR\nsample:VehicleSpeed:Speed\n");
+    // The recording followed the selection.
+    const QStringList csv = QString::fromUtf8(contents("values.csv")).split('\n');
+    EXPECT_TRUE(csv.contains("time,sample:VehicleSpeed:Speed"));
+    // Columns in catalogue order.
+    EXPECT_TRUE(csv.contains("time,sample:VehicleSpeed:Speed,sample:VehicleSpeed:WheelSpeedFL,sample:VehicleSpeed:WheelSpeedFR"));
+
+    // The next start brings the selection back; clear empties the file.
+    const QString clear = file("clear.txt", "tap \"CAN\"\ndump restored.json\ntap \"canview/clear.png\"\ndump cleared.json\n");
+    run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--script", clear});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_EQ(shownRows(dump("restored.json"), "TableCellRendererAdapter"),
+              QStringList({"sample : WheelSpeedFL", "sample : WheelSpeedFR", "sample : Speed"}));
+    EXPECT_TRUE(shownRows(dump("cleared.json"), "TableCellRendererAdapter").isEmpty());
+    EXPECT_EQ(contents("data/canViewer.txt"), QByteArray());
+}
+
+TEST_F(BenchEndToEnd, DiagnosticModeShowsOnlyWhatTheShippedFilterNamesAndStartsEmpty)
+{
+    file("data/canViewer.txt", "sample:Position:Latitude\n");
+    const QString script = file("diag.txt",
+                                "tap \"CAN\"\n"
+                                "dump buses.json\n"
+                                "tap \"sample\"\n"
+                                "wait 400\n"
+                                "dump messages.json\n"
+                                "tap \"TirePressure\"\n"
+                                "wait 400\n"
+                                "dump signals.json\n"
+                                "tap \"ADD ALL SIGNALS\"\n"
+                                "dump added.json\n");
+    QDir::setCurrent(dir.path());
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_diagnosticMode=true", "--data-dir", dir.filePath("data"),
+                                "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("Loading CAN View Filter from")) << run.output.toStdString();
+    EXPECT_TRUE(shownRows(dump("buses.json"), "TableCellRendererAdapter").isEmpty());
+    EXPECT_EQ(shownRows(dump("buses.json"), "TableCell"), QStringList({"sample"}));
+    EXPECT_EQ(shownRows(dump("messages.json"), "TableCell"),
+              QStringList({"VehicleSpeed", "EngineData", "BatteryStatus", "ClimateSensors", "TirePressure"}));
+    // A 29-bit message like any other; the first tyre signal has a long name of its own.
+    EXPECT_EQ(shownRows(dump("signals.json"), "TableCell"),
+              QStringList({"ADD ALL SIGNALS", "TirePressureFrontLeftWheelMeasuredInBar", "TirePressureFrontRight",
+                           "TirePressureRearLeft", "TirePressureRearRight"}));
+    EXPECT_EQ(shownRows(dump("added.json"), "TableCellRendererAdapter").size(), 4);
 }

@@ -11,6 +11,7 @@
 #include "diag/FontTestPage.h"
 #include "diag/KavroDeveloperPage.h"
 #include "diag/PluginEntry.h"
+#include "diag/can/CANView.h"
 #include "diag/can/DiagCANPage.h"
 #include "diag/factory/FactoryPage.h"
 #include "services/AppInfo.h"
@@ -130,7 +131,7 @@ void DiagnosticTools::devModeChanged()
     } else {
         if (!mCANPage) {
             mCANPage = new DiagCANPage(mPageView, diagAppInfo(), false);
-            mCANPage->clearRightTable();
+            mCANPage->canView()->clearRightTable();
             mPageView->addPage(mCANPage, mPageView->getPage(1));
         }
         if (mFactoryPage) {

@@ -1,7 +1,10 @@
 #include "ShellFixture.h"
 
+#include "can/CANDataManager.h"
 #include "core/Logger.h"
 #include "diag/DiagConfig.h"
+#include "diag/can/CANView.h"
+#include "diag/can/CANViewTableModel.h"
 #include "diag/can/DiagCANPage.h"
 #include "diag/factory/FactoryPage.h"
 #include "display/DisplayDevice.h"
@@ -9,6 +12,8 @@
 #include "services/FontManager.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"
+
+#include <QFile>
 
 namespace {
 const QString Hint = QStringLiteral("Enable Developer or Diagnostic Mode to access Diagnostic Tools");
@@ -112,13 +117,21 @@ TEST_F(ShellTest, PagesFixedAtConstructionStaySo)
     EXPECT_EQ(titles().size(), 8);
 }
 
-TEST_F(ShellTest, DiagnosticModeAtStartAddsServiceToggleAndAFilteredCanPage)
+TEST_F(ShellTest, DiagnosticModeAtStartAddsServiceToggleAndAFilteredCanPageThatStartsEmpty)
 {
+    ASSERT_TRUE(CANDataManager::loadCatalogue({ORVANE_TEST_SOURCE_DIR "/assets/can/sample.dbc"}));
+    QFile saved(dataDir.filePath("canViewer.txt"));
+    ASSERT_TRUE(saved.open(QIODevice::WriteOnly));
+    saved.write("sample:VehicleSpeed:Speed\n");
+    saved.close();
     setModes(false, true);
     load();
     EXPECT_EQ(titles(), QStringList({"DATA", "CAN", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS"}));
     EXPECT_FALSE(shell->canPage()->showAll());
-    EXPECT_TRUE(shell->canPage()->rightTableCleared());
+    EXPECT_TRUE(shell->canPage()->canView()->selectedModel()->modelSignals().isEmpty());
+    drainEvents();
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    EXPECT_EQ(saved.readAll(), QByteArray()); // the saved selection is emptied too
     ButtonView* toggle = nullptr;
     for (DisplayView* v : window->barView()->childViews()) {
         if (v->describe() == ServiceToggle)

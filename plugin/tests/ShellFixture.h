@@ -5,12 +5,14 @@
 #include "diag/PluginEntry.h"
 #include "services/AppInfo.h"
 #include "services/PlatformJournal.h"
+#include "services/StorageUtils.h"
 #include "views/AppWindow.h"
 #include "views/MultiPageView.h"
 #include "views/PageView.h"
 #include "TestSupport.h"
 
 #include <QLocale>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -24,6 +26,9 @@ protected:
         GUI_serviceMode.setValue(false);
         GUI_language.setValue(QLocale::English);
         PlatformJournal::instance()->clear();
+        // Pages save their files (the CAN selection) here, never in the user's folders.
+        QString error;
+        ASSERT_TRUE(StorageUtils::setDataFolder(dataDir.path(), &error)) << error.toStdString();
         window = std::make_unique<AppWindow>();
         window->resize(1920, 1200);
         app = std::make_unique<AppInfo>("/opt/orvane/plugins/diag", window.get());
@@ -67,6 +72,7 @@ protected:
         return n;
     }
 
+    QTemporaryDir dataDir;
     std::unique_ptr<AppWindow> window;
     std::unique_ptr<AppInfo> app;
     DiagnosticTools* shell = nullptr;

@@ -144,18 +144,24 @@ TEST_F(SampleCatalogue, ReleasingAndCapturingAgainForgetsTheOldValue)
     EXPECT_EQ(value(speed, 2), QStringLiteral("200.00"));
 }
 
-TEST_F(SampleCatalogue, MultiplexedSignalsTakeOnlyFramesThatSelectThem)
+TEST_F(SampleCatalogue, MultiplexedSignalsHaveAValueOnlyWhileSelected)
 {
     const int cabin = id("ClimateSensors", "CabinTemp"), outside = id("ClimateSensors", "OutsideTemp"),
               humidity = id("ClimateSensors", "Humidity");
     for (int s : {cabin, outside, humidity})
         decoder->capture(s);
     decoder->decode(frameOf(1024, {0, 0xD7, 0x00, 0, 0, 0, 0, 0}), 0);  // cabin 21.5
-    decoder->decode(frameOf(1024, {1, 0xDD, 0xFF, 0, 0, 0, 0, 0}), 0);  // outside -3.5
-    decoder->decode(frameOf(1024, {3, 0x11, 0x11, 0, 0, 0, 0, 0}), 0);  // selects nothing
     EXPECT_EQ(value(cabin, 1), QStringLiteral("21.5"));
+    EXPECT_EQ(value(outside), QStringLiteral("--"));
+    decoder->decode(frameOf(1024, {1, 0xDD, 0xFF, 0, 0, 0, 0, 0}), 0);  // outside -3.5
+    EXPECT_EQ(value(cabin), QStringLiteral("--"));
     EXPECT_EQ(value(outside, 1), QStringLiteral("-3.5"));
-    EXPECT_EQ(value(humidity), QStringLiteral("--"));
+    decoder->decode(frameOf(1024, {3, 0x11, 0x11, 0, 0, 0, 0, 0}), 0);  // selects nothing
+    for (int s : {cabin, outside, humidity})
+        EXPECT_EQ(value(s), QStringLiteral("--"));
+    decoder->decode(frameOf(1024, {0, 0xD7, 0x00, 0, 0, 0, 0, 0}), 0);
+    decoder->decode(frameOf(1024, {0, 0x11}), 0);  // selects the cabin value but is too short to carry it
+    EXPECT_EQ(value(cabin, 1), QStringLiteral("21.5"));
 }
 
 TEST(CANDecoder, ExtendedMultiplexingFollowsTheWholeChain)
@@ -176,13 +182,9 @@ SG_MUL_VAL_ 5 Leaf Middle 2-3;
         bool taken;
     } frames[] = {{0x21, 10, true}, {0x20, 11, false}, {0x31, 12, true}, {0x41, 13, false}, {0x32, 14, false}};
     for (const auto& f : frames) {
-        CanFrame frame = frameOf(5, {f.selectors, f.leaf, 0, 0, 0, 0, 0, 0});
-        const QString before = d.formattedValue(2, 0, QStringLiteral("--"));
-        d.decode(frame, 0);
-        if (f.taken)
-            EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), QString::number(f.leaf)) << int(f.selectors);
-        else
-            EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), before) << int(f.selectors);
+        d.decode(frameOf(5, {f.selectors, f.leaf, 0, 0, 0, 0, 0, 0}), 0);
+        EXPECT_EQ(d.formattedValue(2, 0, QStringLiteral("--")), f.taken ? QString::number(f.leaf) : QStringLiteral("--"))
+            << int(f.selectors);
     }
 }
 
@@ -303,6 +305,47 @@ TEST(CANDataManager, BadCatalogueFilesAreLoggedAndTheRestWorks)
     EXPECT_TRUE(CANDataManager::isHighPrecision(QStringLiteral("Latitude")));
     CANDataManager::stopCapture(speed);
     EXPECT_FALSE(CANDataManager::decoder()->isCaptured(speed->id()));
+}
+
+// A bench that switches to another log starts from nothing: no old values, no old counts,
+// but the signals the viewer captures are still captured.
+TEST(CANDataManager, SwitchingToAnotherLogForgetsValuesAndCountersButKeepsCaptures)
+{
+    QTemporaryDir dir;
+    const auto log = [&](const QString& name, const QByteArray& text) {
+        QFile f(dir.filePath(name));
+        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(text);
+        return f.fileName();
+    };
+    const QString speedAndStranger = log("first.log", "(1.0) can0 100#1027000000000000\n(1.1) can0 7FF#01\n");
+    const QString strangerOnly = log("second.log", "(1.0) can0 7FE#01\n");
+    const QString speedOnly = log("third.log", "(1.0) can0 100#204E000000000000\n");
+    ASSERT_TRUE(CANDataManager::loadCatalogue({sampleCatalogue()}));
+    CANSignalNode* speed = CANDataManager::findSignal(
+        CANDataManager::findMessage(CANDataManager::findBus(QStringLiteral("sample")), QStringLiteral("VehicleSpeed")),
+        QStringLiteral("Speed"));
+    ASSERT_TRUE(speed);
+    CANDataManager::startCapture(speed);
+    const auto value = [&] { return CANDataManager::recentSignalValueAsString(speed->id(), 0, 1, QStringLiteral("--")); };
+
+    CANDataManager::addLogReplay(speedAndStranger, 0, false);
+    CANDataManager::startSources();
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    EXPECT_EQ(value(), QStringLiteral("100.0"));
+    EXPECT_EQ(CANDataManager::busCounters(0).frames, 2u);
+
+    CANDataManager::switchToLogReplay(strangerOnly, 0, false);
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    EXPECT_EQ(CANDataManager::sourceCount(), 1);
+    EXPECT_EQ(value(), QStringLiteral("--"));
+    EXPECT_EQ(CANDataManager::busCounters(0).frames, 1u);
+    EXPECT_EQ(CANDataManager::busCounters(0).unknownIds, 1u);
+
+    CANDataManager::switchToLogReplay(speedOnly, 0, false);
+    ASSERT_TRUE(CANDataManager::waitForSources(5000));
+    EXPECT_EQ(value(), QStringLiteral("200.0"));
+    CANDataManager::removeSources();
 }
 
 } // namespace

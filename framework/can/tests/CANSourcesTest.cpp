@@ -282,9 +282,13 @@ TEST(CANTrafficGenerator, EverySignalMovesWithinItsRangeAtItsCycleTime)
     EXPECT_NEAR(double(generator.framesSent()), 188 * 5.0, 188 * 5.0 * 0.1);
     for (int i = 0; i < data.signalCount(); ++i) {
         const CANSignalNode* s = data.signalById(i);
-        double v = 0;
-        ASSERT_TRUE(decoder.latestValue(i, &v)) << s->name().constData();
         const DbcSignal& d = s->definition();
+        double v = 0;
+        if (!decoder.latestValue(i, &v)) {
+            // Only a value the multiplexer does not select in the last frame may be missing.
+            EXPECT_NE(d.muxSwitch, -1) << s->name().constData();
+            continue;
+        }
         if (d.maximum > d.minimum) {
             EXPECT_GE(v, d.minimum - std::fabs(d.factor)) << s->name().constData();
             EXPECT_LE(v, d.maximum + std::fabs(d.factor)) << s->name().constData();

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int TextInset = 20;
+constexpr int ActionMarkWidth = 36;
 
 QFont cellFont(int kind, int pixelSize)
 {
@@ -40,7 +41,7 @@ void TableCell::setLabel(const QString& label)
     mLabel = label;
     mPlainLabel = Qt::mightBeRichText(label) ? QTextDocumentFragment::fromHtml(label).toPlainText() : label;
     mText.setText(label);
-    layoutText();
+    mTextLaidOut = false;
     update();
 }
 
@@ -49,20 +50,14 @@ void TableCell::setTextPixelSize(int pixels)
     if (mTextPixelSize == pixels)
         return;
     mTextPixelSize = pixels;
-    layoutText();
+    mTextLaidOut = false;
     update();
 }
 
 void TableCell::resized()
 {
     DisplayView::resized();
-    layoutText();
-}
-
-void TableCell::layoutText()
-{
-    mText.setTextWidth(qMax(1, width() - 2 * TextInset));
-    mText.prepare(QTransform(), cellFont(mKind, mTextPixelSize));
+    mTextLaidOut = false;
 }
 
 int TableCell::state() const
@@ -111,9 +106,23 @@ void TableCell::draw(QPainter& painter)
     painter.setPen(QColor(0x3a, 0x3f, 0x47));
     painter.drawLine(0, height() - 1, width() - 1, height() - 1);
 
-    painter.setFont(cellFont(mKind, mTextPixelSize));
+    const QFont font = cellFont(mKind, mTextPixelSize);
+    const int textWidth = qMax(1, width() - 2 * TextInset - (mKind == Action ? ActionMarkWidth : 0));
+    if (!mTextLaidOut) {
+        mText.setTextWidth(textWidth);
+        mText.prepare(QTransform(), font);
+        mTextLaidOut = true;
+    }
+    painter.setFont(font);
     painter.setPen(mKind == Header ? QColor(0xb0, 0xb8, 0xc4) : QColor(Qt::white));
     painter.drawStaticText(QPointF(TextInset, (height() - mText.size().height()) / 2), mText);
+    if (mKind == Action) {
+        const QRect mark(width() - TextInset - ActionMarkWidth, 0, ActionMarkWidth, height());
+        const int arm = ActionMarkWidth / 3;
+        painter.setPen(QPen(QColor(0x2d, 0x8c, 0xff), 4, Qt::SolidLine, Qt::RoundCap));
+        painter.drawLine(mark.center() - QPoint(arm, 0), mark.center() + QPoint(arm, 0));
+        painter.drawLine(mark.center() - QPoint(0, arm), mark.center() + QPoint(0, arm));
+    }
 }
 
 bool TableCell::touchEvent(const TouchEvent& event)

@@ -14,7 +14,9 @@ class ORVANE_EXPORT TableCell : public DisplayView {
     Q_OBJECT
 public:
     // How the cell draws itself; other numbers draw as Plain for controllers that draw more.
-    enum Kind { Plain = 0, Header = 1 };
+    // An Action row does something at once when tapped (adds an item) instead of opening
+    // another list, and shows a plus at its end.
+    enum Kind { Plain = 0, Header = 1, Action = 5 };
     enum CacheKey { DefaultCacheKey = 0, HeaderCacheKey = 1 };
 
     explicit TableCell(TableView* table, int kind = Plain, int cacheKey = DefaultCacheKey);
@@ -53,7 +55,6 @@ private:
     void setSelected(bool selected);
     void setPressed(bool pressed);
     void forgetTouch();
-    void layoutText();
 
     TableView* mTable;
     int mKind;
@@ -61,7 +62,9 @@ private:
     TableModelIndex mIndex;
     QString mLabel;
     QString mPlainLabel;
+    // Laid out when first drawn: cells drawn by a renderer never need it.
     QStaticText mText;
+    bool mTextLaidOut = false;
     bool mSelected = false;
     bool mPressed = false;
     bool mTracking = false;

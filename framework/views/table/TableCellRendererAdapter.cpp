@@ -2,6 +2,8 @@
 
 #include "views/table/TableRenderer.h"
 
+#include <QJsonObject>
+
 TableCellRendererAdapter::TableCellRendererAdapter(TableView* table, TableRenderer* renderer, int kind, int cacheKey)
     : TableCell(table, kind, cacheKey)
     , mRenderer(renderer)
@@ -12,4 +14,11 @@ void TableCellRendererAdapter::draw(QPainter& painter)
 {
     if (mRenderer)
         mRenderer->drawItem(painter, table(), index(), state());
+}
+
+void TableCellRendererAdapter::dumpProperties(QJsonObject& out) const
+{
+    TableCell::dumpProperties(out);
+    if (mRenderer)
+        out.insert(QStringLiteral("text"), mRenderer->textForItem(table(), index()));
 }

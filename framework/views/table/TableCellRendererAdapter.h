@@ -15,6 +15,8 @@ public:
 
     TableRenderer* renderer() const { return mRenderer; }
     void draw(QPainter& painter) override;
+    // The renderer's text of the row (TableRenderer::textForItem) joins the dump.
+    void dumpProperties(QJsonObject& out) const override;
 
 private:
     TableRenderer* mRenderer;

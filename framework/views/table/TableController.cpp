@@ -4,6 +4,9 @@
 #include "views/table/TableModel.h"
 #include "views/table/TableView.h"
 
+// About a screen and a half of rows: shorter lists are read at a glance.
+ConfigIntValue RolodexThreshold(QStringLiteral("gui/rolodex_threshold"), 20);
+
 TableController::TableController(QObject* parent)
     : QObject(parent)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/ConfigValue.h"
 #include "views/table/TableModelIndex.h"
 
 #include <QObject>
@@ -7,6 +8,11 @@
 
 class TableCell;
 class TableView;
+
+// Lists with at least this many rows are "rolodexed": their rows are grouped in sections
+// headed by the grouping letter of their titles (LocaleManager::groupingStringForTitle). Read
+// by controllers that group rows, in showSectionHeaders().
+extern ORVANE_EXPORT ConfigIntValue RolodexThreshold;
 
 // Makes the cells of one or more tables and hears their taps. Subclasses make their own
 // cells (reusing released ones by cache key) and act on taps; the default shows the model's

@@ -2,6 +2,8 @@
 
 #include "views/table/TableModelIndex.h"
 
+#include <QString>
+
 class QPainter;
 class TableView;
 
@@ -17,4 +19,6 @@ public:
     // The painter's origin is the row's top left corner; the row is table->cellContentWidth()
     // wide and table->rowHeight() high, and clipped to that.
     virtual void drawItem(QPainter& painter, TableView* table, const TableModelIndex& index, int state) = 0;
+    // What the row shows, as one line of text, for dumps and scripts.
+    virtual QString textForItem(TableView* table, const TableModelIndex& index);
 };

@@ -4,26 +4,21 @@
 #include "views/PageView.h"
 
 class AppInfo;
+class CANView;
 
-// The live CAN signal viewer; content comes with the CAN viewer. showAll lists the whole
-// catalogue (developer mode); otherwise the filter file decides.
+// The "CAN" tab: the live CAN signal viewer. showAll lists the whole catalogue (developer
+// mode); otherwise the filter file decides what is listed.
 class DIAG_EXPORT DiagCANPage : public PageView {
     Q_OBJECT
 public:
-    DiagCANPage(DisplayView* parent, AppInfo* app, bool showAll)
-        : PageView(parent, QStringLiteral("CAN"))
-        , mApp(app)
-        , mShowAll(showAll)
-    {
-    }
+    DiagCANPage(DisplayView* parent, AppInfo* appInfo, bool showAll);
 
-    bool showAll() const { return mShowAll; }
-    bool rightTableCleared() const { return mRightTableCleared; }
-    // Starts the chosen-signals table empty instead of from the saved selection.
-    void clearRightTable() { mRightTableCleared = true; }
+    CANView* canView() const { return mView; }
+    bool showAll() const;
+
+protected slots:
+    void tick1s() override;
 
 private:
-    AppInfo* mApp;
-    const bool mShowAll;
-    bool mRightTableCleared = false;
+    CANView* mView;
 };
