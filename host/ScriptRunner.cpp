@@ -136,7 +136,7 @@ bool ScriptRunner::parse(const QString& text, const QString& fileName, QVector<C
             *error = where(problem);
             return false;
         }
-        const bool namesValue = command.name == QLatin1String("set") || command.name.startsWith(QLatin1String("expect-value"))
+        const bool namesValue = command.name == QLatin1String("set") || command.name == QLatin1String("expect-value")
             || command.name == QLatin1String("expect-pending");
         if (namesValue) {
             DataValue* value = DataValueRegistry::find(command.args[0]);
