@@ -3,19 +3,16 @@
 #include "core/DataValues.h"
 #include "diag/DeveloperAppsPage.h"
 #include "diag/DeveloperNavigationPage.h"
-#include "display/DisplayDevice.h"
 #include "services/PlacesHistoryDB.h"
-#include "services/PlatformJournal.h"
 #include "services/StorageUtils.h"
 #include "views/AppChooser.h"
-#include "views/AppWindow.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"
 #include "views/LayoutView.h"
 #include "views/SlideSwitch.h"
 #include "views/table/ListView.h"
 #include "views/table/TableCell.h"
-#include "TestSupport.h"
+#include "PageFixture.h"
 
 #include <QFile>
 #include <QSqlDatabase>
@@ -25,12 +22,10 @@
 
 namespace {
 
-class NavigationAndAppsPagesTest : public ::testing::Test {
+class NavigationAndAppsPagesTest : public PageFixture {
 protected:
     NavigationAndAppsPagesTest()
-        : display(&window, QSize(1920, 1200))
     {
-        window.resize(1920, 1200);
         QString error;
         EXPECT_TRUE(StorageUtils::setDataFolder(dir.path(), &error)) << error.toStdString();
         for (BoolDataValue* flag : {&GUI_shouldRecommendHome, &GUI_shouldRecommendWork}) {
@@ -39,40 +34,12 @@ protected:
             flag->setValueNoLock(false);
             flag->setValidNoLock(true);
         }
-        PlatformJournal::instance()->clear();
-    }
-    ~NavigationAndAppsPagesTest() override
-    {
-        pages.clear();
-        drainEvents();
     }
 
     template <typename Page>
     Page* show()
     {
-        auto* page = new Page(&window);
-        page->setGeometry(QRect(32, 52, 1856, 1028));
-        pages.emplace_back(page);
-        page->pageShown();
-        drainEvents();
-        return page;
-    }
-
-    template <typename View>
-    static View* labelled(const DisplayView* root, const QString& text)
-    {
-        for (View* v : root->findChildren<View*>()) {
-            if (v->describe() == text)
-                return v;
-        }
-        return nullptr;
-    }
-
-    void tap(const DisplayView* view)
-    {
-        ASSERT_TRUE(view);
-        display.tap(view->rootGeometry().center());
-        drainEvents();
+        return PageFixture::show(new Page(&window));
     }
 
     // Home and work rows as the database file holds them, read without the framework.
@@ -91,16 +58,7 @@ protected:
         return kinds;
     }
 
-    static QString pendingOf(const BoolDataValue& flag)
-    {
-        DataValue::ConditionalLocker lock(flag);
-        return flag.hasPending() ? flag.textOf(flag.pendingVariant()) : QStringLiteral("none");
-    }
-
     QTemporaryDir dir;
-    AppWindow window;
-    DisplayDevice display;
-    std::vector<std::unique_ptr<DisplayView>> pages;
 };
 
 } // namespace
@@ -154,8 +112,8 @@ TEST_F(NavigationAndAppsPagesTest, ResetHomeWorkDeletesWhatIsStoredAndAsksToLear
     EXPECT_FALSE(places->hasWork());
     EXPECT_TRUE(PlatformJournal::instance()->contains("PlacesHistoryDB.deleteHome(true)"));
     EXPECT_TRUE(PlatformJournal::instance()->contains("PlacesHistoryDB.deleteWork(true)"));
-    EXPECT_EQ(pendingOf(GUI_shouldRecommendHome), "true");
-    EXPECT_EQ(pendingOf(GUI_shouldRecommendWork), "true");
+    EXPECT_EQ(pendingText(GUI_shouldRecommendHome), "true");
+    EXPECT_EQ(pendingText(GUI_shouldRecommendWork), "true");
     EXPECT_FALSE(GUI_shouldRecommendHome.value()) << "the car takes the request, not the page";
 
     // Nothing stored: nothing deleted, both flags still requested.
@@ -166,8 +124,8 @@ TEST_F(NavigationAndAppsPagesTest, ResetHomeWorkDeletesWhatIsStoredAndAsksToLear
     }
     tap(labelled<ButtonView>(page, "RESET HOME/WORK"));
     EXPECT_TRUE(PlatformJournal::instance()->lines().isEmpty()) << PlatformJournal::instance()->lines().join(", ").toStdString();
-    EXPECT_EQ(pendingOf(GUI_shouldRecommendHome), "true");
-    EXPECT_EQ(pendingOf(GUI_shouldRecommendWork), "true");
+    EXPECT_EQ(pendingText(GUI_shouldRecommendHome), "true");
+    EXPECT_EQ(pendingText(GUI_shouldRecommendWork), "true");
 
     // Only home stored, and the car already recommends work: work's stale request is withdrawn.
     ASSERT_TRUE(places->setPlace(PlacesHistoryDB::Kind::Home, {"Home", "1 Elm St", 52.1, 4.3}));
@@ -175,9 +133,9 @@ TEST_F(NavigationAndAppsPagesTest, ResetHomeWorkDeletesWhatIsStoredAndAsksToLear
     PlatformJournal::instance()->clear();
     tap(labelled<ButtonView>(page, "RESET HOME/WORK"));
     EXPECT_EQ(PlatformJournal::instance()->lines(), QStringList({"PlacesHistoryDB.deleteHome(true)"}));
-    EXPECT_EQ(pendingOf(GUI_shouldRecommendWork), "none");
+    EXPECT_EQ(pendingText(GUI_shouldRecommendWork), "none");
     EXPECT_TRUE(GUI_shouldRecommendWork.value());
-    EXPECT_EQ(pendingOf(GUI_shouldRecommendHome), "true");
+    EXPECT_EQ(pendingText(GUI_shouldRecommendHome), "true");
 }
 
 TEST_F(NavigationAndAppsPagesTest, RestartNavServerDoesNothingAndTestOptHomeAsksForTheHomeRoute)
