@@ -19,6 +19,7 @@ extern ORVANE_EXPORT MapDataValue GUI_featureConfig;     // the car's build opti
 extern ORVANE_EXPORT BoolDataValue GUI_logLocationData;
 extern ORVANE_EXPORT BoolDataValue GUI_logPrivateData;   // URLs and locations may go to the log
 extern ORVANE_EXPORT BoolDataValue GUI_dayMode;          // the UI's day (light) theme
+extern ORVANE_EXPORT BoolDataValue GUI_allReady;         // the UI has finished starting up
 extern ORVANE_EXPORT BoolDataValue GUI_neverSleep;
 extern ORVANE_EXPORT BoolDataValue GUI_tapAnimation;
 extern ORVANE_EXPORT IntDataValue GUI_eggWotMode;        // wide-open-throttle UI: 0 ON, 1 PREP, 2 OFF
@@ -78,3 +79,9 @@ extern ORVANE_EXPORT IntDataValue DAS_factoryKestroStatus;
 
 // Connectivity
 extern ORVANE_EXPORT IntDataValue LINK_linkState; // 0 none, 1 cellular, 2 Wi-Fi
+
+// Location
+extern ORVANE_EXPORT RealDataValue LOC_estimatedLat;          // degrees
+extern ORVANE_EXPORT RealDataValue LOC_estimatedLon;          // degrees
+extern ORVANE_EXPORT RealDataValue LOC_geoAccuracy;           // metres
+extern ORVANE_EXPORT RealDataValue LOC_estimatedGeoTimestamp; // ms since the epoch
