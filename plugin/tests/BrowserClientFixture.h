@@ -21,6 +21,7 @@ protected:
     void SetUp() override
     {
         ConfigStore::setPath(mConfig.filePath("car.ini"));
+        mRoot.setGeometry(QRect(QPoint(0, 0), mDisplay.size()));
         theCenterDisplay->setChromiumManager(&mManager);
         GUI_allReady.setValue(true);
         mView = new WebKitView(&mRoot);

@@ -1,6 +1,8 @@
 #include "BrowserClientFixture.h"
 #include "X11TestWindow.h"
 
+#include "views/popup/PopupView.h"
+
 #include <QSignalSpy>
 
 TEST_F(BrowserClientTest, WithoutAnEngineTheClientRegistersAndWaitsWithoutABrowser)
@@ -238,4 +240,42 @@ TEST_F(BrowserClientTest, SuspendReloadsWhatWasShowingOnResume)
     mBrowser = new FakeBrowser(11);
     adopt();
     EXPECT_EQ(loads(), QStringList{"https://example.com/asked"});
+}
+
+TEST_F(BrowserClientTest, TheInputRegionIsThePartOfTheViewThatMayTakeInput)
+{
+    X11TestWindow window;
+    if (!window.isValid())
+        GTEST_SKIP() << "no X display";
+    ConfigStore::write("chromium/enable_input_shaping", true);
+    auto* shaped = new WebKitView(&mRoot);
+    shaped->setGeometry(QRect(100, 200, 800, 600));
+    QPointer<ChromiumClient> shapedClient = shaped->client();
+    ASSERT_TRUE(shapedClient);
+    CefRefPtr<FakeBrowser> browser = new FakeBrowser(21);
+    browser->host->window = window.id();
+    shapedClient->OnAfterCreated(browser.get());
+
+    shaped->moveTo(120, 200);
+    EXPECT_EQ(window.inputBounds(), QRect(120, 200, 800, 600));
+    shaped->disable();
+    EXPECT_TRUE(window.inputBounds().isEmpty());
+    shaped->enable();
+    EXPECT_EQ(window.inputBounds(), QRect(120, 200, 800, 600));
+
+    theCenterDisplay->setKeyboardHeight(300);
+    theCenterDisplay->setKeyboardVisible(true);
+    EXPECT_EQ(window.inputBounds(), QRect(120, 200, 800, 1080 - 200 - 300));
+    theCenterDisplay->setKeyboardVisible(false);
+    EXPECT_EQ(window.inputBounds(), QRect(120, 200, 800, 600));
+
+    auto* popup = new PopupView;
+    popup->open();
+    EXPECT_TRUE(window.inputBounds().isEmpty()) << "a popup that does not hold the view takes its input";
+    popup->close();
+    EXPECT_EQ(window.inputBounds(), QRect(120, 200, 800, 600));
+
+    delete shaped;
+    shapedClient->OnBeforeClose(browser.get());
+    EXPECT_TRUE(shapedClient.isNull());
 }

@@ -199,7 +199,9 @@ void WebKitView::tapped(const QPoint& position)
 {
     if (!mClient)
         return;
-    // The browser window has the view's size: view points are page pixels.
+    // The browser window has the view's size: view points are page pixels. The pointer
+    // arrives first, or the page may not know what is under it.
+    mClient->sendMouseMove(position.x(), position.y());
     mClient->sendMouseDown(position.x(), position.y());
     mClient->sendMouseUp(position.x(), position.y());
 }
