@@ -12,6 +12,7 @@
 #include "test_support.h"
 
 #include <QPointer>
+#include <csignal>
 #include <QSignalSpy>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -150,4 +151,28 @@ TEST_F(ChromiumBrowser, APageAsksForThePositionThroughItsQuery)
     EXPECT_EQ(shown.at(0).at(1).value<WebKitView::DialogType>(), WebKitView::GeolocationPermission);
     mView->javaScriptPopupResult(true, QString());
     EXPECT_TRUE(titleBecomes("at 37.7749")) << mView->title().toStdString();
+}
+
+TEST_F(ChromiumBrowser, AKilledOrCrashedRendererReloadsThePageAndAFinishedLoadEndsTheSeries)
+{
+    ConfigStore::write("chromium/debug", true);
+    gRuntime->server.Serve("/victim.html", "<title>victim</title>");
+    ASSERT_TRUE(load(url("/victim.html")));
+    const struct {
+        int signal;
+        const char* word;
+    } deaths[] = {{SIGKILL, "process killed"}, {SIGSEGV, "segfault"}};
+    for (const auto& death : deaths) {
+        mLog.clear();
+        QSignalSpy finished(mView, &WebKitView::pageLoadDidFinish);
+        const int chromium = testing_support::ChromiumPidOf(mView->client()->windowHandle());
+        ASSERT_GT(chromium, 0);
+        for (int pid : testing_support::RendererPids(chromium))
+            kill(pid, death.signal);
+        EXPECT_TRUE(pumpUntil([&] { return mLog.contains("WARN", "render process crashed 1 times, reload"); }, 10000))
+            << death.word << "\n" << mLog.lines().filter("WARN").join("\n").toStdString();
+        EXPECT_EQ(mLog.lines().filter(QStringLiteral("TerminationStatus) ") + death.word).size(), 1) << death.word;
+        EXPECT_TRUE(pumpUntil([&] { return !finished.isEmpty(); }, 10000)) << "reloaded after " << death.word;
+        EXPECT_EQ(mView->url(), QUrl(url("/victim.html")));
+    }
 }
