@@ -510,3 +510,10 @@ TEST_F(BenchEndToEnd, AppsListsTheBenchScreensAndOpeningOneIsJournaled)
     EXPECT_EQ(list["rows"].toInt(), 2);
     EXPECT_TRUE(list["visible"].toBool());
 }
+
+TEST_F(BenchEndToEnd, TheBenchRunsThePluginsBrowserRuntimeOnceStartedUp)
+{
+    const BenchRun run = bench({"--offscreen", "--script", file("ready.txt", "expect-value GUI_allReady true\n")});
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_FALSE(run.output.contains("no browser runtime")) << run.output.toStdString();
+}

@@ -15,13 +15,14 @@ class ChromiumClient;
 class DIAG_EXPORT ChromiumManager : public QObject {
     Q_OBJECT
 public:
-    explicit ChromiumManager(QObject* parent = nullptr);
+    // Invokable: a host that loads the plug-in at run time makes it through its meta-object.
+    Q_INVOKABLE explicit ChromiumManager(QObject* parent = nullptr);
     ~ChromiumManager() override;
 
     void initializeCef(ChromiumClient* client);
     void uninitializeCef(ChromiumClient* client);
     // One non-blocking step of engine work; the host calls it periodically.
-    void tick();
+    Q_INVOKABLE void tick();
 
     // The engine settings for the host's current locale and user agent.
     static CefSettings engineSettings();
