@@ -212,6 +212,7 @@ TEST_F(BrowserClientTest, FocusMessagesShowTheKeyboardAndOtherMessagesGoToTheRou
     EXPECT_TRUE(client->OnProcessMessageReceived(mBrowser.get(), PID_RENDERER, focus));
     EXPECT_FALSE(theCenterDisplay->isKeyboardVisible());
     EXPECT_FALSE(mView->hasKeyFocus());
+    EXPECT_EQ(mBrowser->host->focuses, QVector<bool>{false}) << "the page loses focus with the view";
 
     EXPECT_FALSE(client->OnProcessMessageReceived(mBrowser.get(), PID_RENDERER,
                                                   CefProcessMessage::Create("something.else")));

@@ -183,6 +183,12 @@ bool WebKitView::keyEvent(QKeyEvent* event)
     return true;
 }
 
+void WebKitView::lostKeyFocus()
+{
+    if (browserExists())
+        mClient->sendFocusEvent(false);
+}
+
 bool WebKitView::touchEvent(const TouchEvent& event)
 {
     if (event.kind == TouchEvent::Kind::Press) {

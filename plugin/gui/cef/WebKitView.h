@@ -37,6 +37,7 @@ public:
     void evaluateJavaScriptInMainFrame(const QString& script);
 
     bool keyEvent(QKeyEvent* event) override;
+    void lostKeyFocus() override;
     bool touchEvent(const TouchEvent& event) override;
     unsigned long findX11Window(unsigned long current) override;
 
