@@ -176,3 +176,16 @@ TEST_F(ChromiumBrowser, AKilledOrCrashedRendererReloadsThePageAndAFinishedLoadEn
         EXPECT_EQ(mView->url(), QUrl(url("/victim.html")));
     }
 }
+
+TEST_F(ChromiumBrowser, AViewDeletedWithALoadAQueryAndADialogPendingLeavesNothingBehind)
+{
+    gRuntime->server.Serve("/busy.html", "<title>busy</title>");
+    gRuntime->server.Serve("/slow.html", "<title>slow</title>", 200, "text/html; charset=utf-8", 3000);
+    ASSERT_TRUE(load(url("/busy.html")));
+    QSignalSpy shown(mView, &WebKitView::presentJavaScriptPopup);
+    mView->evaluateJavaScriptInMainFrame("vexorQuery({request: 'vexor.geolocation_request'});"
+                                         "setTimeout(function() { prompt('Still there?'); }, 50);");
+    ASSERT_TRUE(pumpUntil([&] { return shown.size() == 2; }, 10000));
+    mView->loadURL(QUrl(url("/slow.html")));
+    // TearDown deletes the view now and waits for the client to go.
+}
