@@ -114,8 +114,28 @@ bool BenchHost::start(QString* error)
     }
 
     mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
+    startBrowserRuntime();
     buildApp();
+    // Web views start their browsers from here on.
+    GUI_allReady.setValue(true);
     return true;
+}
+
+void BenchHost::startBrowserRuntime()
+{
+    const QMetaObject* manager = mLoader.exportedClass(QStringLiteral("ChromiumManager"));
+    mChromiumManager = manager ? manager->newInstance(Q_ARG(QObject*, this)) : nullptr;
+    if (!mChromiumManager) {
+        Logger(this, "WARN") << "The plug-in has no browser runtime: web views stay empty";
+        return;
+    }
+    // The bench never links the plug-in: the manager's only base is QObject, so the address is the same.
+    theCenterDisplay->setChromiumManager(reinterpret_cast<ChromiumManager*>(mChromiumManager));
+    // About every 10 ms, as a car's UI loop; an idle call costs microseconds.
+    mChromiumTick = new QTimer(this);
+    mChromiumTick->setInterval(10);
+    connect(mChromiumTick, &QTimer::timeout, this, [this] { QMetaObject::invokeMethod(mChromiumManager, "tick"); });
+    mChromiumTick->start();
 }
 
 QString BenchHost::assetsDirectory() const

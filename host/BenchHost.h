@@ -9,6 +9,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QTemporaryDir>
 #include <memory>
 
@@ -61,6 +62,7 @@ signals:
 
 private:
     void buildApp();
+    void startBrowserRuntime();
     // Shows a host screen in place of the plug-in's app, or the app again for null.
     void openScreen(PageView* screen);
     void restart(bool customerMode);
@@ -78,4 +80,7 @@ private:
     DisplayView* mPluginView = nullptr;
     QPointer<PageView> mScreen;
     QPointer<ButtonView> mScreenBack;
+    // The plug-in's browser runtime, made through its meta-object, and the loop that pumps it.
+    QObject* mChromiumManager = nullptr;
+    QTimer* mChromiumTick = nullptr;
 };

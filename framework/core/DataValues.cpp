@@ -15,6 +15,9 @@ BoolDataValue GUI_isDevelopmentCar("GUI_isDevelopmentCar", true);
 BoolDataValue GUI_trialCar("GUI_trialCar", false);
 MapDataValue GUI_featureConfig("GUI_featureConfig", QVariantMap{{QStringLiteral("delivered"), false}});
 BoolDataValue GUI_logLocationData("GUI_logLocationData", false);
+BoolDataValue GUI_logPrivateData("GUI_logPrivateData", false);
+BoolDataValue GUI_dayMode("GUI_dayMode", true);
+BoolDataValue GUI_allReady("GUI_allReady", false);
 BoolDataValue GUI_neverSleep("GUI_neverSleep", false);
 BoolDataValue GUI_tapAnimation("GUI_tapAnimation", false);
 IntDataValue GUI_eggWotMode("GUI_eggWotMode", 2);
@@ -65,3 +68,10 @@ BoolDataValue GUI_shouldRecommendHome("GUI_shouldRecommendHome", false);
 BoolDataValue GUI_shouldRecommendWork("GUI_shouldRecommendWork", false);
 
 IntDataValue DAS_factoryKestroStatus("DAS_factoryKestroStatus", 2);
+
+IntDataValue LINK_linkState("LINK_linkState", 2);
+
+RealDataValue LOC_estimatedLat("LOC_estimatedLat", 37.774929);
+RealDataValue LOC_estimatedLon("LOC_estimatedLon", -122.419416);
+RealDataValue LOC_geoAccuracy("LOC_geoAccuracy", 12.5);
+RealDataValue LOC_estimatedGeoTimestamp("LOC_estimatedGeoTimestamp", 1700000000000.0);

@@ -17,6 +17,9 @@ extern ORVANE_EXPORT BoolDataValue GUI_isDevelopmentCar;
 extern ORVANE_EXPORT BoolDataValue GUI_trialCar;         // a test-drive car of the showroom
 extern ORVANE_EXPORT MapDataValue GUI_featureConfig;     // the car's build options; "delivered" (bool)
 extern ORVANE_EXPORT BoolDataValue GUI_logLocationData;
+extern ORVANE_EXPORT BoolDataValue GUI_logPrivateData;   // URLs and locations may go to the log
+extern ORVANE_EXPORT BoolDataValue GUI_dayMode;          // the UI's day (light) theme
+extern ORVANE_EXPORT BoolDataValue GUI_allReady;         // the UI has finished starting up
 extern ORVANE_EXPORT BoolDataValue GUI_neverSleep;
 extern ORVANE_EXPORT BoolDataValue GUI_tapAnimation;
 extern ORVANE_EXPORT IntDataValue GUI_eggWotMode;        // wide-open-throttle UI: 0 ON, 1 PREP, 2 OFF
@@ -73,3 +76,12 @@ extern ORVANE_EXPORT BoolDataValue GUI_shouldRecommendWork; // offer to learn th
 // Driving to the factory target: 1 driving, 2 ready, 3 no QR code, 4 too far, 5 no GPS,
 // 6 no speed, 7 no heading, 8 last instruction done; anything else not available.
 extern ORVANE_EXPORT IntDataValue DAS_factoryKestroStatus;
+
+// Connectivity
+extern ORVANE_EXPORT IntDataValue LINK_linkState; // 0 none, 1 cellular, 2 Wi-Fi
+
+// Location
+extern ORVANE_EXPORT RealDataValue LOC_estimatedLat;          // degrees
+extern ORVANE_EXPORT RealDataValue LOC_estimatedLon;          // degrees
+extern ORVANE_EXPORT RealDataValue LOC_geoAccuracy;           // metres
+extern ORVANE_EXPORT RealDataValue LOC_estimatedGeoTimestamp; // ms since the epoch

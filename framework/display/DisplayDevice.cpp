@@ -170,8 +170,12 @@ void DisplayDevice::requestFrame()
 
 void DisplayDevice::setKeyFocus(DisplayView* view)
 {
-    if (gDisplay)
-        gDisplay->mKeyFocus = view;
+    if (!gDisplay)
+        return;
+    DisplayView* previous = gDisplay->mKeyFocus;
+    gDisplay->mKeyFocus = view;
+    if (previous && previous != view)
+        previous->lostKeyFocus();
 }
 
 DisplayView* DisplayDevice::keyFocus()

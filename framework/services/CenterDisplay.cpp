@@ -63,6 +63,10 @@ void CenterDisplay::setKeyboardVisible(bool visible)
     if (mKeyboardVisible == visible)
         return;
     mKeyboardVisible = visible;
+    if (visible)
+        emit keyboardWillShow();
+    else
+        emit keyboardWillHide();
     emit keyboardVisibilityChanged(visible);
 }
 

@@ -28,6 +28,9 @@ public:
 
     bool isKeyboardVisible() const { return mKeyboardVisible; }
     void setKeyboardVisible(bool visible);
+    // The on-screen keyboard's height in display pixels while it shows.
+    int keyboardHeight() const { return mKeyboardHeight; }
+    void setKeyboardHeight(int height) { mKeyboardHeight = height; }
 
     // The layer above the application that holds popups, picker lists and the keyboard, and
     // with it the stack of open popups (the last opened is on top).
@@ -42,11 +45,15 @@ signals:
     void restartRequested(bool customerMode);
     void transportModeConfirmed(bool yes);
     void keyboardVisibilityChanged(bool visible);
+    // Told after the state changed, before the keyboard is drawn.
+    void keyboardWillShow();
+    void keyboardWillHide();
     void popupWillShow(PopupView* popup);
     void popupWillHide(PopupView* popup);
 
 private:
     bool mKeyboardVisible = false;
+    int mKeyboardHeight = 0;
     OverlayView* mOverlay = nullptr;
     ChromiumManager* mChromiumManager = nullptr;
 };

@@ -245,6 +245,10 @@ void DisplayView::setKeyFocus()
     DisplayDevice::setKeyFocus(this);
 }
 
+void DisplayView::lostKeyFocus()
+{
+}
+
 bool DisplayView::hasKeyFocus() const
 {
     return DisplayDevice::keyFocus() == this;

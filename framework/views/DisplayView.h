@@ -90,6 +90,8 @@ public:
     virtual bool keyEvent(QKeyEvent* event);
     void setKeyFocus();
     bool hasKeyFocus() const;
+    // The key focus moved from this view to another view or to none.
+    virtual void lostKeyFocus();
     // The deepest shown, enabled view under a point of this view's coordinates.
     DisplayView* viewAt(const QPoint& local);
     // A view drawn over others that touches go through (with its children), as if it were not there.

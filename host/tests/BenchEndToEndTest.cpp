@@ -630,3 +630,10 @@ TEST_F(BenchEndToEnd, DiagnosticModeShowsOnlyWhatTheShippedFilterNamesAndStartsE
                            "TirePressureRearLeft", "TirePressureRearRight"}));
     EXPECT_EQ(shownRows(dump("added.json"), "TableCellRendererAdapter").size(), 4);
 }
+
+TEST_F(BenchEndToEnd, TheBenchRunsThePluginsBrowserRuntimeOnceStartedUp)
+{
+    const BenchRun run = bench({"--offscreen", "--script", file("ready.txt", "expect-value GUI_allReady true\n")});
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_FALSE(run.output.contains("no browser runtime")) << run.output.toStdString();
+}

@@ -52,8 +52,9 @@ void OverlayView::draw(QPainter& painter)
 void OverlayView::popupOpened(PopupView* popup)
 {
     mPopups.removeAll(popup);
-    emit theCenterDisplay->popupWillShow(popup);
+    // Listeners ask for the stack as it will be drawn.
     mPopups.append(popup);
+    emit theCenterDisplay->popupWillShow(popup);
     update();
 }
 
@@ -61,7 +62,7 @@ void OverlayView::popupClosed(PopupView* popup)
 {
     if (!mPopups.contains(popup))
         return;
-    emit theCenterDisplay->popupWillHide(popup);
     mPopups.removeAll(popup);
+    emit theCenterDisplay->popupWillHide(popup);
     update();
 }

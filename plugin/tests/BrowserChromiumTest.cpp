@@ -1,0 +1,191 @@
+// The plug-in's browser against real Chromium: one engine for the program, one web view per case.
+#include "BrowserTestSupport.h"
+
+#include "core/ConfigValue.h"
+#include "core/DataValues.h"
+#include "core/Logger.h"
+#include "display/DisplayDevice.h"
+#include "gui/cef/ChromiumClient.h"
+#include "gui/cef/ChromiumManager.h"
+#include "gui/cef/WebKitView.h"
+#include "services/CenterDisplay.h"
+#include "test_support.h"
+
+#include <QPointer>
+#include <csignal>
+#include <QSignalSpy>
+#include <QThread>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Runtime {
+    ControlGroupCommands commands;
+    QTemporaryDir config;
+    ChromiumManager manager;
+    testing_support::HttpServer server;
+};
+Runtime* gRuntime = nullptr;
+
+// Runs the engine and Qt until done() or the time is up, as the host's loop does.
+bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        gRuntime->manager.tick();
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        QThread::msleep(2);
+    }
+    return true;
+}
+
+class ChromiumBrowser : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        gRuntime = new Runtime;
+        ConfigStore::setPath(gRuntime->config.filePath("car.ini"));
+        QDir::setCurrent(QStringLiteral(VEXOR_LAUNCHER_DIR));
+        theCenterDisplay->setChromiumManager(&gRuntime->manager);
+        GUI_allReady.setValue(true);
+    }
+
+    void SetUp() override
+    {
+        mRoot.setGeometry(QRect(QPoint(0, 0), mDisplay.size()));
+        mView = new WebKitView(&mRoot);
+        mView->setGeometry(QRect(0, 0, 600, 400));
+        ASSERT_TRUE(pumpUntil([&] { return mView->browserExists(); })) << "no browser from Chromium";
+    }
+    void TearDown() override
+    {
+        QPointer<ChromiumClient> client = mView->client();
+        delete mView;
+        EXPECT_TRUE(pumpUntil([&] { return client.isNull(); })) << "the client outlived its browser";
+    }
+
+    bool load(const QString& url)
+    {
+        QSignalSpy finished(mView, &WebKitView::pageLoadDidFinish);
+        mView->loadURL(QUrl(url));
+        return pumpUntil([&] { return !finished.isEmpty(); });
+    }
+    bool titleBecomes(const QString& title)
+    {
+        return pumpUntil([&] { return mView->title() == title; }, 10000);
+    }
+
+    DisplayView mRoot;
+    DisplayDevice mDisplay{&mRoot, QSize(1280, 720)};
+    WebKitView* mView = nullptr;
+    CapturingLogSink mLog;
+};
+
+QString url(const char* path)
+{
+    return QString::fromStdString(gRuntime->server.Url(path));
+}
+
+} // namespace
+
+TEST_F(ChromiumBrowser, LoadsAPageAndRelaysItsTitleAndAddress)
+{
+    gRuntime->server.Serve("/hello.html", "<title>Hello</title><p>hi</p>");
+    ASSERT_TRUE(load(url("/hello.html")));
+    EXPECT_TRUE(titleBecomes("Hello")) << mView->title().toStdString();
+    EXPECT_EQ(mView->url(), QUrl(url("/hello.html")));
+}
+
+TEST_F(ChromiumBrowser, FilesOutsideTheFolderAreRefusedInChromiumsCanonicalForm)
+{
+    const struct {
+        const char* asked;
+        const char* seen;
+    } cases[] = {
+        {"file:///etc/passwd", "file:///etc/passwd"},
+        {"FILE:///etc/passwd", "file:///etc/passwd"},
+        {"file:///usr/vexor/UI/assets/web_content/../../../../../etc/passwd", "file:///etc/passwd"},
+        {"file:///usr/vexor/UI/assets/web_content/../../../../etc//passwd", "file:///usr/etc//passwd"},
+        {"file:///usr/vexor/UI/assets/web_content/%2e%2e/secret.html", "file:///usr/vexor/UI/assets/secret.html"},
+        {"file:///usr/vexor/UI/assets/web_content/..", "file:///usr/vexor/UI/assets/"},
+    };
+    for (const auto& c : cases) {
+        mLog.clear();
+        QSignalSpy failed(mView, &WebKitView::pageLoadDidFail);
+        mView->loadURL(QUrl(QString::fromLatin1(c.asked)));
+        const QString line = QStringLiteral("rejecting request ") + c.seen;
+        EXPECT_TRUE(pumpUntil([&] { return mLog.contains("INFO", line); }, 10000))
+            << c.asked << "\n" << mLog.lines().filter("rejecting").join("\n").toStdString();
+        EXPECT_TRUE(pumpUntil([&] { return !failed.isEmpty(); }, 10000)) << c.asked;
+    }
+}
+
+TEST_F(ChromiumBrowser, APromptIsAskedThroughTheViewAndThePageSeesTheAnswer)
+{
+    gRuntime->server.Serve("/prompt.html", "<title>ready</title>");
+    ASSERT_TRUE(load(url("/prompt.html")));
+    QSignalSpy shown(mView, &WebKitView::presentJavaScriptPopup);
+    mView->evaluateJavaScriptInMainFrame(
+        "setTimeout(function() { document.title = 'answer ' + prompt('Name?', 'Bo'); }, 0)");
+    ASSERT_TRUE(pumpUntil([&] { return !shown.isEmpty(); }, 10000));
+    EXPECT_EQ(shown.at(0).at(0).toString(), "Name?");
+    EXPECT_EQ(shown.at(0).at(1).value<WebKitView::DialogType>(), WebKitView::Prompt);
+    mView->javaScriptPopupResult(true, "Ada");
+    EXPECT_TRUE(titleBecomes("answer Ada")) << mView->title().toStdString();
+}
+
+TEST_F(ChromiumBrowser, APageAsksForThePositionThroughItsQuery)
+{
+    LOC_estimatedLat.setValue(37.774929);
+    gRuntime->server.Serve("/where.html", "<title>ready</title>");
+    ASSERT_TRUE(load(url("/where.html")));
+    QSignalSpy shown(mView, &WebKitView::presentJavaScriptPopup);
+    mView->evaluateJavaScriptInMainFrame(
+        "vexorQuery({request: 'vexor.geolocation_request', onSuccess: function(r) {"
+        " document.title = 'at ' + JSON.parse(r).coords.latitude; }, onFailure: function(c, m) {"
+        " document.title = 'refused ' + c + ' ' + m; }})");
+    ASSERT_TRUE(pumpUntil([&] { return !shown.isEmpty(); }, 10000));
+    EXPECT_EQ(shown.at(0).at(1).value<WebKitView::DialogType>(), WebKitView::GeolocationPermission);
+    mView->javaScriptPopupResult(true, QString());
+    EXPECT_TRUE(titleBecomes("at 37.7749")) << mView->title().toStdString();
+}
+
+TEST_F(ChromiumBrowser, AKilledOrCrashedRendererReloadsThePageAndAFinishedLoadEndsTheSeries)
+{
+    ConfigStore::write("chromium/debug", true);
+    gRuntime->server.Serve("/victim.html", "<title>victim</title>");
+    ASSERT_TRUE(load(url("/victim.html")));
+    const struct {
+        int signal;
+        const char* word;
+    } deaths[] = {{SIGKILL, "process killed"}, {SIGSEGV, "segfault"}};
+    for (const auto& death : deaths) {
+        mLog.clear();
+        QSignalSpy finished(mView, &WebKitView::pageLoadDidFinish);
+        const int chromium = testing_support::ChromiumPidOf(mView->client()->windowHandle());
+        ASSERT_GT(chromium, 0);
+        for (int pid : testing_support::RendererPids(chromium))
+            kill(pid, death.signal);
+        EXPECT_TRUE(pumpUntil([&] { return mLog.contains("WARN", "render process crashed 1 times, reload"); }, 10000))
+            << death.word << "\n" << mLog.lines().filter("WARN").join("\n").toStdString();
+        EXPECT_EQ(mLog.lines().filter(QStringLiteral("TerminationStatus) ") + death.word).size(), 1) << death.word;
+        EXPECT_TRUE(pumpUntil([&] { return !finished.isEmpty(); }, 10000)) << "reloaded after " << death.word;
+        EXPECT_EQ(mView->url(), QUrl(url("/victim.html")));
+    }
+}
+
+TEST_F(ChromiumBrowser, AViewDeletedWithALoadAQueryAndADialogPendingLeavesNothingBehind)
+{
+    gRuntime->server.Serve("/busy.html", "<title>busy</title>");
+    gRuntime->server.Serve("/slow.html", "<title>slow</title>", 200, "text/html; charset=utf-8", 3000);
+    ASSERT_TRUE(load(url("/busy.html")));
+    QSignalSpy shown(mView, &WebKitView::presentJavaScriptPopup);
+    mView->evaluateJavaScriptInMainFrame("vexorQuery({request: 'vexor.geolocation_request'});"
+                                         "setTimeout(function() { prompt('Still there?'); }, 50);");
+    ASSERT_TRUE(pumpUntil([&] { return shown.size() == 2; }, 10000));
+    mView->loadURL(QUrl(url("/slow.html")));
+    // TearDown deletes the view now and waits for the client to go.
+}

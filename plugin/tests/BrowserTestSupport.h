@@ -1,0 +1,49 @@
+#pragma once
+
+#include "../../framework/tests/support/TestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+// Stand-ins for the host's control-group commands, found first on PATH; each run is recorded.
+class ControlGroupCommands {
+public:
+    explicit ControlGroupCommands(int internetStatus = 0)
+    {
+        write("internet-cgroup", internetStatus);
+        write("orvane-cgroup", 0);
+        mOldPath = qgetenv("PATH");
+        qputenv("PATH", mDir.path().toUtf8() + ":" + mOldPath);
+        mOldCurrent = QDir::currentPath();
+        // No launcher here: the engine refuses to start without going near Chromium.
+        QDir::setCurrent(mDir.path());
+    }
+    ~ControlGroupCommands()
+    {
+        QDir::setCurrent(mOldCurrent);
+        qputenv("PATH", mOldPath);
+    }
+    QStringList runs() const
+    {
+        QFile file(mDir.filePath("runs"));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+    }
+    QString folder() const { return mDir.path(); }
+
+private:
+    void write(const QString& name, int status)
+    {
+        QFile file(mDir.filePath(name));
+        file.open(QIODevice::WriteOnly);
+        file.write(QStringLiteral("#!/bin/sh\necho \"$(basename \"$0\") $#\" >> '%1'\nexit %2\n")
+                       .arg(mDir.filePath("runs")).arg(status).toUtf8());
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    }
+
+    QTemporaryDir mDir;
+    QByteArray mOldPath;
+    QString mOldCurrent;
+};

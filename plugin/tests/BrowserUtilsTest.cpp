@@ -1,0 +1,145 @@
+#include "core/DataValues.h"
+#include "core/Logger.h"
+#include "gui/cef/ChromiumUtils.h"
+#include "gui/cef/WebKitUtils.h"
+
+#include "../../framework/tests/support/TestSupport.h"
+
+#include <QMetaEnum>
+#include <QSet>
+#include <gtest/gtest.h>
+
+namespace {
+
+CefString cef(const QString& text)
+{
+    return CefString(ChromiumUtils::toCefString(text));
+}
+
+} // namespace
+
+TEST(ChromiumUtils, EmptyStringsStayEmptyBothWays)
+{
+    EXPECT_TRUE(ChromiumUtils::toQString(CefString()).isEmpty());
+    EXPECT_TRUE(ChromiumUtils::toQString(CefString("")).isEmpty());
+    EXPECT_TRUE(ChromiumUtils::toCefString(QString()).empty());
+    EXPECT_TRUE(CefString(ChromiumUtils::toCefString(QString())).empty());
+    EXPECT_TRUE(ChromiumUtils::toQUrl(CefString()).isEmpty());
+}
+
+TEST(ChromiumUtils, TextOutsideTheBasicPlaneSurvivesARoundTrip)
+{
+    const QString text = QStringLiteral("Stra\u00dfe \u6771\u4eac ") + QString::fromUcs4(U"\U0001F697\U0001D11E") + "!";
+    const std::wstring wide = ChromiumUtils::toCefString(text);
+    // One wide unit a character: the two astral characters are not split in surrogates.
+    EXPECT_EQ(wide.size(), size_t(text.length() - 2));
+    const CefString converted(wide);
+    EXPECT_EQ(converted.length(), size_t(text.length()));
+    EXPECT_EQ(ChromiumUtils::toQString(converted), text);
+}
+
+TEST(ChromiumUtils, UrlsConvertThroughTheirFullText)
+{
+    const QUrl url("https://example.com/a%20b?q=1#frag");
+    EXPECT_EQ(CefString(ChromiumUtils::toCefString(url)).ToString(), url.toString().toStdString());
+    EXPECT_EQ(ChromiumUtils::toQUrl(cef(url.toString())), url);
+}
+
+TEST(ChromiumUtils, TerminationStatusWords)
+{
+    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_ABNORMAL_TERMINATION), "abnormal termination");
+    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_PROCESS_WAS_KILLED), "process killed");
+    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_PROCESS_CRASHED), "segfault");
+    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_PROCESS_OOM), "out of memory");
+    EXPECT_EQ(ChromiumUtils::terminationStatusToString(cef_termination_status_t(4)), "unknown");
+    EXPECT_EQ(ChromiumUtils::terminationStatusToString(cef_termination_status_t(-1)), "unknown");
+}
+
+TEST(ChromiumUtils, ModifierFlags)
+{
+    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::NoModifier), 0u);
+    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::ShiftModifier | Qt::MetaModifier), 130u);
+    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::ControlModifier | Qt::AltModifier), 12u);
+    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::KeypadModifier | Qt::GroupSwitchModifier), 0u);
+    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::KeyboardModifierMask), 2u | 4u | 8u | 128u);
+}
+
+class PrivacyLog : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        mLogPrivate = GUI_logPrivateData.value();
+        mDevelopmentCar = GUI_isDevelopmentCar.value();
+    }
+    void TearDown() override
+    {
+        GUI_logPrivateData.setValue(mLogPrivate);
+        GUI_isDevelopmentCar.setValue(mDevelopmentCar);
+    }
+    static void set(bool logPrivate, bool developmentCar)
+    {
+        GUI_logPrivateData.setValue(logPrivate);
+        GUI_isDevelopmentCar.setValue(developmentCar);
+    }
+
+private:
+    bool mLogPrivate = false;
+    bool mDevelopmentCar = false;
+};
+
+TEST_F(PrivacyLog, HidesTheValueOnACustomerCarUnlessAllowed)
+{
+    const QString url = QStringLiteral("https://example.com/home?lat=1");
+    set(false, false);
+    EXPECT_EQ(ChromiumUtils::privacyLog("load url", url), "load url --");
+    EXPECT_EQ(ChromiumUtils::privacyLog("url", cef(url)), "url --");
+    set(true, false);
+    EXPECT_EQ(ChromiumUtils::privacyLog("load url", url), "load url " + url);
+    set(false, true);
+    EXPECT_EQ(ChromiumUtils::privacyLog("load url", url), "load url " + url);
+    EXPECT_EQ(ChromiumUtils::privacyLog("url", cef(url)), "url " + url);
+}
+
+TEST_F(PrivacyLog, PlaceholdersInLabelOrValueAreKeptLiterally)
+{
+    set(true, false);
+    EXPECT_EQ(ChromiumUtils::privacyLog("user %1 geolocation permission", QStringLiteral("a %2 b")),
+              "user %1 geolocation permission a %2 b");
+    EXPECT_EQ(ChromiumUtils::privacyLog("url", QString()), "url ");
+}
+
+TEST(WebKitUtils, SymbolsMapToTheirUsLayoutKey)
+{
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Plus), 187);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_At), 50);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_ParenRight), 48);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_ParenLeft), 57);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_QuoteDbl), 222);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Bar), 220);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_AsciiTilde), 192);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_A), 65);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_9), 57);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Space), 32);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Backtab), 9);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Enter), 13);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Hangul_Hanja), 25);
+    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Kana_Shift), 21);
+}
+
+TEST(WebKitUtils, DeleteFunctionKeypadAndMediaKeysStayUnmapped)
+{
+    for (Qt::Key key : {Qt::Key_Delete, Qt::Key_Insert, Qt::Key_Meta, Qt::Key_F1, Qt::Key_F12,
+                        Qt::Key_NumLock, Qt::Key_VolumeUp, Qt::Key_MediaPlay, Qt::Key_unknown})
+        EXPECT_EQ(WebKitUtils::windowsKeyCode(key), 0) << key;
+}
+
+TEST(WebKitUtils, ExactlyNinetyThreeKeysAreMapped)
+{
+    const QMetaEnum keys = QMetaEnum::fromType<Qt::Key>();
+    QSet<int> mapped;
+    for (int i = 0; i < keys.keyCount(); ++i) {
+        if (WebKitUtils::windowsKeyCode(Qt::Key(keys.value(i))) != 0)
+            mapped.insert(keys.value(i));
+    }
+    EXPECT_EQ(mapped.size(), 93);
+}
