@@ -140,7 +140,9 @@ bool ServiceEndpoint::start(int port, QString* error)
     snapshotCan();
     auto server = std::make_unique<httplib::Server>();
     server->new_task_queue = [] { return new httplib::ThreadPool(WorkerThreads); };
-    server->set_keep_alive_max_count(100);
+    // Few requests per connection: with a handful of workers, a busy client must let the
+    // queued ones have their turn instead of starving them into time-outs.
+    server->set_keep_alive_max_count(4);
     server->set_keep_alive_timeout(2);
     server->set_read_timeout(5, 0);
     server->set_write_timeout(5, 0);

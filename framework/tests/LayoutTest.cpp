@@ -182,3 +182,17 @@ TEST(SettingsPage, SwitchRowsGoIntoTheCurrentGridOrIntoARowOfTheirOwn)
     EXPECT_EQ(orphan->valueSource(), nullptr);
     EXPECT_TRUE(log.contains("ERROR", "switch ORPHAN has no data value - it works unbound"));
 }
+
+TEST(Layout, ALabelWiderThanItsColumnWidensTheColumnForEveryRow)
+{
+    DisplayView root;
+    VerticalLayout grid(&root, "Settings2ColLayout; Widths:100,900");
+    LabelView shortLabel(&grid, "SettingsRowLabel", "LOG");
+    SlideSwitch first(&grid);
+    LabelView longLabel(&grid, "SettingsRowLabel", "RELOAD MAP IF CONNECTED");
+    SlideSwitch second(&grid);
+    drainEvents();
+    ASSERT_GT(longLabel.width(), 100);
+    EXPECT_GT(second.x(), longLabel.geometry().right()); // nothing runs under the switch
+    EXPECT_EQ(first.x(), second.x());                   // the columns stay aligned
+}

@@ -132,10 +132,18 @@ QSize LayoutView::layoutFlow()
 QSize LayoutView::layoutGrid()
 {
     const Padding m = layoutMargin();
-    const QList<int> widths = mStyle.intListProperty(QStringLiteral("Widths"));
+    QList<int> widths = mStyle.intListProperty(QStringLiteral("Widths"));
     const int columns = qMax(1, widths.size());
     const int minRowHeight = mStyle.intProperty(QStringLiteral("RowHeight"), 0);
     const QVector<DisplayView*>& children = childViews();
+    // A column whose text is wider than the style gives it grows for all rows alike, so a long
+    // label never runs under the control beside it.
+    constexpr int ColumnGap = 16;
+    for (int i = 0; i < children.size(); ++i) {
+        const int column = i % columns;
+        if (column + 1 < widths.size() && children[i]->isVisible() && children[i]->width() > widths[column])
+            widths[column] = children[i]->width() + ColumnGap;
+    }
     int y = 0;
     int width = 0;
     bool anyRow = false;
