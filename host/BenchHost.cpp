@@ -1,6 +1,8 @@
 #include "BenchHost.h"
 
+#include "BrowserScreen.h"
 #include "CANCommandLine.h"
+#include "hostcommand/HostCommandReport.h"
 #include "can/CANDataManager.h"
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
@@ -18,11 +20,19 @@
 #include "views/popup/PopupView.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QJsonObject>
 #include <QTimer>
 #include <functional>
+
+namespace {
+
+// The one local folder the browser may read.
+const QString LocalContent = QStringLiteral("/usr/vexor/UI/assets/web_content");
+
+} // namespace
 
 BenchHost::BenchHost(const BenchOptions& options)
     : mOptions(options)
@@ -80,6 +90,11 @@ bool BenchHost::start(QString* error)
         }
     }
 
+    // Each bench has a browser profile of its own: Chromium locks the one it uses.
+    qputenv("VEXOR_CEF_USER_DATA_DIR", QFile::encodeName(StorageUtils::dataFolder() + QStringLiteral("/chromium")));
+    if (!mOptions.failingHostCommands.isEmpty())
+        qputenv(HostCommandReport::FailingVariable, mOptions.failingHostCommands.join(QLatin1Char(',')).toUtf8());
+
     mCar = std::make_unique<BenchCar>(mOptions.vehicleLatencyMs);
     QString reason;
     if (!mHostCommands.start(HostCommandListener::commandsFolder(), mScratch.path(), &reason))
@@ -112,13 +127,55 @@ bool BenchHost::start(QString* error)
             openScreen(qobject_cast<PageView*>(navigation->newInstance(Q_ARG(DisplayView*, mWindow))));
         });
     }
+    AppChooser::registerApp(QStringLiteral("Browser"), [this] { openBrowser(QStringLiteral("Browser"), QUrl("about:blank"), true); });
+    AppChooser::registerApp(QStringLiteral("Owner's Manual"), [this] {
+        openBrowser(QStringLiteral("Owner's Manual"), QUrl::fromLocalFile(LocalContent + QStringLiteral("/manual/index.html")), false);
+    });
+    installManual();
 
     mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
     startBrowserRuntime();
     buildApp();
     // Web views start their browsers from here on.
     GUI_allReady.setValue(true);
+    if (!mOptions.browserUrl.isEmpty())
+        openBrowser(QStringLiteral("Browser"), QUrl::fromUserInput(mOptions.browserUrl), true);
     return true;
+}
+
+void BenchHost::installManual()
+{
+    const QString from = assetsDirectory() + QStringLiteral("/web_content/manual");
+    const QString to = LocalContent + QStringLiteral("/manual");
+    QString problem;
+    if (!QDir().mkpath(to)) {
+        problem = QStringLiteral("cannot create the folder");
+    } else {
+        for (const QString& name : QDir(from).entryList(QDir::Files)) {
+            QFile::remove(to + QLatin1Char('/') + name);
+            QFile source(from + QLatin1Char('/') + name);
+            if (!source.copy(to + QLatin1Char('/') + name)) {
+                problem = QStringLiteral("cannot copy %1: %2").arg(name, source.errorString());
+                break;
+            }
+        }
+    }
+    if (problem.isEmpty())
+        Logger(this, "INFO") << "Owner's manual installed in" << to;
+    else
+        Logger(this, "WARN") << "Owner's manual not installed in" << to << "(" << problem
+                             << ") - the Owner's Manual screen shows whatever is there, or the browser's error page";
+}
+
+void BenchHost::openBrowser(const QString& title, const QUrl& url, bool withAddress)
+{
+    // The engine starts with the first web view and looks for its launcher in the current
+    // folder, as a car's UI runs in its own: the bench's is beside the bench. Paths the bench
+    // was given stay relative to where it was started.
+    const QString started = QDir::currentPath();
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    openScreen(new BrowserScreen(mWindow, title, mLoader.exportedClass(QStringLiteral("WebKitView")), url, withAddress));
+    QDir::setCurrent(started);
 }
 
 void BenchHost::startBrowserRuntime()

@@ -8,6 +8,7 @@
 #include "ServiceEndpoint.h"
 
 #include <QObject>
+#include <QUrl>
 #include <QPointer>
 #include <QTimer>
 #include <QTemporaryDir>
@@ -63,6 +64,9 @@ signals:
 private:
     void buildApp();
     void startBrowserRuntime();
+    // Copies the shipped owner's manual where the browser may read local pages.
+    void installManual();
+    void openBrowser(const QString& title, const QUrl& url, bool withAddress);
     // Shows a host screen in place of the plug-in's app, or the app again for null.
     void openScreen(PageView* screen);
     void restart(bool customerMode);

@@ -27,6 +27,9 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         "  choose \"ROW\"              tap a row of the open picker list\n"
         "  answer \"BUTTON\"           press a button of the topmost popup\n"
         "  type \"TEXT\"               type text into the view that has key focus\n"
+        "  keys \"TEXT\"               type text by tapping the on-screen keyboard's keys\n"
+        "  wait-for \"LABEL\"          wait (up to 20 s) until a view with that label or title shows;\n"
+        "                            a web view's title is its page's\n"
         "  wait MS                   let the app run for MS milliseconds\n"
         "  dump FILE                 write the view tree (and the overlay) as JSON\n"
         "  screenshot FILE           write a PNG of the display\n"
@@ -74,6 +77,10 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         {QStringLiteral("dump-views"),
          QStringLiteral("Write the view tree as JSON once the app has settled, then exit (unless a script runs)."),
          QStringLiteral("FILE")},
+        {QStringLiteral("browser"), QStringLiteral("Open the Browser screen at start, on this URL."), QStringLiteral("URL")},
+        {QStringLiteral("fail-host-command"),
+         QStringLiteral("Make a host command fail when the UI runs it, e.g. internet-cgroup. Repeatable."),
+         QStringLiteral("NAME")},
         {QStringLiteral("script"),
          QStringLiteral("Run a script of bench commands (listed above), then exit."),
          QStringLiteral("FILE")},
@@ -98,6 +105,8 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     options->dumpPath = parser.value(QStringLiteral("dump-views"));
     options->scriptPath = parser.value(QStringLiteral("script"));
     options->dataDir = parser.value(QStringLiteral("data-dir"));
+    options->browserUrl = parser.value(QStringLiteral("browser"));
+    options->failingHostCommands = parser.values(QStringLiteral("fail-host-command"));
     if (parser.isSet(QStringLiteral("data-dir")) && options->dataDir.isEmpty()) {
         *error = QStringLiteral("--data-dir wants a folder");
         return false;

@@ -19,6 +19,8 @@ struct BenchOptions {
     int vehicleLatencyMs = 300; // how long the car takes to accept a pending request
     QString dataDir;            // empty: StorageUtils' default
     int servicePort = 8080;     // the service endpoint's loopback port; 0 picks a free one
+    QString browserUrl;         // opens the Browser screen at start
+    QStringList failingHostCommands; // host commands that fail, as a broken car's would
     // Kept for the framework services that read their own options (CAN sources).
     std::shared_ptr<QCommandLineParser> parser;
 };

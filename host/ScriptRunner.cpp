@@ -7,14 +7,16 @@
 #include "display/DisplayDevice.h"
 #include "services/CenterDisplay.h"
 #include "services/PlatformJournal.h"
+#include "views/ButtonView.h"
 #include "views/DisplayView.h"
+#include "views/keyboard/KeyMap.h"
+#include "views/keyboard/KeyboardView.h"
 #include "views/popup/PopupView.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QHash>
-#include <QKeyEvent>
 #include <QProcess>
 #include <QTimer>
 
@@ -27,7 +29,7 @@ const QHash<QString, QVector<int>>& commandArity()
 {
     static const QHash<QString, QVector<int>> arity{
         {"set", {2}}, {"config", {2}}, {"tap", {1, 2}}, {"drag", {3, 4}}, {"choose", {1}}, {"answer", {1}},
-        {"type", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
+        {"type", {1}}, {"keys", {1}}, {"wait-for", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
         {"expect-journal", {1}}, {"expect-log", {1}}, {"expect-value", {2}}, {"expect-pending", {2}},
         {"expect-view", {1}}, {"expect-no-view", {1}}, {"expect-enabled", {1}}, {"expect-disabled", {1}}, {"quit", {0}},
     };
@@ -36,6 +38,8 @@ const QHash<QString, QVector<int>>& commandArity()
 
 // How long expect-journal waits for a record that has not come yet.
 constexpr int JournalPatienceMs = 5000;
+// How long wait-for waits for a view: pages load from a browser that may be starting.
+constexpr int ViewPatienceMs = 20000;
 
 bool isNumber(const QString& text, bool allowNegative)
 {
@@ -280,11 +284,15 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
             drag(from, from + QPoint(c.args[1].toInt(), c.args[2].toInt()));
         }
     } else if (c.name == QLatin1String("type")) {
-        for (const QChar ch : a0) {
-            QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(ch));
-            mHost->display()->key(&press);
-            QKeyEvent release(QEvent::KeyRelease, 0, Qt::NoModifier, QString(ch));
-            mHost->display()->key(&release);
+        for (const QChar ch : a0)
+            KeyStroke::forCharacter(ch).deliver();
+    } else if (c.name == QLatin1String("keys")) {
+        return tapKeys(c, a0);
+    } else if (c.name == QLatin1String("wait-for")) {
+        const QString label = labelArgument(a0);
+        if (!waitUntil([&] { return !mHost->findShownViews(label).isEmpty(); }, ViewPatienceMs)) {
+            fail(c, QStringLiteral("no view labelled '%1' showed within %2 s").arg(a0).arg(ViewPatienceMs / 1000));
+            return false;
         }
     } else if (c.name == QLatin1String("wait")) {
         *waitMs = a0.toInt();
@@ -300,11 +308,7 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
         }
     } else if (c.name == QLatin1String("expect-journal")) {
         // Host commands report from their own processes: give them a moment to arrive.
-        QElapsedTimer waited;
-        waited.start();
-        while (!PlatformJournal::instance()->contains(a0) && waited.elapsed() < JournalPatienceMs)
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
-        if (!PlatformJournal::instance()->contains(a0)) {
+        if (!waitUntil([&] { return PlatformJournal::instance()->contains(a0); }, JournalPatienceMs)) {
             fail(c, QStringLiteral("expected the journal line '%1'; the journal has: %2")
                         .arg(a0, PlatformJournal::instance()->lines().join(QStringLiteral(" | "))));
             return false;
@@ -333,6 +337,44 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
         if (views.last()->isEffectivelyEnabled() != wanted) {
             fail(c, QStringLiteral("the view labelled '%1' is %2").arg(a0, wanted ? "disabled" : "enabled"));
             return false;
+        }
+    }
+    return true;
+}
+
+bool ScriptRunner::waitUntil(const std::function<bool()>& done, int patienceMs)
+{
+    QElapsedTimer waited;
+    waited.start();
+    while (!done() && waited.elapsed() < patienceMs)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    return done();
+}
+
+bool ScriptRunner::tapKeys(const Command& c, const QString& text)
+{
+    if (!theCenterDisplay->isKeyboardVisible()) {
+        fail(c, QStringLiteral("the on-screen keyboard is not showing"));
+        return false;
+    }
+    KeyboardView* keyboard = theCenterDisplay->keyboard();
+    for (const QChar ch : text) {
+        // A layer key and shift at most lead to any key.
+        int taps = 0;
+        for (;;) {
+            ButtonView* key = keyboard->keyTowards(ch);
+            if (!key) {
+                fail(c, QStringLiteral("the on-screen keyboard has no key for '%1'").arg(ch));
+                return false;
+            }
+            const bool typesIt = key->label() == QString(ch) || (ch == QLatin1Char(' ') && key->label() == QLatin1String("SPACE"));
+            mHost->display()->tap(key->rootGeometry().center());
+            if (typesIt)
+                break;
+            if (++taps > 3) {
+                fail(c, QStringLiteral("the on-screen keyboard never showed the key for '%1'").arg(ch));
+                return false;
+            }
         }
     }
     return true;

@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QVector>
 
+#include <functional>
 #include <memory>
 
 class BenchHost;
@@ -45,6 +46,10 @@ private:
     DisplayView* viewToTouch(const Command& command, const QString& label, int nth, bool overlayOnly);
     void drag(const QPoint& from, const QPoint& to);
     bool expectValue(const Command& command);
+    // Types text by tapping the keyboard's keys, switching layers as a person would.
+    bool tapKeys(const Command& command, const QString& text);
+    // Runs the loop until done() or the time is up; done()'s last answer.
+    static bool waitUntil(const std::function<bool()>& done, int patienceMs);
     static bool sameValue(const DataValue* value, const QVariant& actual, const QString& wanted);
 
     BenchHost* mHost;

@@ -1,7 +1,9 @@
 #include "services/CenterDisplay.h"
 
 #include "core/DataValues.h"
+#include "display/DisplayDevice.h"
 #include "services/PlatformJournal.h"
+#include "views/keyboard/KeyboardView.h"
 #include "views/popup/ConfirmationPopup.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
@@ -17,6 +19,7 @@ CenterDisplay& centerDisplay()
 CenterDisplay* const theCenterDisplay = &centerDisplay();
 
 CenterDisplay::CenterDisplay()
+    : mKeyboardHeight(KeyboardView::Height)
 {
     qRegisterMetaType<PopupView*>();
 }
@@ -64,10 +67,35 @@ void CenterDisplay::setKeyboardVisible(bool visible)
         return;
     mKeyboardVisible = visible;
     if (visible)
+        placeKeyboard();
+    keyboard()->show(visible);
+    if (visible)
         emit keyboardWillShow();
     else
         emit keyboardWillHide();
     emit keyboardVisibilityChanged(visible);
+}
+
+void CenterDisplay::setKeyboardHeight(int height)
+{
+    mKeyboardHeight = height;
+    if (mKeyboardVisible)
+        placeKeyboard();
+}
+
+void CenterDisplay::placeKeyboard()
+{
+    const QSize display = DisplayDevice::instance() ? DisplayDevice::instance()->size() : overlay()->rect().size();
+    keyboard()->setGeometry(QRect(0, display.height() - mKeyboardHeight, display.width(), mKeyboardHeight));
+}
+
+KeyboardView* CenterDisplay::keyboard()
+{
+    if (!mKeyboard) {
+        mKeyboard = new KeyboardView(overlay());
+        mKeyboard->hide();
+    }
+    return mKeyboard;
 }
 
 OverlayView* CenterDisplay::overlay()

@@ -7,6 +7,7 @@
 
 class ChromiumManager;
 class ConfirmationPopup;
+class KeyboardView;
 class OverlayView;
 class PopupView;
 
@@ -27,10 +28,14 @@ public:
     ConfirmationPopup* toggleTransportMode();
 
     bool isKeyboardVisible() const { return mKeyboardVisible; }
+    // Shows the on-screen keyboard along the bottom of the display (or hides it); the overlay
+    // holds it before anyone hears of the change.
     void setKeyboardVisible(bool visible);
     // The on-screen keyboard's height in display pixels while it shows.
     int keyboardHeight() const { return mKeyboardHeight; }
-    void setKeyboardHeight(int height) { mKeyboardHeight = height; }
+    void setKeyboardHeight(int height);
+    // The keyboard in the overlay, made on first use.
+    KeyboardView* keyboard();
 
     // The layer above the application that holds popups, picker lists and the keyboard, and
     // with it the stack of open popups (the last opened is on top).
@@ -52,9 +57,12 @@ signals:
     void popupWillHide(PopupView* popup);
 
 private:
+    void placeKeyboard();
+
     bool mKeyboardVisible = false;
-    int mKeyboardHeight = 0;
+    int mKeyboardHeight;
     OverlayView* mOverlay = nullptr;
+    KeyboardView* mKeyboard = nullptr;
     ChromiumManager* mChromiumManager = nullptr;
 };
 

@@ -13,6 +13,8 @@ namespace HostCommandReport {
 
 // The environment variable that names the bench's socket.
 constexpr const char* SocketVariable = "ORVANE_BENCH_JOURNAL";
+// The environment variable listing, comma-separated, the commands that fail instead.
+constexpr const char* FailingVariable = "ORVANE_BENCH_FAILING_COMMANDS";
 // Longer lines are not reports; the bench drops the connection.
 constexpr int MaxLineLength = 64 * 1024;
 

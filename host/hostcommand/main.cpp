@@ -29,6 +29,9 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i)
         arguments.append(QString::fromLocal8Bit(argv[i]));
 
+    if (qEnvironmentVariable(HostCommandReport::FailingVariable).split(QLatin1Char(',')).contains(command))
+        return fail(command, QStringLiteral("failing, as the bench was asked to"));
+
     const QString socketPath = qEnvironmentVariable(HostCommandReport::SocketVariable);
     if (socketPath.isEmpty())
         return fail(command, QStringLiteral("%1 is not set: no bench to report to").arg(HostCommandReport::SocketVariable));

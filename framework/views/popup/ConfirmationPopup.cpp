@@ -32,16 +32,29 @@ ConfirmationPopup::ConfirmationPopup(const QString& title, const QString& text, 
                                                                       Qt::TextWordWrap, text);
     textLabel->setGeometry(QRect(Margin, Margin + 60, inner, needed.height() + 10));
 
-    const int buttonWidth = (inner - ButtonGap) / 2;
+    const int buttonWidth = noLabel.isEmpty() ? inner : (inner - ButtonGap) / 2;
     const int buttonsTop = textLabel->geometry().bottom() + 1 + Margin;
-    auto* no = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; Width:%1").arg(buttonWidth)), noLabel);
-    auto* yes = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; ButtonColor:blue; Width:%1").arg(buttonWidth)),
-                               yesLabel);
-    no->moveTo(Margin, buttonsTop);
-    yes->moveTo(Margin + buttonWidth + ButtonGap, buttonsTop);
-    connect(no, &ControlBase::released, this, [this] { answer(false); });
-    connect(yes, &ControlBase::released, this, [this] { answer(true); });
-    resize(width, buttonsTop + yes->height() + Margin);
+    if (!noLabel.isEmpty()) {
+        mNo = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; Width:%1").arg(buttonWidth)), noLabel);
+        mNo->moveTo(Margin, buttonsTop);
+        connect(mNo, &ControlBase::released, this, [this] { answer(false); });
+    }
+    mYes = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; ButtonColor:blue; Width:%1").arg(buttonWidth)),
+                          yesLabel);
+    mYes->moveTo(width - Margin - buttonWidth, buttonsTop);
+    connect(mYes, &ControlBase::released, this, [this] { answer(true); });
+    resize(width, buttonsTop + mYes->height() + Margin);
+}
+
+void ConfirmationPopup::insertContent(DisplayView* content, int height)
+{
+    const int top = mYes->y();
+    content->setGeometry(QRect(Margin, top, width() - 2 * Margin, height));
+    for (ButtonView* button : {mNo, mYes}) {
+        if (button)
+            button->moveTo(button->x(), top + height + Margin);
+    }
+    resize(width(), this->height() + height + Margin);
 }
 
 ConfirmationPopup* ConfirmationPopup::ask(const QString& title, const QString& text, const QString& noLabel,

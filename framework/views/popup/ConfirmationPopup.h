@@ -6,7 +6,8 @@ class ButtonView;
 class LabelView;
 
 // The framework's question: a title, a text and two buttons, the refusing one first. The
-// answer comes once, as answered(bool), and the popup then goes away by itself.
+// answer comes once, as answered(bool), and the popup then goes away by itself. Without a
+// refusing label there is only the one button, which answers yes.
 class ORVANE_EXPORT ConfirmationPopup : public PopupView {
     Q_OBJECT
 public:
@@ -33,7 +34,13 @@ public:
 signals:
     void answered(bool yes);
 
+protected:
+    // Puts a view of the given height between the text and the buttons.
+    void insertContent(DisplayView* content, int height);
+
 private:
+    ButtonView* mNo = nullptr;
+    ButtonView* mYes;
     QString mTitle;
     QString mText;
     int mStyle;

@@ -11,6 +11,7 @@
 
 #include "include/cef_frame.h"
 
+#include <QJsonObject>
 #include <QKeyEvent>
 
 namespace {
@@ -179,7 +180,9 @@ bool WebKitView::keyEvent(QKeyEvent* event)
 {
     if (!browserExists())
         return false;
-    mClient->sendKeyEvent(event);
+    // A press is a whole stroke for the page; the release has nothing more to say.
+    if (event->type() == QEvent::KeyPress)
+        mClient->sendKeyEvent(event);
     return true;
 }
 
@@ -269,4 +272,11 @@ void WebKitView::windowHandleChanged(unsigned long window)
     if (DebugChromium.value())
         Logger(this, "INFO") << "void WebKitView::windowHandleChanged(Qt::HANDLE)" << "window handle changed" << window;
     resetLayerIfNecessary();
+}
+
+void WebKitView::dumpProperties(QJsonObject& out) const
+{
+    out.insert(QStringLiteral("url"), url().toString());
+    out.insert(QStringLiteral("pageTitle"), title());
+    out.insert(QStringLiteral("window"), QString::number(mClient ? mClient->windowHandle() : 0));
 }

@@ -21,18 +21,19 @@ public:
     enum DialogType { Alert = 0, Confirm = 1, Prompt = 2, GeolocationPermission = 3 };
     Q_ENUM(DialogType)
 
-    explicit WebKitView(DisplayView* parent = nullptr);
+    Q_INVOKABLE explicit WebKitView(DisplayView* parent = nullptr);
     ~WebKitView() override;
 
     CefRefPtr<CefBrowser> browser() const;
     bool browserExists() const { return browser().get() != nullptr; }
     ChromiumClient* client() const { return mClient; }
 
-    void loadURL(const QUrl& url);
-    QUrl url() const;
-    QString title() const;
-    bool canGoBack() const;
-    bool canGoForward() const;
+    // Invokable: host screens reach the view through its meta-object.
+    Q_INVOKABLE void loadURL(const QUrl& url);
+    Q_INVOKABLE QUrl url() const;
+    Q_INVOKABLE QString title() const;
+    Q_INVOKABLE bool canGoBack() const;
+    Q_INVOKABLE bool canGoForward() const;
     void suspendBrowser(bool suspend);
     void evaluateJavaScriptInMainFrame(const QString& script);
 
@@ -40,6 +41,8 @@ public:
     void lostKeyFocus() override;
     bool touchEvent(const TouchEvent& event) override;
     unsigned long findX11Window(unsigned long current) override;
+    QString describe() const override { return title(); }
+    void dumpProperties(QJsonObject& out) const override;
 
     // Told by the client.
     void urlChanged(const QUrl& url);
