@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <functional>
+#include "BenchProcess.h"
 #include "TestSupport.h"
 #include "services/PlacesHistoryDB.h"
 #include "services/StorageUtils.h"
@@ -18,28 +19,9 @@
 
 namespace {
 
-struct BenchRun {
-    int exitCode = -1;
-    QString output;
-};
-
 class BenchEndToEnd : public ::testing::Test {
 protected:
-    BenchRun bench(const QStringList& arguments)
-    {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_RUNTIME_DIR", dir.path());
-        env.insert("XDG_DATA_HOME", dir.filePath("xdg-data")); // the default data folder stays in the test's folder
-        process.setProcessEnvironment(env);
-        process.start(ORVANE_BENCH_PATH, arguments);
-        EXPECT_TRUE(process.waitForFinished(30000)) << "orvane-bench did not finish";
-        BenchRun run;
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        run.output = QString::fromUtf8(process.readAll());
-        return run;
-    }
+    BenchRun bench(const QStringList& arguments) { return runBench(arguments, dir.path()); }
 
     QString file(const QString& name, const QByteArray& content = QByteArray())
     {
@@ -460,7 +442,8 @@ TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
     const BenchRun run = bench({"--help"});
     EXPECT_EQ(run.exitCode, 0);
     for (const char* word : {"--plugin", "--config", "--set", "--offscreen", "--screenshot", "--dump-views", "--script",
-                             "--size", "--vehicle-latency", "--data-dir", "--can-record", "expect-journal", "screenshot FILE"})
+                             "--size", "--vehicle-latency", "--data-dir", "--can-record", "--browser", "--fail-host-command",
+                             "expect-journal", "screenshot FILE", "keys \"TEXT\"", "wait-for \"LABEL\""})
         EXPECT_TRUE(run.output.contains(word)) << word;
 }
 

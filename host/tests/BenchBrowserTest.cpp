@@ -1,0 +1,178 @@
+// The bench's browser screens against real Chromium under X: the on-screen keyboard, taps and
+// page dialogs end to end, each run on a Chromium profile of its own. Run serially.
+#include "BenchProcess.h"
+#include "test_support.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPoint>
+#include <QTemporaryDir>
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace {
+
+// Where the Browser screen puts the page on a 1920x1200 display: page pixel (0, 0).
+const QPoint PageOrigin(32, 144);
+
+// Chromium may drop input that comes right after a load: the script knocks at the page's
+// top left corner until the page answers "armed". The page ignores that corner from then on.
+const char* const ArmScript =
+    "<script>let armed = false;"
+    "const knock = e => e.clientX < 20 && e.clientY < 20;"
+    "for (const type of ['mousedown', 'mouseup', 'click'])"
+    "  addEventListener(type, e => {"
+    "    if (!knock(e)) return;"
+    "    e.stopImmediatePropagation();"
+    "    if (type == 'click' && !armed) { armed = true; document.title = 'armed'; }"
+    "  }, true);"
+    "</script>";
+
+class BenchBrowser : public ::testing::Test {
+protected:
+    // A bench showing `path` of the test server in its Browser screen (none for an empty
+    // path), running `script`.
+    BenchRun browse(const std::string& path, const QString& script, const QStringList& more = {})
+    {
+        QFile file(dir.filePath("script.txt"));
+        file.open(QIODevice::WriteOnly);
+        file.write(script.toUtf8());
+        file.close();
+        QStringList arguments{"--offscreen", "--service-port", "0", "--data-dir", dir.filePath("data"),
+                              "--script", file.fileName()};
+        if (!path.empty())
+            arguments << "--browser" << QString::fromStdString(server.Url(path));
+        return runBench(arguments + more, dir.path(), 90000);
+    }
+
+    // A tap at a page pixel, as a script line.
+    static QString tapPage(int x, int y)
+    {
+        return QStringLiteral("tap %1 %2\n").arg(PageOrigin.x() + x).arg(PageOrigin.y() + y);
+    }
+    static QString arm() { return QStringLiteral("tap-until %1 %2 \"armed\"\n").arg(PageOrigin.x() + 5).arg(PageOrigin.y() + 5); }
+
+    QJsonObject webView(const QString& dumpName)
+    {
+        QFile f(dir.filePath(dumpName));
+        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << dumpName.toStdString();
+        std::function<QJsonObject(const QJsonObject&)> find = [&](const QJsonObject& view) {
+            if (view["class"].toString() == "WebKitView")
+                return view;
+            for (const QJsonValue& child : view["children"].toArray()) {
+                const QJsonObject hit = find(child.toObject());
+                if (!hit.isEmpty())
+                    return hit;
+            }
+            return QJsonObject();
+        };
+        return find(QJsonDocument::fromJson(f.readAll()).object());
+    }
+
+    QTemporaryDir dir;
+    testing_support::HttpServer server;
+};
+
+TEST_F(BenchBrowser, TypingThroughTheKeyboardReachesTheFocusedInputWhichShowsAndHidesIt)
+{
+    server.Serve("/type", std::string("<body style='margin:0'><input id=f style='position:absolute;left:100px;top:100px;"
+                                      "width:600px;height:60px' oninput=\"document.title = 'v:' + this.value\""
+                                      " onblur=\"document.title = 'left:' + this.value\">")
+                              + ArmScript);
+    const QString script = arm() + QString::fromUtf8("expect-no-view \"keyboard\"\n"
+                                             + tapPage(400, 130).toUtf8()
+                                             + "wait-for \"keyboard\"\n"
+                                               "keys \"Hé! ž€ A1~\"\n"
+                                               "tap \"BACKSPACE\"\n"
+                                               "wait-for \"v:Hé! ž€ A1\"\n"
+                                             + tapPage(400, 500).toUtf8()
+                                             + "wait-for-no \"keyboard\"\n"
+                                               "wait-for \"left:Hé! ž€ A1\"\n"
+                                               "dump " + dir.filePath("views.json").toUtf8() + "\n");
+    const BenchRun run = browse("/type", script);
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QJsonObject view = webView("views.json");
+    EXPECT_EQ(view["rootGeometry"].toObject()["x"].toInt(), PageOrigin.x());
+    EXPECT_EQ(view["rootGeometry"].toObject()["y"].toInt(), PageOrigin.y());
+    EXPECT_EQ(view["url"].toString(), QString::fromStdString(server.Url("/type")));
+    EXPECT_EQ(view["pageTitle"].toString(), QString::fromUtf8("left:Hé! ž€ A1"));
+}
+
+TEST_F(BenchBrowser, ATapIsExactlyOneClickAtThePixel)
+{
+    server.Serve("/click", std::string("<body style='margin:0;height:2000px'><script>"
+                                       "let down = 0, up = 0, clicks = 0;"
+                                       "const show = e => { document.title = `down ${down} up ${up} click ${clicks} at ${e.clientX},${e.clientY}`; };"
+                                       "addEventListener('mousedown', e => { ++down; show(e); });"
+                                       "addEventListener('mouseup', e => { ++up; show(e); });"
+                                       "addEventListener('click', e => { ++clicks; show(e); });"
+                                       "</script>")
+                               + ArmScript);
+    // Were a tap two clicks, the second tap's count would tell.
+    const BenchRun run = browse("/click", arm() + tapPage(300, 200)
+                                              + "wait-for \"down 1 up 1 click 1 at 300,200\"\n" + tapPage(7, 911)
+                                              + "wait-for \"down 2 up 2 click 2 at 7,911\"\n");
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+}
+
+TEST_F(BenchBrowser, PageDialogsShowAsPopupsAndThePageSeesTheAnswer)
+{
+    // Five bands to tap: alert, confirm, prompt, leave the page, and a sign of life.
+    server.Serve("/dialogs", std::string("<body style='margin:0'><script>"
+                                         "addEventListener('beforeunload', e => { e.preventDefault(); e.returnValue = ''; });"
+                                         "addEventListener('click', e => {"
+                                         "  const band = Math.floor(e.clientY / 100);"
+                                         "  if (band == 0) { alert('Hello'); document.title = 'alert done'; }"
+                                         "  if (band == 1) document.title = 'confirm:' + confirm('Sure?');"
+                                         "  if (band == 2) document.title = 'prompt:' + prompt('Name?', 'def');"
+                                         "  if (band == 3) location.href = '/left';"
+                                         "  if (band == 4) document.title = 'still here';"
+                                         "});</script>")
+                                 + ArmScript);
+    server.Serve("/left", "<title>left</title>");
+    const QString popup = "wait-for \"127.0.0.1\"\n";
+    const QString script = arm() + tapPage(50, 50) + popup + "expect-no-view \"CANCEL\"\nanswer \"OK\"\n"
+                           "wait-for \"alert done\"\n"
+                           + tapPage(50, 150) + popup + "answer \"CANCEL\"\nwait-for \"confirm:false\"\n"
+                           + tapPage(50, 150) + popup + "answer \"OK\"\nwait-for \"confirm:true\"\n"
+                           + tapPage(50, 250) + popup + "keys \"ñ!\"\nanswer \"OK\"\n"
+                           + QString::fromUtf8("wait-for \"prompt:defñ!\"\n")
+                           + tapPage(50, 250) + popup + "keys \"x\"\nanswer \"CANCEL\"\nwait-for \"prompt:null\"\n"
+                           + tapPage(50, 350) + popup + "answer \"CANCEL\"\nwait-for-no \"127.0.0.1\"\n"
+                           + tapPage(50, 450) + "wait-for \"still here\"\ndump " + dir.filePath("stayed.json") + "\n"
+                           + tapPage(50, 350) + popup + "answer \"OK\"\nwait-for \"left\"\ndump " + dir.filePath("left.json") + "\n";
+    const BenchRun run = browse("/dialogs", script);
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_EQ(webView("stayed.json")["url"].toString(), QString::fromStdString(server.Url("/dialogs")));
+    EXPECT_EQ(webView("left.json")["pageTitle"].toString(), "left");
+}
+
+TEST_F(BenchBrowser, AFailingControlGroupCommandEndsTheProcessWithStatusOne)
+{
+    server.Serve("/", "<title>never</title>");
+    for (const QString& command : {"internet-cgroup", "orvane-cgroup"}) {
+        const BenchRun run = browse("/", "wait-for \"never\"\n", {"--fail-host-command", command});
+        EXPECT_EQ(run.exitCode, 1) << run.output.toStdString();
+        const QString perror = command == "internet-cgroup" ? "failed to set internet-cgroups: " : "failed to set orvane-cgroups: ";
+        EXPECT_TRUE(run.output.contains(perror)) << run.output.toStdString();
+        EXPECT_FALSE(run.output.contains("never")) << "the page never loads";
+    }
+}
+
+TEST_F(BenchBrowser, TheOwnersManualOpensFromAppsOnItsLocalPage)
+{
+    const QString script = "tap \"APPS\"\ntap \"Owner's Manual\"\nwait-for \"Owner's Manual: Contents\"\ndump " + dir.filePath("manual.json") + "\n";
+    const BenchRun run = browse("", script, {"--set", "GUI_developerMode=true"});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    // Installing needs a folder a test run may not write: then it must say so.
+    if (!run.output.contains("Owner's manual installed"))
+        EXPECT_TRUE(run.output.contains("Owner's manual not installed")) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("load url file:///usr/vexor/UI/assets/web_content/manual/index.html"))
+        << run.output.toStdString();
+    EXPECT_TRUE(webView("manual.json")["shown"].toBool());
+}
+
+} // namespace

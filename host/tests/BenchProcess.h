@@ -1,0 +1,29 @@
+#pragma once
+
+// orvane-bench run as a person or CI runs it: a real process, driven by its options.
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <gtest/gtest.h>
+
+struct BenchRun {
+    int exitCode = -1;
+    QString output;
+};
+
+// Runs the bench to its end with its runtime and data folders in `folder`.
+inline BenchRun runBench(const QStringList& arguments, const QString& folder, int timeoutMs = 30000)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("XDG_RUNTIME_DIR", folder);
+    env.insert("XDG_DATA_HOME", folder + "/xdg-data"); // the default data folder stays in the test's folder
+    process.setProcessEnvironment(env);
+    process.start(ORVANE_BENCH_PATH, arguments);
+    EXPECT_TRUE(process.waitForFinished(timeoutMs)) << "orvane-bench did not finish";
+    BenchRun run;
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.output = QString::fromUtf8(process.readAll());
+    return run;
+}
