@@ -34,6 +34,7 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         "                            a web view's title is its page's\n"
         "  wait-for-no \"LABEL\"       wait (up to 20 s) until no view with that label or title shows\n"
         "  wait MS                   let the app run for MS milliseconds\n"
+        "  pause \"TEXT\"              print TEXT and stop until Enter (or the end of the input)\n"
         "  dump FILE                 write the view tree (and the overlay) as JSON\n"
         "  screenshot FILE           write a PNG of the display\n"
         "  expect-journal \"LINE\"     fail unless the platform journal has that line (waits up to 5 s\n"

@@ -18,9 +18,12 @@
 #include <QFile>
 #include <QHash>
 #include <QProcess>
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <algorithm>
+#include <cstdio>
+#include <unistd.h>
 
 namespace {
 
@@ -29,7 +32,7 @@ const QHash<QString, QVector<int>>& commandArity()
 {
     static const QHash<QString, QVector<int>> arity{
         {"set", {2}}, {"config", {2}}, {"tap", {1, 2}}, {"drag", {3, 4}}, {"choose", {1}}, {"answer", {1}},
-        {"type", {1}}, {"keys", {1}}, {"wait-for", {1}}, {"tap-until", {3}}, {"wait-for-no", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
+        {"type", {1}}, {"keys", {1}}, {"wait-for", {1}}, {"tap-until", {3}}, {"pause", {1}}, {"wait-for-no", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
         {"expect-journal", {1}}, {"expect-log", {1}}, {"expect-value", {2}}, {"expect-pending", {2}},
         {"expect-view", {1}}, {"expect-no-view", {1}}, {"expect-enabled", {1}}, {"expect-disabled", {1}}, {"quit", {0}},
     };
@@ -186,6 +189,10 @@ void ScriptRunner::step()
         emit finished(0);
         return;
     }
+    if (command.name == QLatin1String("pause")) {
+        pause(command.args[0]);
+        return;
+    }
     int waitMs = 0;
     if (!execute(command, &waitMs)) {
         emit finished(1);
@@ -195,6 +202,21 @@ void ScriptRunner::step()
         QTimer::singleShot(waitMs, this, [this] { mHost->settle([this] { step(); }); });
     else
         mHost->settle([this] { step(); });
+}
+
+void ScriptRunner::pause(const QString& text)
+{
+    std::printf("Paused: %s - press Enter to go on\n", qPrintable(text));
+    std::fflush(stdout);
+    // Whatever ends the line or the input goes on, so a script run without a terminal never sticks.
+    auto* input = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
+    connect(input, &QSocketNotifier::activated, this, [this, input] {
+        char c = 0;
+        while (::read(STDIN_FILENO, &c, 1) == 1 && c != '\n') {
+        }
+        input->deleteLater();
+        mHost->settle([this] { step(); });
+    });
 }
 
 void ScriptRunner::fail(const Command& command, const QString& reason)

@@ -42,6 +42,8 @@ private:
     // Runs one command; false when it failed (the reason is logged). Sets waitMs for "wait".
     bool execute(const Command& command, int* waitMs);
     void fail(const Command& command, const QString& reason);
+    // Stops until a line (or the end) comes on standard input, then goes on.
+    void pause(const QString& text);
     // The shown, enabled view a touch command names (the n-th from 1, or the topmost when 0).
     DisplayView* viewToTouch(const Command& command, const QString& label, int nth, bool overlayOnly);
     void drag(const QPoint& from, const QPoint& to);

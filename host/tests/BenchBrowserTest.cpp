@@ -9,9 +9,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPoint>
+#include <QRect>
 #include <QTemporaryDir>
 #include <functional>
 #include <gtest/gtest.h>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/shape.h>
 
 namespace {
 
@@ -148,6 +152,77 @@ TEST_F(BenchBrowser, PageDialogsShowAsPopupsAndThePageSeesTheAnswer)
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_EQ(webView("stayed.json")["url"].toString(), QString::fromStdString(server.Url("/dialogs")));
     EXPECT_EQ(webView("left.json")["pageTitle"].toString(), "left");
+}
+
+// The bounds of a window's input region as the X server has it.
+QRect inputRegion(unsigned long window)
+{
+    Display* dpy = XOpenDisplay(nullptr);
+    if (!dpy)
+        return QRect(-1, -1, 0, 0);
+    int count = 0;
+    int ordering = 0;
+    XRectangle* rects = XShapeGetRectangles(dpy, window, ShapeInput, &count, &ordering);
+    QRect bounds;
+    for (int i = 0; i < count; ++i)
+        bounds |= QRect(rects[i].x, rects[i].y, rects[i].width, rects[i].height);
+    if (rects)
+        XFree(rects);
+    XCloseDisplay(dpy);
+    return bounds;
+}
+
+TEST_F(BenchBrowser, TheInputRegionFollowsTheViewTheKeyboardAndPopups)
+{
+    server.Serve("/shape", std::string("<body style='margin:0'><input style='position:absolute;left:100px;top:100px'>"
+                                       "<script>addEventListener('click', e => { if (e.clientY > 300) alert('Hi'); });</script>")
+                               + ArmScript);
+    QFile config(dir.filePath("car.ini"));
+    config.open(QIODevice::WriteOnly);
+    config.write("[chromium]\nenable_input_shaping=true\n");
+    config.close();
+    QFile script(dir.filePath("script.txt"));
+    script.open(QIODevice::WriteOnly);
+    // The page leaves its input as the alert comes, but may tell so only once the alert is gone.
+    script.write((arm() + "dump " + dir.filePath("views.json") + "\n" + tapPage(110, 110)
+                  + "wait-for \"keyboard\"\npause \"keyboard\"\n" + tapPage(50, 400)
+                  + "wait-for \"127.0.0.1\"\npause \"popup\"\n"
+                    "answer \"OK\"\nwait-for-no \"127.0.0.1\"\nwait-for-no \"keyboard\"\npause \"closed\"\n")
+                     .toUtf8());
+    script.close();
+
+    QProcess bench;
+    bench.setProcessChannelMode(QProcess::MergedChannels);
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("XDG_RUNTIME_DIR", dir.path());
+    bench.setProcessEnvironment(env);
+    bench.start(ORVANE_BENCH_PATH, {"--offscreen", "--service-port", "0", "--data-dir", dir.filePath("data"), "--config",
+                                    config.fileName(), "--browser", QString::fromStdString(server.Url("/shape")),
+                                    "--script", script.fileName()});
+    QString output;
+    const auto pausedAt = [&](const QString& step) {
+        while (!output.contains("Paused: " + step)) {
+            if (!bench.waitForReadyRead(30000))
+                return false;
+            output += QString::fromUtf8(bench.readAll());
+        }
+        return true;
+    };
+    const QRect view(PageOrigin, QSize(1856, 936));
+    ASSERT_TRUE(pausedAt("keyboard")) << output.toStdString();
+    const unsigned long window = webView("views.json")["window"].toString().toULong();
+    ASSERT_NE(window, 0u);
+    EXPECT_EQ(inputRegion(window), QRect(view.topLeft(), QSize(view.width(), 1200 - view.top() - 440)))
+        << "the keyboard's part is not the page's";
+    bench.write("\n");
+    ASSERT_TRUE(pausedAt("popup")) << output.toStdString();
+    EXPECT_TRUE(inputRegion(window).isEmpty()) << "a popup over the page takes its input";
+    bench.write("\n");
+    ASSERT_TRUE(pausedAt("closed")) << output.toStdString();
+    EXPECT_EQ(inputRegion(window), view);
+    bench.write("\n");
+    EXPECT_TRUE(bench.waitForFinished(30000));
+    EXPECT_EQ(bench.exitCode(), 0) << output.toStdString();
 }
 
 TEST_F(BenchBrowser, AFailingControlGroupCommandEndsTheProcessWithStatusOne)
