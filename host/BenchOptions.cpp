@@ -46,6 +46,7 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         "  expect-no-view \"LABEL\"    fail if a shown view has that label or title\n"
         "  expect-enabled \"LABEL\"    fail unless that view (the topmost) takes touches\n"
         "  expect-disabled \"LABEL\"   fail unless that view (the topmost) is disabled\n"
+        "  wait-for-enabled \"LABEL\"  wait (up to 20 s) until that view (the topmost) takes touches\n"
         "  quit                      stop here\n"
         "Exit status: 0 done, 1 an expectation or output failed, 2 bad usage or bad input."));
     const QString defaultPlugin = QDir(QCoreApplication::applicationDirPath())

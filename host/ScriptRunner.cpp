@@ -34,7 +34,7 @@ const QHash<QString, QVector<int>>& commandArity()
         {"set", {2}}, {"config", {2}}, {"tap", {1, 2}}, {"drag", {3, 4}}, {"choose", {1}}, {"answer", {1}},
         {"type", {1}}, {"keys", {1}}, {"wait-for", {1}}, {"tap-until", {3}}, {"pause", {1}}, {"wait-for-no", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
         {"expect-journal", {1}}, {"expect-log", {1}}, {"expect-value", {2}}, {"expect-pending", {2}},
-        {"expect-view", {1}}, {"expect-no-view", {1}}, {"expect-enabled", {1}}, {"expect-disabled", {1}}, {"quit", {0}},
+        {"expect-view", {1}}, {"expect-no-view", {1}}, {"expect-enabled", {1}}, {"expect-disabled", {1}}, {"wait-for-enabled", {1}}, {"quit", {0}},
     };
     return arity;
 }
@@ -368,14 +368,22 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
             fail(c, QString::fromLatin1(wanted ? "no shown view labelled '%1'" : "a view labelled '%1' is shown").arg(a0));
             return false;
         }
-    } else if (c.name == QLatin1String("expect-enabled") || c.name == QLatin1String("expect-disabled")) {
-        const QList<DisplayView*> views = mHost->findShownViews(labelArgument(a0));
+    } else if (c.name == QLatin1String("expect-enabled") || c.name == QLatin1String("expect-disabled")
+               || c.name == QLatin1String("wait-for-enabled")) {
+        const QString label = labelArgument(a0);
+        const bool wanted = c.name != QLatin1String("expect-disabled");
+        const auto settled = [&] {
+            const QList<DisplayView*> views = mHost->findShownViews(label);
+            return !views.isEmpty() && views.last()->isEffectivelyEnabled() == wanted;
+        };
+        if (c.name == QLatin1String("wait-for-enabled"))
+            waitUntil(settled, ViewPatienceMs);
+        const QList<DisplayView*> views = mHost->findShownViews(label);
         if (views.isEmpty()) {
             fail(c, QStringLiteral("no shown view labelled '%1'").arg(a0));
             return false;
         }
-        const bool wanted = c.name == QLatin1String("expect-enabled");
-        if (views.last()->isEffectivelyEnabled() != wanted) {
+        if (!settled()) {
             fail(c, QStringLiteral("the view labelled '%1' is %2").arg(a0, wanted ? "disabled" : "enabled"));
             return false;
         }

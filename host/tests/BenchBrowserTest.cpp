@@ -154,6 +154,27 @@ TEST_F(BenchBrowser, PageDialogsShowAsPopupsAndThePageSeesTheAnswer)
     EXPECT_EQ(webView("left.json")["pageTitle"].toString(), "left");
 }
 
+TEST_F(BenchBrowser, TheAddressFieldLoadsWhatIsTypedAndTheHistoryButtonsFollowTheView)
+{
+    server.Serve("/first", "<title>first</title>");
+    server.Serve("/second", "<script>document.title = 'second ' + performance.getEntriesByType('navigation')[0].type;</script>");
+    const QString first = QString::fromStdString(server.Url("/first"));
+    const QString second = QString::fromStdString(server.Url("/second"));
+    const QString script = "wait-for \"first\"\n"
+                           "expect-disabled \"GO BACK\"\nexpect-disabled \"GO FORWARD\"\n"
+                           "tap \"address\"\nwait-for \"keyboard\"\n"
+                           // The field holds the page's address: away with it first.
+                           + QString("tap \"BACKSPACE\"\n").repeated(first.size())
+                           + "keys \"" + second.section('/', 2) + "\"\ntap \"RETURN\"\n"
+                           "wait-for \"second navigate\"\nwait-for-no \"keyboard\"\n"
+                           "wait-for-enabled \"GO BACK\"\ntap \"GO BACK\"\nwait-for \"first\"\n"
+                           // Forward may restore the page as it was: reloading it tells where the view is.
+                           "wait-for-enabled \"GO FORWARD\"\ntap \"GO FORWARD\"\nwait-for-no \"first\"\n"
+                           "tap \"RELOAD\"\nwait-for \"second reload\"\n";
+    const BenchRun run = browse("/first", script);
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+}
+
 // The bounds of a window's input region as the X server has it.
 QRect inputRegion(unsigned long window)
 {
