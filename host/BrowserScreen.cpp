@@ -107,7 +107,8 @@ void BrowserScreen::historyChanged()
 
 void BrowserScreen::presentDialog(const QString& text, int kind, const QString& prompt)
 {
-    if (mDialog) {
+    // An answered dialog lingers until the loop deletes it: only an open one stands in the way.
+    if (mDialog && mDialog->isOpen()) {
         Logger(this, "WARN") << "A page dialog is open already; the new one is not shown";
         return;
     }
@@ -123,6 +124,6 @@ void BrowserScreen::presentDialog(const QString& text, int kind, const QString& 
 
 void BrowserScreen::dismissDialog()
 {
-    if (mDialog)
+    if (mDialog && mDialog->isOpen())
         mDialog->withdraw();
 }

@@ -1,0 +1,117 @@
+// The Browser screen's side of the web view's contract, against a stand-in view: no Chromium.
+#include "BrowserScreen.h"
+#include "TestSupport.h"
+
+#include "display/DisplayDevice.h"
+#include "services/CenterDisplay.h"
+#include "views/ButtonView.h"
+
+#include <QUrl>
+#include <gtest/gtest.h>
+
+// Named as the plug-in's view, whose signals and slots the screen connects by name.
+class WebKitView : public DisplayView {
+    Q_OBJECT
+public:
+    enum DialogType { Alert = 0, Confirm = 1, Prompt = 2, GeolocationPermission = 3 };
+    Q_ENUM(DialogType)
+
+    Q_INVOKABLE explicit WebKitView(DisplayView* parent)
+        : DisplayView(parent)
+    {
+    }
+    Q_INVOKABLE void loadURL(const QUrl& url) { loaded << url; }
+    Q_INVOKABLE QUrl url() const { return QUrl("https://example.com/page"); }
+    Q_INVOKABLE bool canGoBack() const { return back; }
+    Q_INVOKABLE bool canGoForward() const { return forward; }
+
+    QList<QUrl> loaded;
+    QStringList results;
+    bool back = false;
+    bool forward = false;
+
+signals:
+    void urlDidChange(QUrl);
+    void backForwardListDidChange();
+    void pageLoadDidFinish();
+    void presentJavaScriptPopup(QString text, WebKitView::DialogType type, QString prompt);
+    void dismissJavaScriptPopup();
+
+public slots:
+    void goBack() {}
+    void goForward() {}
+    void reload() {}
+    void javaScriptPopupResult(bool result, const QString& text) { results << QString("%1 %2").arg(result).arg(text); }
+};
+
+namespace {
+
+class BrowserScreenTest : public ::testing::Test {
+protected:
+    BrowserScreenTest()
+        : display(&root, QSize(1920, 1200))
+    {
+        root.resize(1920, 1200);
+        screen->setGeometry(QRect(32, 52, 1856, 1028));
+        view = static_cast<WebKitView*>(screen->webView());
+    }
+    ~BrowserScreenTest() override
+    {
+        delete screen;
+        drainEvents();
+    }
+
+    ButtonView* button(const QString& label)
+    {
+        for (DisplayView* child : screen->childViews()) {
+            auto* b = qobject_cast<ButtonView*>(child);
+            if (b && b->label() == label)
+                return b;
+        }
+        return nullptr;
+    }
+
+    DisplayView root;
+    DisplayDevice display;
+    BrowserScreen* screen = new BrowserScreen(&root, "Browser", &WebKitView::staticMetaObject, QUrl("https://example.com/"), true);
+    WebKitView* view = nullptr;
+};
+
+TEST_F(BrowserScreenTest, LoadsItsStartAndFollowsTheViewsHistory)
+{
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(view->loaded, QList<QUrl>{QUrl("https://example.com/")});
+    EXPECT_EQ(view->rootGeometry(), QRect(32, 52 + 92, 1856, 1028 - 92));
+    EXPECT_FALSE(button("GO BACK")->isEnabled());
+    view->back = true;
+    emit view->backForwardListDidChange();
+    EXPECT_TRUE(button("GO BACK")->isEnabled());
+    EXPECT_FALSE(button("GO FORWARD")->isEnabled());
+}
+
+TEST_F(BrowserScreenTest, APageDialogIsAnsweredOnceAndASecondOrAWithdrawnOneIsNot)
+{
+    emit view->presentJavaScriptPopup("Sure?", WebKitView::Confirm, QString());
+    PageDialogPopup* first = screen->dialog();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->title(), "example.com");
+    EXPECT_EQ(first->kind(), PageDialogPopup::Confirm);
+    emit view->presentJavaScriptPopup("Again?", WebKitView::Alert, QString());
+    EXPECT_EQ(screen->dialog(), first) << "one dialog at a time";
+    first->answer(true);
+    EXPECT_EQ(view->results, QStringList{"1 "});
+
+    emit view->presentJavaScriptPopup("Name?", WebKitView::Prompt, "Jo");
+    ASSERT_NE(screen->dialog(), nullptr);
+    EXPECT_EQ(screen->dialog()->enteredText(), "Jo");
+    emit view->dismissJavaScriptPopup();
+    drainEvents();
+    EXPECT_EQ(screen->dialog(), nullptr);
+    EXPECT_TRUE(theCenterDisplay->openPopups().isEmpty());
+    EXPECT_FALSE(theCenterDisplay->isKeyboardVisible()) << "the withdrawn prompt took the keyboard along";
+    EXPECT_EQ(view->results.size(), 1) << "a withdrawn dialog is not answered";
+}
+
+} // namespace
+
+#include "BrowserScreenTest.moc"
