@@ -1,0 +1,88 @@
+// The page inside the UI: real Chromium's window, redirected, painted by the web view into an
+// off-screen frame. A program of its own, with a profile folder of its own.
+#include "BrowserTestSupport.h"
+
+#include "core/ConfigValue.h"
+#include "core/DataValues.h"
+#include "display/DisplayDevice.h"
+#include "gui/cef/ChromiumClient.h"
+#include "gui/cef/ChromiumManager.h"
+#include "gui/cef/WebKitView.h"
+#include "services/CenterDisplay.h"
+#include "test_support.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+#include <QThread>
+#include <gtest/gtest.h>
+
+namespace {
+
+// The launcher as the manager finds it (current folder), pointing Chromium at this run's
+// profile instead of the car's fixed one.
+void writeLauncher(const QString& folder, const QString& profile)
+{
+    QFile file(folder + "/vexor-cef-launcher");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QStringLiteral("#!/bin/sh\n"
+                              "for a; do shift; case \"$a\" in\n"
+                              "  --user-data-dir=*|--disk-cache-dir=*) set -- \"$@\" \"${a%%=*}=%1\";;\n"
+                              "  *) set -- \"$@\" \"$a\";;\n"
+                              "esac; done\n"
+                              "exec '%2/vexor-cef-launcher' \"$@\"\n")
+                   .arg(profile, QStringLiteral(VEXOR_LAUNCHER_DIR))
+                   .toUtf8());
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+} // namespace
+
+TEST(ChromiumComposite, APageOfOneColourShowsInTheScreenshotInsideTheView)
+{
+    ControlGroupCommands commands;
+    QTemporaryDir folder;
+    writeLauncher(folder.path(), folder.filePath("profile"));
+    QDir::setCurrent(folder.path());
+    ConfigStore::setPath(folder.filePath("car.ini"));
+    testing_support::HttpServer server;
+    server.Serve("/teal.html", "<title>teal</title><body style='margin:0;background:rgb(0,128,128)'></body>");
+
+    ChromiumManager manager;
+    theCenterDisplay->setChromiumManager(&manager);
+    GUI_allReady.setValue(true);
+    DisplayView root;
+    DisplayDevice display(&root, QSize(1280, 720));
+    root.resize(1280, 720);
+    auto* view = new WebKitView(&root);
+    view->setGeometry(QRect(100, 80, 600, 400));
+
+    const QColor teal(0, 128, 128);
+    const auto pumpUntil = [&](const std::function<bool()>& done) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!done() && timer.elapsed() < 30000) {
+            manager.tick();
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            QThread::msleep(2);
+        }
+        return done();
+    };
+    ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); })) << "no browser from Chromium";
+    QSignalSpy finished(view, &WebKitView::pageLoadDidFinish);
+    view->loadURL(QUrl(QString::fromStdString(server.Url("/teal.html"))));
+    ASSERT_TRUE(pumpUntil([&] { return !finished.isEmpty(); }));
+    EXPECT_TRUE(view->isComposited());
+    // Chromium paints when it likes; the damage brings its pixels.
+    EXPECT_TRUE(pumpUntil([&] { return display.render().pixelColor(400, 280) == teal; }))
+        << qPrintable(display.render().pixelColor(400, 280).name());
+    const QImage shot = display.render();
+    EXPECT_EQ(shot.pixelColor(100, 80), teal);
+    EXPECT_EQ(shot.pixelColor(699, 479), teal);
+    EXPECT_EQ(shot.pixelColor(99, 80), QColor(Qt::black));
+    EXPECT_EQ(shot.pixelColor(700, 479), QColor(Qt::black));
+
+    QPointer<ChromiumClient> client = view->client();
+    delete view;
+    EXPECT_TRUE(pumpUntil([&] { return client.isNull(); }));
+    theCenterDisplay->setChromiumManager(nullptr);
+}
