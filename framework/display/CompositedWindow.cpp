@@ -69,26 +69,37 @@ CompositedWindow::~CompositedWindow()
         return;
     mCompositor->mWindows.remove(mWindow);
     Display* dpy = mCompositor->mDisplay;
-    XErrorTrap trap(dpy);
-    if (!mGone) {
-        XDamageDestroy(dpy, mDamage);
-        XCompositeUnredirectWindow(dpy, mWindow, CompositeRedirectManual);
-        XSelectInput(dpy, mWindow, NoEventMask);
+    {
+        XErrorTrap trap(dpy);
+        if (!mGone) {
+            XDamageDestroy(dpy, mDamage);
+            XCompositeUnredirectWindow(dpy, mWindow, CompositeRedirectManual);
+            XSelectInput(dpy, mWindow, NoEventMask);
+        }
+        release();
     }
-    release();
+    mCompositor->readEventsLater();
 }
 
 const QImage& CompositedWindow::content()
 {
     if (!mDirty || !mCompositor || mGone)
         return mContent;
+    fetch();
+    // Events read while waiting for the server's answers are not announced by the socket.
+    mCompositor->readEventsLater();
+    return mContent;
+}
+
+void CompositedWindow::fetch()
+{
     Display* dpy = mCompositor->mDisplay;
     XErrorTrap trap(dpy);
     mDirty = false;
     // Unmapped: nothing to show until it is mapped again.
     if (!allocate() || trap.sync()) {
         release();
-        return mContent;
+        return;
     }
     // What is drawn after the subtraction is damage again, and comes as a new event.
     XserverRegion parts = XFixesCreateRegion(dpy, nullptr, 0);
@@ -111,8 +122,6 @@ const QImage& CompositedWindow::content()
         // Gone between two events: the destroy notice is on its way.
         release();
     }
-    mCompositor->readEventsLater();
-    return mContent;
 }
 
 bool CompositedWindow::allocate()

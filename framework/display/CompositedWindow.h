@@ -35,6 +35,7 @@ private:
     void windowMapped();
     void windowDestroyed();
 
+    void fetch();
     void invalidate();
     bool allocate();
     void release();

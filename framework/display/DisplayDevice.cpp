@@ -55,11 +55,15 @@ QImage DisplayDevice::render() const
 void DisplayDevice::paint(QPainter& painter, const QRect& area) const
 {
     ++mFrameCount;
+    painter.save();
+    if (area.isValid())
+        painter.setClipRect(area, Qt::IntersectClip);
     if (mRoot)
         paintView(painter, mRoot, area);
     OverlayView* overlay = theCenterDisplay->overlay();
     if (overlay->hasContent())
         paintView(painter, overlay, area);
+    painter.restore();
 }
 
 void DisplayDevice::paintView(QPainter& painter, DisplayView* view, const QRect& area) const

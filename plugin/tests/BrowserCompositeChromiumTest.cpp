@@ -16,34 +16,11 @@
 #include <QThread>
 #include <gtest/gtest.h>
 
-namespace {
-
-// The launcher as the manager finds it (current folder), pointing Chromium at this run's
-// profile instead of the car's fixed one.
-void writeLauncher(const QString& folder, const QString& profile)
-{
-    QFile file(folder + "/vexor-cef-launcher");
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QStringLiteral("#!/bin/sh\n"
-                              "for a; do shift; case \"$a\" in\n"
-                              "  --user-data-dir=*|--disk-cache-dir=*) set -- \"$@\" \"${a%%=*}=%1\";;\n"
-                              "  *) set -- \"$@\" \"$a\";;\n"
-                              "esac; done\n"
-                              "exec '%2/vexor-cef-launcher' \"$@\"\n")
-                   .arg(profile, QStringLiteral(VEXOR_LAUNCHER_DIR))
-                   .toUtf8());
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-}
-
-} // namespace
-
 TEST(ChromiumComposite, APageOfOneColourShowsInTheScreenshotInsideTheView)
 {
     ControlGroupCommands commands;
-    QTemporaryDir folder;
-    writeLauncher(folder.path(), folder.filePath("profile"));
-    QDir::setCurrent(folder.path());
-    ConfigStore::setPath(folder.filePath("car.ini"));
+    PrivateProfileLauncher launcher(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    ConfigStore::setPath(launcher.folder() + "/car.ini");
     testing_support::HttpServer server;
     server.Serve("/teal.html", "<title>teal</title><body style='margin:0;background:rgb(0,128,128)'></body>");
 
