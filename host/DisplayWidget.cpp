@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QMouseEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
 
@@ -15,6 +16,10 @@ DisplayWidget::DisplayWidget(DisplayDevice* display, QWidget* parent)
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     connect(display, &DisplayDevice::frameRequested, this, qOverload<>(&QWidget::update));
+    connect(display, &DisplayDevice::areaRequested, this, [this](const QRect& area) {
+        // A pixel more each side: scaling smooths across the edge.
+        update(QRectF(QPointF(area.topLeft()) * scale(), QSizeF(area.size()) * scale()).toAlignedRect().adjusted(-1, -1, 1, 1));
+    });
 }
 
 QSize DisplayWidget::sizeHint() const
@@ -39,13 +44,14 @@ QPoint DisplayWidget::toDisplay(const QPoint& widgetPoint) const
     return (QPointF(widgetPoint) / scale()).toPoint();
 }
 
-void DisplayWidget::paintEvent(QPaintEvent*)
+void DisplayWidget::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), Qt::black);
+    painter.fillRect(event->rect(), Qt::black);
     painter.scale(scale(), scale());
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    mDisplay->paint(painter);
+    const QRect area = event->rect() == rect() ? QRect() : QRectF(QPointF(event->rect().topLeft()) / scale(), QSizeF(event->rect().size()) / scale()).toAlignedRect().adjusted(-1, -1, 1, 1);
+    mDisplay->paint(painter, area);
 }
 
 void DisplayWidget::mousePressEvent(QMouseEvent* event)

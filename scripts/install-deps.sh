@@ -12,6 +12,8 @@ packages=(
   # the simple web view, the places database and the bench's service endpoint
   libqt5webkit5-dev libqt5sql5-sqlite libcpp-httplib-dev
   libx11-dev libxext-dev
+  # native windows shown inside the UI: redirected, followed and read through shared memory
+  libxcomposite-dev libxdamage-dev libxfixes-dev
   # browser engine
   chromium
   # display for tests and screenshots

@@ -1,5 +1,8 @@
 #include "display/DisplayDevice.h"
 
+#include "core/ConfigValue.h"
+#include "display/CompositedWindow.h"
+#include "display/WindowCompositor.h"
 #include "services/CenterDisplay.h"
 #include "views/DisplayView.h"
 #include "views/popup/OverlayView.h"
@@ -10,7 +13,8 @@
 
 namespace {
 DisplayDevice* gDisplay = nullptr;
-}
+ConfigBoolValue CompositeRedirect(QStringLiteral("display/composite_redirect"), true);
+} // namespace
 
 DisplayDevice::DisplayDevice(DisplayView* root, const QSize& size)
     : mRoot(root)
@@ -48,19 +52,26 @@ QImage DisplayDevice::render() const
     return image;
 }
 
-void DisplayDevice::paint(QPainter& painter) const
+void DisplayDevice::paint(QPainter& painter, const QRect& area) const
 {
     ++mFrameCount;
+    painter.save();
+    if (area.isValid())
+        painter.setClipRect(area, Qt::IntersectClip);
     if (mRoot)
-        paintView(painter, mRoot);
+        paintView(painter, mRoot, area);
     OverlayView* overlay = theCenterDisplay->overlay();
     if (overlay->hasContent())
-        paintView(painter, overlay);
+        paintView(painter, overlay, area);
+    painter.restore();
 }
 
-void DisplayDevice::paintView(QPainter& painter, DisplayView* view) const
+void DisplayDevice::paintView(QPainter& painter, DisplayView* view, const QRect& area) const
 {
     if (!view->isVisible())
+        return;
+    // A part repainted leaves the views beside it alone (and their windows' pixels unread).
+    if (area.isValid() && !view->rootGeometry().intersects(area))
         return;
     painter.save();
     painter.translate(view->geometry().topLeft());
@@ -69,7 +80,7 @@ void DisplayDevice::paintView(QPainter& painter, DisplayView* view) const
         painter.setOpacity(painter.opacity() * 0.4);
     view->draw(painter);
     for (DisplayView* child : view->childViews())
-        paintView(painter, child);
+        paintView(painter, child, area);
     painter.restore();
 }
 
@@ -166,6 +177,23 @@ void DisplayDevice::requestFrame()
         gDisplay->mFramePending = false;
         emit gDisplay->frameRequested();
     });
+}
+
+void DisplayDevice::requestFrame(const QRect& area)
+{
+    if (gDisplay && area.isValid())
+        emit gDisplay->areaRequested(area);
+}
+
+std::unique_ptr<CompositedWindow> DisplayDevice::compositeWindow(unsigned long window)
+{
+    if (!window || !CompositeRedirect.value())
+        return nullptr;
+    if (!mCompositorTried) {
+        mCompositorTried = true;
+        mCompositor = WindowCompositor::open();
+    }
+    return mCompositor ? mCompositor->redirect(window) : nullptr;
 }
 
 void DisplayDevice::setKeyFocus(DisplayView* view)

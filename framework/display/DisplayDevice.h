@@ -5,7 +5,11 @@
 #include <QImage>
 #include <QObject>
 
+#include <memory>
+
+class CompositedWindow;
 class DisplayView;
+class WindowCompositor;
 class QKeyEvent;
 class QPainter;
 
@@ -17,15 +21,17 @@ class ORVANE_EXPORT DisplayDevice : public QObject {
 public:
     DisplayDevice(DisplayView* root, const QSize& size);
     ~DisplayDevice() override;
+    DisplayDevice(const DisplayDevice&) = delete;
+    DisplayDevice& operator=(const DisplayDevice&) = delete;
     static DisplayDevice* instance();
 
     DisplayView* root() const { return mRoot; }
     void setRoot(DisplayView* root);
     QSize size() const { return mSize; }
 
-    // Paints the whole tree.
+    // Paints the whole tree, or only the views that meet `area` (root coordinates).
     QImage render() const;
-    void paint(QPainter& painter) const;
+    void paint(QPainter& painter, const QRect& area = QRect()) const;
     // Frames painted so far (by render() or a window).
     int frameCount() const { return mFrameCount; }
 
@@ -36,17 +42,25 @@ public:
     void key(QKeyEvent* event);
 
     static void requestFrame();
+    // Only this part of the display (root coordinates) changed.
+    static void requestFrame(const QRect& area);
     static void setKeyFocus(DisplayView* view);
     static DisplayView* keyFocus();
     static void viewDestroyed(DisplayView* view);
 
+    // A native window's content for a view to paint, redirected off screen and followed as it
+    // changes. Null when the setting "display/composite_redirect" is off, the X server cannot
+    // do it, or the window cannot be redirected: the view then places the window itself.
+    std::unique_ptr<CompositedWindow> compositeWindow(unsigned long window);
 
 signals:
     // Something changed; a window repaints once per turn of the event loop.
     void frameRequested();
+    // Only this part (root coordinates) needs painting again.
+    void areaRequested(const QRect& area);
 
 private:
-    void paintView(QPainter& painter, DisplayView* view) const;
+    void paintView(QPainter& painter, DisplayView* view, const QRect& area) const;
     DisplayView* pressAlong(DisplayView* deepest, const QPoint& rootPosition);
     void takeOver(const QPoint& movedBy);
 
@@ -58,4 +72,6 @@ private:
     DisplayView* mKeyFocus = nullptr;
     bool mFramePending = false;
     mutable int mFrameCount = 0;
+    std::unique_ptr<WindowCompositor> mCompositor;
+    bool mCompositorTried = false;
 };

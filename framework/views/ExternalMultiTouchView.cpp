@@ -1,12 +1,34 @@
 #include "views/ExternalMultiTouchView.h"
 
+#include "core/ConfigValue.h"
+#include "display/CompositedWindow.h"
+#include "display/DisplayDevice.h"
 #include "services/X11Utils.h"
+#include "views/KineticScroller.h"
+
+#include <QPainter>
+
+namespace {
+// The browser plug-in exports these for its host; the host reads them here.
+ConfigRealValue ScrollScale(QStringLiteral("chromium/scroll_scale"), 10.0);
+ConfigRealValue ScrollDuration(QStringLiteral("chromium/scroll_duration"), 1.5);
+
+// Beyond this a finger drags instead of tapping.
+const int kDragThreshold = 8;
+// The wheel has no end: the content decides how far it goes.
+const qreal kUnbounded = 1e9;
+} // namespace
 
 ExternalMultiTouchView::ExternalMultiTouchView(DisplayView* parent)
     : DisplayView(parent)
+    , mScroller(new KineticScroller(this))
 {
+    mScroller->setBounds(QPointF(-kUnbounded, -kUnbounded), QPointF(kUnbounded, kUnbounded));
+    connect(mScroller, &KineticScroller::offsetChanged, this, &ExternalMultiTouchView::scrollerMoved);
     connect(this, &DisplayView::moved, this, [this] { placeWindow(); });
 }
+
+ExternalMultiTouchView::~ExternalMultiTouchView() = default;
 
 unsigned long ExternalMultiTouchView::findX11Window(unsigned long current)
 {
@@ -24,8 +46,15 @@ void ExternalMultiTouchView::resetLayerIfNecessary()
     const unsigned long window = findX11Window(mWindow);
     if (window == mWindow)
         return;
+    mLayer.reset();
     mWindow = window;
+    DisplayDevice* display = DisplayDevice::instance();
+    if (window && display)
+        mLayer = display->compositeWindow(window);
+    if (mLayer)
+        connect(mLayer.get(), &CompositedWindow::changed, this, [this] { DisplayDevice::requestFrame(rootGeometry()); });
     placeWindow();
+    update();
 }
 
 void ExternalMultiTouchView::setRequiredTouchGesture(int kind, bool required)
@@ -51,39 +80,76 @@ void ExternalMultiTouchView::resized()
 
 void ExternalMultiTouchView::placeWindow()
 {
-    if (mWindow)
-        X11Utils::moveResizeWindow(mWindow, rootGeometry());
+    if (!mWindow)
+        return;
+    X11Utils::moveResizeWindow(mWindow, rootGeometry());
+    // Redirected, it is seen only through the view; below the UI it takes no pointer from it.
+    if (mLayer)
+        lowerX11Window(mWindow);
 }
 
-namespace {
-// Beyond this a finger drags instead of tapping.
-const int kDragThreshold = 8;
-} // namespace
+void ExternalMultiTouchView::draw(QPainter& painter)
+{
+    DisplayView::draw(painter);
+    if (!mLayer)
+        return;
+    const QImage& content = mLayer->content();
+    if (!content.isNull())
+        painter.drawImage(QPoint(0, 0), content);
+}
 
 bool ExternalMultiTouchView::touchEvent(const TouchEvent& event)
 {
+    const QPoint at = event.position;
     switch (event.kind) {
     case TouchEvent::Kind::Press:
-        mPressAt = mLastAt = event.position;
-        mDragging = false;
+        // A touch that stops a glide only stops it.
+        mTapAllowed = !mScroller->press(at);
+        mPressAt = mFingerAt = at;
+        mDragging = mScrolling = false;
+        mGestureOrigin = mScroller->offset();
+        mSent = QPoint();
+        mScale = ScrollScale.value();
+        mScroller->setGlideDuration(qRound(ScrollDuration.value() * 1000));
         return true;
     case TouchEvent::Kind::Move:
-        if (!mDragging && (event.position - mPressAt).manhattanLength() < kDragThreshold)
-            return true;
-        mDragging = true;
-        scrolled(event.position - mLastAt, event.position);
-        mLastAt = event.position;
+        mFingerAt = at;
+        if (!mDragging && (at - mPressAt).manhattanLength() >= kDragThreshold)
+            mDragging = mScrolling = true;
+        mScroller->move(at);
         return true;
     case TouchEvent::Kind::Release:
-        if (!mDragging)
-            tapped(mPressAt);
+        mFingerAt = at;
+        if (mDragging) {
+            mScroller->release(at);
+        } else {
+            mScroller->cancel();
+            if (mTapAllowed)
+                tapped(mPressAt);
+        }
         mDragging = false;
         return true;
     case TouchEvent::Kind::Cancel:
-        mDragging = false;
+        mScroller->cancel();
+        mDragging = mScrolling = false;
         return true;
     }
     return false;
+}
+
+void ExternalMultiTouchView::scrollerMoved(const QPointF& offset)
+{
+    if (!mScrolling)
+        return;
+    // Whole steps of what the finger has moved the content since the press, so rounding
+    // never adds up.
+    const QPointF moved = (mGestureOrigin - offset) * mScale;
+    const QPoint target(qRound(moved.x()), qRound(moved.y()));
+    const QPoint step = target - mSent;
+    if (step.isNull())
+        return;
+    mSent = target;
+    scrolled(step, mFingerAt);
 }
 
 void ExternalMultiTouchView::tapped(const QPoint& position)

@@ -2,22 +2,35 @@
 
 #include "views/DisplayView.h"
 
-// A view whose content is another program's native X window. The view finds the window
-// (findX11Window) and keeps it over its own area on screen; resetLayerIfNecessary() is called
-// whenever the window may have changed, and places the new one.
+#include <memory>
+
+class CompositedWindow;
+class KineticScroller;
+
+// A view whose content is another program's native X window, found by findX11Window. The
+// display redirects the window and the view paints its content, so it is clipped, covered
+// by popups and part of screenshots like any view; where the display cannot, the window is
+// kept over the view's area on screen instead. resetLayerIfNecessary() is called whenever the
+// window may have changed.
+//
+// A tap becomes tapped() at its point. A drag becomes scrolled() steps that follow the finger
+// and glide on after it lifts; it is never a press, so the content never selects text under it.
 class ORVANE_EXPORT ExternalMultiTouchView : public DisplayView {
     Q_OBJECT
 public:
     explicit ExternalMultiTouchView(DisplayView* parent = nullptr);
+    ~ExternalMultiTouchView() override;
 
     // The window that shows this view's content, 0 for none. `current` is the one in use.
     virtual unsigned long findX11Window(unsigned long current);
     // Takes the window out of sight, as when the view goes away.
     virtual void lowerX11Window(unsigned long window);
 
-    // Finds the window again and, when it is a different one, places it over the view.
+    // Finds the window again and, when it is a different one, shows the new one.
     void resetLayerIfNecessary();
     unsigned long nativeWindow() const { return mWindow; }
+    // The window's content is painted by the view (else the window is placed over it).
+    bool isComposited() const { return mLayer != nullptr; }
 
     // Gestures the view wants from the display; kind 2 is tap-and-drag.
     void setRequiredTouchGesture(int kind, bool required);
@@ -26,25 +39,38 @@ public:
     void setCanHaveKeyFocus(bool can, bool grab);
     bool canHaveKeyFocus() const { return mCanHaveKeyFocus; }
 
-    // A tap becomes tapped() at its point; a drag becomes scrolled() by each step of the
-    // finger, so a page never selects text under a dragging finger.
+    void draw(QPainter& painter) override;
     bool touchEvent(const TouchEvent& event) override;
+    // The momentum of drags (its clock can be replaced).
+    KineticScroller* scroller() const { return mScroller; }
 
 public slots:
     void resized() override;
 
 protected:
     virtual void tapped(const QPoint& position);
+    // Wheel steps in content pixels, scaled by "chromium/scroll_scale": positive moves the
+    // content right and down, as the finger did.
     virtual void scrolled(const QPoint& delta, const QPoint& position);
 
 private:
     void placeWindow();
-
-    QPoint mPressAt;
-    QPoint mLastAt;
-    bool mDragging = false;
+    void scrollerMoved(const QPointF& offset);
 
     unsigned long mWindow = 0;
+    std::unique_ptr<CompositedWindow> mLayer;
+
+    KineticScroller* mScroller;
+    QPoint mPressAt;
+    QPoint mFingerAt;
+    bool mTapAllowed = false;
+    bool mDragging = false;
+    // From the start of a drag to the next touch: the scroller's moves become wheel steps.
+    bool mScrolling = false;
+    QPointF mGestureOrigin;
+    double mScale = 1;
+    QPoint mSent;
+
     unsigned mGestures = 0;
     bool mCanHaveKeyFocus = false;
 };

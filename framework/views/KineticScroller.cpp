@@ -7,7 +7,8 @@
 
 namespace {
 
-// A glide loses 1/e of its speed every DecayMs; it travels velocity * DecayMs in all.
+// A glide loses 1/e of its speed every DecayMs (unless it has a duration); it travels
+// velocity * DecayMs in all.
 constexpr qreal DecayMs = 325;
 // Slower than this a glide is over, and a release this slow does not start one (px/s).
 constexpr qreal StopVelocity = 10;
@@ -127,8 +128,10 @@ void KineticScroller::release(const QPointF& position)
     mDragging = false;
     const qint64 t = now();
     const QPointF v = releaseVelocity();
-    mAxes[0].startAfterRelease(v.x(), t);
-    mAxes[1].startAfterRelease(v.y(), t);
+    // Both axes slow down alike, so the content keeps its direction.
+    const qreal decay = glideDecayMs(v);
+    mAxes[0].startAfterRelease(v.x(), t, decay, mGlideMs);
+    mAxes[1].startAfterRelease(v.y(), t, decay, mGlideMs);
     startTimerIfMoving();
 }
 
@@ -189,6 +192,15 @@ QPointF KineticScroller::releaseVelocity() const
     return {qBound(-MaxVelocity, v.x(), MaxVelocity), qBound(-MaxVelocity, v.y(), MaxVelocity)};
 }
 
+qreal KineticScroller::glideDecayMs(const QPointF& velocity) const
+{
+    const qreal speed = qMax(qAbs(velocity.x()), qAbs(velocity.y()));
+    if (mGlideMs <= 0 || speed <= StopVelocity)
+        return DecayMs;
+    // The speed falls to StopVelocity just when the time is up.
+    return mGlideMs / qLn(speed / StopVelocity);
+}
+
 void KineticScroller::startTimerIfMoving()
 {
     if (isMoving() && !mTimer.isActive())
@@ -209,10 +221,12 @@ qreal KineticScroller::Axis::rubberBanded(qreal raw) const
     return raw;
 }
 
-void KineticScroller::Axis::startAfterRelease(qreal releaseVelocity, qint64 t)
+void KineticScroller::Axis::startAfterRelease(qreal releaseVelocity, qint64 t, qreal glideDecayMs, qreal glideMs)
 {
     from = pos;
     since = t;
+    decayMs = glideDecayMs > 0 ? glideDecayMs : DecayMs;
+    durationMs = glideMs;
     if (pos != clamped(pos)) {
         target = clamped(pos);
         phase = Settle;
@@ -229,15 +243,15 @@ void KineticScroller::Axis::advanceTo(qint64 t)
     // Closed forms of the motion since it started, so the tick rate changes nothing.
     const qreal dt = qMax<qint64>(0, t - since);
     if (phase == Glide) {
-        const qreal decay = qExp(-dt / DecayMs);
-        const qreal p = from + velocity * (DecayMs / 1000.0) * (1 - decay);
+        const qreal decay = qExp(-dt / decayMs);
+        const qreal p = from + velocity * (decayMs / 1000.0) * (1 - decay);
         if (p != clamped(p)) {
             pos = clamped(p);
             phase = Still;
             return;
         }
         pos = p;
-        if (qAbs(velocity * decay) < StopVelocity)
+        if (qAbs(velocity * decay) < StopVelocity || (durationMs > 0 && dt >= durationMs))
             phase = Still;
     } else if (phase == Slide) {
         const qreal u = qMin<qreal>(1, dt / durationMs);

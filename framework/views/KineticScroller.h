@@ -26,6 +26,9 @@ public:
     explicit KineticScroller(QObject* parent = nullptr);
 
     void setClock(Clock clock);
+    // A glide that slows down to a stop in exactly this time, whatever its speed; 0 (the
+    // default) glides with a fixed friction instead.
+    void setGlideDuration(int ms) { mGlideMs = ms; }
 
     // Offsets the content may rest at, per axis. An offset outside new bounds is clamped at
     // once unless a finger holds it.
@@ -74,11 +77,12 @@ private:
         qreal velocity = 0; // px/s at `since`
         qreal target = 0;
         qint64 since = 0;
-        qreal durationMs = 0; // of a slide
+        qreal durationMs = 0; // of a slide, or of a glide that has one
+        qreal decayMs = 0;    // of a glide
 
         qreal clamped(qreal p) const { return qBound(min, p, max); }
         qreal rubberBanded(qreal raw) const;
-        void startAfterRelease(qreal releaseVelocity, qint64 t);
+        void startAfterRelease(qreal releaseVelocity, qint64 t, qreal glideDecayMs = 0, qreal glideMs = 0);
         void advanceTo(qint64 t);
     };
     struct Sample {
@@ -89,11 +93,13 @@ private:
     qint64 now() const { return mClock(); }
     void setPositions(const QPointF& p);
     QPointF releaseVelocity() const;
+    qreal glideDecayMs(const QPointF& velocity) const;
     void startTimerIfMoving();
 
     Clock mClock;
     QTimer mTimer;
     Axis mAxes[2];
+    int mGlideMs = 0;
     bool mDragging = false;
     QPointF mPressFinger;
     QPointF mPressOffset;

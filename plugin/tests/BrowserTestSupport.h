@@ -47,3 +47,32 @@ private:
     QByteArray mOldPath;
     QString mOldCurrent;
 };
+
+// The launcher where the manager looks for it (the current folder, while this lives), starting
+// the real one with this run's own profile folder instead of the car's fixed one: Chromium
+// locks its profile, and other programs may be running on the car's.
+class PrivateProfileLauncher {
+public:
+    explicit PrivateProfileLauncher(const QString& realLauncherFolder)
+    {
+        QFile file(mDir.filePath("vexor-cef-launcher"));
+        file.open(QIODevice::WriteOnly);
+        file.write(QStringLiteral("#!/bin/sh\n"
+                                  "for a; do shift; case \"$a\" in\n"
+                                  "  --user-data-dir=*|--disk-cache-dir=*) set -- \"$@\" \"${a%%=*}=%1\";;\n"
+                                  "  *) set -- \"$@\" \"$a\";;\n"
+                                  "esac; done\n"
+                                  "exec '%2/vexor-cef-launcher' \"$@\"\n")
+                       .arg(mDir.filePath("profile"), realLauncherFolder)
+                       .toUtf8());
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        mOldCurrent = QDir::currentPath();
+        QDir::setCurrent(mDir.path());
+    }
+    ~PrivateProfileLauncher() { QDir::setCurrent(mOldCurrent); }
+    QString folder() const { return mDir.path(); }
+
+private:
+    QTemporaryDir mDir;
+    QString mOldCurrent;
+};

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QColor>
 #include <QRect>
 
-// A real top-level window on the test's X display, for checking what X11Utils did to it.
+// A real top-level window on the test's X display, to check what was done to it or to draw in
+// it as another program would.
 class X11TestWindow {
 public:
     X11TestWindow();
@@ -14,7 +16,13 @@ public:
     // The input region as one bounding rectangle; empty when no point takes input.
     QRect inputBounds() const;
 
+    // Paints a rectangle of the window (all of it when empty) and waits until it is drawn.
+    void fill(const QColor& color, const QRect& area = QRect());
+    // The window goes away as when its program ends; id() stays what it was.
+    void destroy();
+
 private:
     void* mDisplay = nullptr;
     unsigned long mWindow = 0;
+    bool mDestroyed = false;
 };

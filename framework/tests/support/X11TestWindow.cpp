@@ -18,9 +18,8 @@ X11TestWindow::~X11TestWindow()
 {
     if (!mDisplay)
         return;
-    auto* dpy = static_cast<Display*>(mDisplay);
-    XDestroyWindow(dpy, mWindow);
-    XCloseDisplay(dpy);
+    destroy();
+    XCloseDisplay(static_cast<Display*>(mDisplay));
 }
 
 QRect X11TestWindow::geometry() const
@@ -43,4 +42,26 @@ QRect X11TestWindow::inputBounds() const
     if (rects)
         XFree(rects);
     return bounds;
+}
+
+void X11TestWindow::fill(const QColor& color, const QRect& area)
+{
+    auto* dpy = static_cast<Display*>(mDisplay);
+    const QRect r = area.isEmpty() ? QRect(QPoint(0, 0), geometry().size()) : area;
+    GC gc = XCreateGC(dpy, mWindow, 0, nullptr);
+    // The test display is 24-bit true colour: a pixel is its RGB value.
+    XSetForeground(dpy, gc, color.rgb() & 0xffffff);
+    XFillRectangle(dpy, mWindow, gc, r.x(), r.y(), unsigned(r.width()), unsigned(r.height()));
+    XFreeGC(dpy, gc);
+    XSync(dpy, False);
+}
+
+void X11TestWindow::destroy()
+{
+    if (mDestroyed || !mWindow)
+        return;
+    mDestroyed = true;
+    auto* dpy = static_cast<Display*>(mDisplay);
+    XDestroyWindow(dpy, mWindow);
+    XSync(dpy, False);
 }

@@ -1,0 +1,142 @@
+// What the UI process spends while a web view shows a static page and nothing happens: the
+// host's loop as the bench runs it (the engine pumped every 10 ms, a frame painted whenever
+// the display asks), real Chromium, the page composited into the view. Prints the UI
+// process's CPU time per window of time, in percent of one core, and their median.
+#include "BrowserTestSupport.h"
+
+#include "core/ConfigValue.h"
+#include "core/DataValues.h"
+#include "core/Logger.h"
+#include "display/DisplayDevice.h"
+#include "gui/cef/ChromiumClient.h"
+#include "gui/cef/ChromiumManager.h"
+#include "gui/cef/WebKitView.h"
+#include "services/CenterDisplay.h"
+#include "test_support.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QPainter>
+#include <QPointer>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <sys/resource.h>
+
+namespace {
+
+double cpuSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+// The loop sleeps between events, as the host's does.
+void runFor(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+bool runUntil(const std::function<bool()>& done, int ms)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < ms)
+        runFor(20);
+    return done();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    const int windowSeconds = argc > 1 ? atoi(argv[1]) : 10;
+    const int windows = argc > 2 ? atoi(argv[2]) : 3;
+
+    ControlGroupCommands commands;
+    PrivateProfileLauncher launcher(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    ConfigStore::setPath(launcher.folder() + "/car.ini");
+    testing_support::HttpServer server;
+    server.Serve("/static.html",
+                 "<title>Owner's manual</title><body style='font:18px sans-serif;background:#f4f4f4'>"
+                 "<h1>Charging</h1><p>A static page of text, a table and a picture.</p>"
+                 "<table border=1><tr><td>Socket</td><td>Type 2</td></tr><tr><td>Power</td><td>11 kW</td></tr></table>"
+                 "<svg width=200 height=80><rect width=200 height=80 fill=teal /></svg></body>");
+
+    ChromiumManager manager;
+    theCenterDisplay->setChromiumManager(&manager);
+    DisplayView root;
+    root.resize(1920, 1200);
+    DisplayDevice display(&root, QSize(1920, 1200));
+    // The host's loop: the engine pumped, and a frame painted once per turn when asked.
+    QTimer pump;
+    QObject::connect(&pump, &QTimer::timeout, [&] { manager.tick(); });
+    pump.start(10);
+    QImage screen(display.size(), QImage::Format_RGB32);
+    int frames = 0;
+    QRect dirty;
+    QTimer paint;
+    paint.setSingleShot(true);
+    QObject::connect(&paint, &QTimer::timeout, [&] {
+        QPainter painter(&screen);
+        display.paint(painter, dirty);
+        dirty = QRect();
+        ++frames;
+    });
+    QObject::connect(&display, &DisplayDevice::frameRequested, [&] {
+        dirty = screen.rect();
+        paint.start(0);
+    });
+    QObject::connect(&display, &DisplayDevice::areaRequested, [&](const QRect& area) {
+        dirty |= area;
+        paint.start(0);
+    });
+
+    GUI_allReady.setValue(true);
+    auto* view = new WebKitView(&root);
+    view->setGeometry(QRect(32, 52, 1856, 984));
+    if (!runUntil([&] { return view->browserExists(); }, 30000)) {
+        std::fprintf(stderr, "no browser from Chromium\n");
+        return 1;
+    }
+    bool finished = false;
+    QObject::connect(view, &WebKitView::pageLoadDidFinish, [&] { finished = true; });
+    view->loadURL(QUrl(QString::fromStdString(server.Url("/static.html"))));
+    if (!runUntil([&] { return finished; }, 30000)) {
+        std::fprintf(stderr, "the page did not load\n");
+        return 1;
+    }
+    runFor(2000); // first paints and the page settling
+    const bool shown = screen.pixelColor(view->rootGeometry().bottomRight() - QPoint(10, 10)) == QColor(0xf4, 0xf4, 0xf4);
+    std::printf("composited: %s, page in the frame: %s, %d frames painted while loading\n",
+                view->isComposited() ? "yes" : "no", shown ? "yes" : "no", frames);
+
+    std::vector<double> percents;
+    for (int i = 0; i < windows; ++i) {
+        const int framesBefore = frames;
+        const double before = cpuSeconds();
+        QElapsedTimer wall;
+        wall.start();
+        runFor(windowSeconds * 1000);
+        const double percent = 100.0 * (cpuSeconds() - before) / (wall.nsecsElapsed() / 1e9);
+        percents.push_back(percent);
+        std::printf("window %d: %.2f %% of one core, %d frames painted\n", i + 1, percent, frames - framesBefore);
+        std::fflush(stdout);
+    }
+    std::sort(percents.begin(), percents.end());
+    std::printf("median: %.2f %% of one core over %d windows of %d s\n", percents[percents.size() / 2], windows,
+                windowSeconds);
+
+    QPointer<ChromiumClient> client = view->client();
+    delete view;
+    runUntil([&] { return client.isNull(); }, 10000);
+    theCenterDisplay->setChromiumManager(nullptr);
+    return 0;
+}

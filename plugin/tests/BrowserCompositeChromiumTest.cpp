@@ -1,0 +1,65 @@
+// The page inside the UI: real Chromium's window, redirected, painted by the web view into an
+// off-screen frame. A program of its own, with a profile folder of its own.
+#include "BrowserTestSupport.h"
+
+#include "core/ConfigValue.h"
+#include "core/DataValues.h"
+#include "display/DisplayDevice.h"
+#include "gui/cef/ChromiumClient.h"
+#include "gui/cef/ChromiumManager.h"
+#include "gui/cef/WebKitView.h"
+#include "services/CenterDisplay.h"
+#include "test_support.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+#include <QThread>
+#include <gtest/gtest.h>
+
+TEST(ChromiumComposite, APageOfOneColourShowsInTheScreenshotInsideTheView)
+{
+    ControlGroupCommands commands;
+    PrivateProfileLauncher launcher(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    ConfigStore::setPath(launcher.folder() + "/car.ini");
+    testing_support::HttpServer server;
+    server.Serve("/teal.html", "<title>teal</title><body style='margin:0;background:rgb(0,128,128)'></body>");
+
+    ChromiumManager manager;
+    theCenterDisplay->setChromiumManager(&manager);
+    GUI_allReady.setValue(true);
+    DisplayView root;
+    DisplayDevice display(&root, QSize(1280, 720));
+    root.resize(1280, 720);
+    auto* view = new WebKitView(&root);
+    view->setGeometry(QRect(100, 80, 600, 400));
+
+    const QColor teal(0, 128, 128);
+    const auto pumpUntil = [&](const std::function<bool()>& done) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!done() && timer.elapsed() < 30000) {
+            manager.tick();
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            QThread::msleep(2);
+        }
+        return done();
+    };
+    ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); })) << "no browser from Chromium";
+    QSignalSpy finished(view, &WebKitView::pageLoadDidFinish);
+    view->loadURL(QUrl(QString::fromStdString(server.Url("/teal.html"))));
+    ASSERT_TRUE(pumpUntil([&] { return !finished.isEmpty(); }));
+    EXPECT_TRUE(view->isComposited());
+    // Chromium paints when it likes; the damage brings its pixels.
+    EXPECT_TRUE(pumpUntil([&] { return display.render().pixelColor(400, 280) == teal; }))
+        << qPrintable(display.render().pixelColor(400, 280).name());
+    const QImage shot = display.render();
+    EXPECT_EQ(shot.pixelColor(100, 80), teal);
+    EXPECT_EQ(shot.pixelColor(699, 479), teal);
+    EXPECT_EQ(shot.pixelColor(99, 80), QColor(Qt::black));
+    EXPECT_EQ(shot.pixelColor(700, 479), QColor(Qt::black));
+
+    QPointer<ChromiumClient> client = view->client();
+    delete view;
+    EXPECT_TRUE(pumpUntil([&] { return client.isNull(); }));
+    theCenterDisplay->setChromiumManager(nullptr);
+}
