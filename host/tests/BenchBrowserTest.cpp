@@ -249,7 +249,7 @@ TEST_F(BenchBrowser, TheInputRegionFollowsTheViewTheKeyboardAndPopups)
 TEST_F(BenchBrowser, AFailingControlGroupCommandEndsTheProcessWithStatusOne)
 {
     server.Serve("/", "<title>never</title>");
-    for (const QString& command : {"internet-cgroup", "orvane-cgroup"}) {
+    for (const QString command : {QStringLiteral("internet-cgroup"), QStringLiteral("orvane-cgroup")}) {
         const BenchRun run = browse("/", "wait-for \"never\"\n", {"--fail-host-command", command});
         EXPECT_EQ(run.exitCode, 1) << run.output.toStdString();
         const QString perror = command == "internet-cgroup" ? "failed to set internet-cgroups: " : "failed to set orvane-cgroups: ";
@@ -264,8 +264,9 @@ TEST_F(BenchBrowser, TheOwnersManualOpensFromAppsOnItsLocalPage)
     const BenchRun run = browse("", script, {"--set", "GUI_developerMode=true"});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     // Installing needs a folder a test run may not write: then it must say so.
-    if (!run.output.contains("Owner's manual installed"))
+    if (!run.output.contains("Owner's manual installed")) {
         EXPECT_TRUE(run.output.contains("Owner's manual not installed")) << run.output.toStdString();
+    }
     EXPECT_TRUE(run.output.contains("load url file:///usr/vexor/UI/assets/web_content/manual/index.html"))
         << run.output.toStdString();
     EXPECT_TRUE(webView("manual.json")["shown"].toBool());
