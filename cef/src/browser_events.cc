@@ -144,6 +144,8 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
     bool is_main = id == target_id_;
     if (is_main) {
       title_since_commit_ = false;
+      main_committed_ = true;
+      main_load_event_ = main_stop_pending_ = false;
       // Contexts of the old document are gone with it.
       if (client) {
         if (CefRefPtr<CefDisplayHandler> h = client->GetDisplayHandler())
@@ -191,31 +193,29 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
     if (main_session && loading_) ReportProgress(0.6);
     return;
   }
+  if (method == "Page.loadEventFired") {
+    if (!main_session || !main_committed_) return;
+    main_load_event_ = true;
+    if (main_stop_pending_) FinishMainLoad();
+    return;
+  }
   if (method == "Page.frameStoppedLoading") {
     std::string id = params["frameId"].str();
-    CefRefPtr<FrameImpl> frame = FrameFor(id);
-    bool error = error_frames_.count(id) > 0;
-    if (!error && client) {
-      int status = status_.count(id) ? status_[id] : 0;
-      if (id == target_id_ && !title_since_commit_) {
-        // A page without a title shows its address, as Chromium's own tab does.
-        std::string url = frame->url();
-        if (url != title_) {
-          title_ = url;
-          if (CefRefPtr<CefDisplayHandler> h = client->GetDisplayHandler())
-            h->OnTitleChange(this, title_);
-        }
+    if (id != target_id_) {
+      if (!error_frames_.count(id) && client) {
+        int status = status_.count(id) ? status_[id] : 0;
+        if (CefRefPtr<CefLoadHandler> h = client->GetLoadHandler())
+          h->OnLoadEnd(this, FrameFor(id).get(), status);
       }
-      if (CefRefPtr<CefLoadHandler> h = client->GetLoadHandler()) h->OnLoadEnd(this, frame.get(), status);
+      return;
     }
-    if (id == target_id_) {
-      CefRefPtr<BrowserImpl> self = this;
-      RefreshHistory([self] {
-        if (self->closed_) return;
-        self->ReportProgress(1.0, true);
-        self->SetLoading(false);
-      });
+    // The browser process reports the stop, the renderer the load event: the stop can
+    // overtake it, and the page is loaded only once both are in.
+    if (main_committed_ && !main_load_event_ && !error_frames_.count(id)) {
+      main_stop_pending_ = true;
+      return;
     }
+    FinishMainLoad();
     return;
   }
   if (method == "Runtime.executionContextCreated") {
@@ -307,6 +307,33 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
     OnWindowOpen(params);
     return;
   }
+}
+
+void BrowserImpl::FinishMainLoad() {
+  main_stop_pending_ = false;
+  // A stop from before the current load's document committed (the engine's blank start
+  // page finishing late, a navigation cancelled before commit) ends no page load.
+  if (main_committed_ && !error_frames_.count(target_id_) && client_) {
+    CefRefPtr<FrameImpl> frame = FrameFor(target_id_);
+    int status = status_.count(target_id_) ? status_[target_id_] : 0;
+    if (!title_since_commit_) {
+      // A page without a title shows its address, as Chromium's own tab does.
+      std::string url = frame->url();
+      if (url != title_) {
+        title_ = url;
+        if (CefRefPtr<CefDisplayHandler> h = client_->GetDisplayHandler())
+          h->OnTitleChange(this, title_);
+      }
+    }
+    if (CefRefPtr<CefLoadHandler> h = client_->GetLoadHandler())
+      h->OnLoadEnd(this, frame.get(), status);
+  }
+  CefRefPtr<BrowserImpl> self = this;
+  RefreshHistory([self] {
+    if (self->closed_) return;
+    self->ReportProgress(1.0, true);
+    self->SetLoading(false);
+  });
 }
 
 void BrowserImpl::OnBinding(const std::string& session, const Json& params) {

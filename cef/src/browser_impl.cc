@@ -265,6 +265,7 @@ void BrowserImpl::Navigate(const std::string& url, const std::string& frame_cdp_
   if (!frame_cdp_id.empty()) p.set("frameId", frame_cdp_id);
   std::string frame = frame_cdp_id.empty() ? target_id_ : frame_cdp_id;
   transition_[frame] = TT_EXPLICIT;
+  if (frame == target_id_) main_committed_ = false;
   Cmd("Page.navigate", std::move(p), [self, url, frame](const Json& r, const Json& err) {
     if (!err.isNull()) return;
     std::string text = r["errorText"].str();

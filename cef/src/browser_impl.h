@@ -149,6 +149,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
                           std::function<void(const std::string&)> go);
   void RefreshHistory(std::function<void()> then);
   void SetLoading(bool loading);
+  void FinishMainLoad();
   void ReportProgress(double p, bool force = false);
   void ReportLoadError(const std::string& loader, const std::string& frame_cdp_id,
                        const std::string& error_text, const std::string& url);
@@ -197,6 +198,11 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   int subresources_done_ = 0;
   std::string title_;
   bool title_since_commit_ = false;
+  // The main frame's current document: committed since the engine's last navigation, its
+  // load event seen, its stop waiting for that event.
+  bool main_committed_ = false;
+  bool main_load_event_ = false;
+  bool main_stop_pending_ = false;
   std::map<std::string, std::pair<std::string, std::string>> doc_requests_;  // id -> frame,url
   std::set<std::string> failed_loaders_;
   std::map<std::string, int> status_;  // frame -> main document's HTTP status
