@@ -12,8 +12,8 @@ packages=(
   # the simple web view, the places database and the bench's service endpoint
   libqt5webkit5-dev libqt5sql5-sqlite libcpp-httplib-dev
   libx11-dev libxext-dev
-  # browser engine
-  chromium
+  # browser engine; its DevTools messages are parsed with simdjson
+  chromium libsimdjson-dev
   # display for tests and screenshots
   xvfb xauth
   # the framework's five proportional and five monospaced fonts, and CJK samples
@@ -21,6 +21,8 @@ packages=(
   fonts-noto-mono fonts-hack fonts-wqy-microhei
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
+  # the engine's JSON bench compares these with simdjson
+  nlohmann-json3-dev rapidjson-dev
 )
 
 missing=()
