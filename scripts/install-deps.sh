@@ -14,8 +14,8 @@ packages=(
   libx11-dev libxext-dev
   # native windows shown inside the UI: redirected, followed and read through shared memory
   libxcomposite-dev libxdamage-dev libxfixes-dev
-  # browser engine
-  chromium
+  # browser engine; its DevTools messages are parsed with simdjson
+  chromium libsimdjson-dev
   # display for tests and screenshots
   xvfb xauth
   # the framework's five proportional and five monospaced fonts, and CJK samples
@@ -23,6 +23,8 @@ packages=(
   fonts-noto-mono fonts-hack fonts-wqy-microhei
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
+  # the engine's JSON bench compares these with simdjson
+  nlohmann-json3-dev rapidjson-dev
 )
 
 missing=()

@@ -1,16 +1,14 @@
+// One browser: its creation, sessions and event dispatch, closing and crashes.
 #include "browser_impl.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <unordered_map>
 
 #include "browser_parts.h"
 #include "log.h"
 #include "values.h"
 
 namespace vexorcef {
-
-// ---------------------------------------------------------------------------------------
-// BrowserImpl: creation
 
 BrowserImpl::BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInfo& info,
                          bool is_popup)
@@ -80,6 +78,7 @@ void BrowserImpl::BeginCreation(const std::string& popup_target,
 void BrowserImpl::Recreate() {
   CefRefPtr<BrowserImpl> self = this;
   SetTargetId(std::string());
+  session_ready_ = false;
   blank_start_ = true;
   history_floor_ = 1;
   Json p = Json::object();
@@ -148,7 +147,9 @@ void BrowserImpl::SetupSession(const std::string& session, bool main, const std:
   Cmd("Target.setAutoAttach", std::move(aa), nullptr, session);
   Cmd("Runtime.runIfWaitingForDebugger", Json::object(),
       [self, main](const Json&, const Json&) {
-        if (main) self->PlaceWindow();
+        if (!main) return;
+        self->session_ready_ = true;
+        self->PlaceWindow();
       },
       session);
 }
@@ -204,297 +205,49 @@ void BrowserImpl::WindowReady(unsigned long chromium_window) {
   }
 }
 
-// ---------------------------------------------------------------------------------------
-// Navigation
-
-void BrowserImpl::LoadUrlInFrame(const std::string& url, const std::string& frame_cdp_id) {
-  if (closing_ || closed_) return;
-  Engine* e = Engine::Get();
-  if (session_.empty() || !e->chromium_alive()) {
-    // Before the page exists, or after Chromium died: load once it is there.
-    if (frame_cdp_id.empty()) pending_url_ = url;
-    if (!e->chromium_alive()) e->EnsureChromium();
-    return;
-  }
-  if (request_handler_ && frame_cdp_id.empty() && IsInternalPage(url)) {
-    CefRefPtr<BrowserImpl> self = this;
-    ScreenInternalPage(url, TT_EXPLICIT,
-                       [self](const std::string& final_url) { self->Navigate(final_url, std::string()); });
-    return;
-  }
-  Navigate(url, frame_cdp_id);
-}
-
-void BrowserImpl::ScreenInternalPage(const std::string& url, TransitionType transition,
-                                     std::function<void(const std::string&)> go) {
-  // Chromium never offers internal pages for interception, and they load too fast to stop
-  // once started: ask the handler first, on the I/O thread as for any request.
-  CefRefPtr<BrowserImpl> self = this;
-  Engine::Get()->conn()->PostIo([self, url, transition, go] {
-    CefRefPtr<RequestImpl> req = new RequestImpl(url, "GET", std::string(), RT_MAIN_FRAME, transition);
-    struct Answer : public CefRequestCallback {
-      void Continue(bool) override {}
-      void Cancel() override {}
-      IMPLEMENT_REFCOUNTING(Answer);
-    };
-    CefRefPtr<CefRequestHandler> handler = self->RequestHandler();
-    ReturnValue rv = handler ? handler->OnBeforeResourceLoad(self.get(), self->GetMainFrame(),
-                                                             req.get(), new Answer)
-                             : RV_CANCEL;
-    std::string final_url = req->url();
-    bool allowed = rv == RV_CONTINUE;
-    Engine::Get()->PostUi([self, allowed, final_url, url, go] {
-      if (!allowed) {
-        self->ReportLoadError(std::string(), self->target_id_, "net::ERR_BLOCKED_BY_CLIENT", url);
-        return;
-      }
-      {
-        std::lock_guard<std::mutex> l(self->nav_mutex_);
-        self->approved_url_ = final_url;
-      }
-      go(final_url);
-    });
-  });
-}
-
-void BrowserImpl::Navigate(const std::string& url, const std::string& frame_cdp_id) {
-  CefRefPtr<BrowserImpl> self = this;
-  blank_start_ = false;
-  Json p = Json::object();
-  p.set("url", url);
-  if (!frame_cdp_id.empty()) p.set("frameId", frame_cdp_id);
-  std::string frame = frame_cdp_id.empty() ? target_id_ : frame_cdp_id;
-  transition_[frame] = TT_EXPLICIT;
-  Cmd("Page.navigate", std::move(p), [self, url, frame](const Json& r, const Json& err) {
-    if (!err.isNull()) return;
-    std::string text = r["errorText"].str();
-    if (!text.empty()) self->ReportLoadError(r["loaderId"].str(), frame, text, url);
-  });
-}
-
-void BrowserImpl::ReportLoadError(const std::string& loader, const std::string& frame_cdp_id,
-                                  const std::string& error_text, const std::string& url) {
-  if (!loader.empty()) {
-    if (failed_loaders_.count(loader)) return;
-    failed_loaders_.insert(loader);
-  }
-  error_frames_.insert(frame_cdp_id);
-  if (!client_) return;
-  if (CefRefPtr<CefLoadHandler> h = client_->GetLoadHandler()) {
-    h->OnLoadError(this, FrameFor(frame_cdp_id).get(),
-                   static_cast<cef_errorcode_t>(NetErrorCode(error_text)), error_text, url);
-  }
-}
-
-void BrowserImpl::RefreshHistory(std::function<void()> then) {
-  CefRefPtr<BrowserImpl> self = this;
-  Cmd("Page.getNavigationHistory", Json::object(), [self, then](const Json& r, const Json& err) {
-    if (err.isNull()) {
-      long long cur = r["currentIndex"].integer();
-      long long n = static_cast<long long>(r["entries"].size());
-      self->can_back_ = cur > self->history_floor_;
-      self->can_forward_ = cur + 1 < n;
-    }
-    if (then) then();
-  });
-}
-
-void BrowserImpl::SetLoading(bool loading) {
-  if (loading == loading_) return;
-  loading_ = loading;
-  if (!client_) return;
-  if (CefRefPtr<CefLoadHandler> h = client_->GetLoadHandler())
-    h->OnLoadingStateChange(this, loading_, can_back_, can_forward_);
-}
-
-void BrowserImpl::ReportProgress(double p, bool force) {
-  if (p < progress_ && !force) return;
-  if (p > 1) p = 1;
-  if (!force && p - progress_ < 0.02 && p < 1) return;
-  progress_ = p;
-  if (!client_) return;
-  if (CefRefPtr<CefDisplayHandler> h = client_->GetDisplayHandler())
-    h->OnLoadingProgressChange(this, p);
-}
-
-void BrowserImpl::NavigateHistory(int delta) {
-  CefRefPtr<BrowserImpl> self = this;
-  Cmd("Page.getNavigationHistory", Json::object(), [self, delta](const Json& r, const Json& err) {
-    if (!err.isNull()) return;
-    long long idx = r["currentIndex"].integer() + delta;
-    const Json& entries = r["entries"];
-    if (idx < self->history_floor_ || idx >= static_cast<long long>(entries.size())) return;
-    const Json& entry = entries[static_cast<size_t>(idx)];
-    const auto transition = static_cast<TransitionType>(TT_EXPLICIT | TT_FORWARD_BACK_FLAG);
-    const std::string url = entry["url"].str();
-    auto go = [self, transition, id = entry["id"], url](const std::string& final_url) {
-      if (final_url != url) {
-        self->Navigate(final_url, std::string());  // rewritten by the handler: a new load
-        return;
-      }
-      self->transition_[self->target_id_] = transition;
-      self->Cmd("Page.navigateToHistoryEntry", Json::object().set("entryId", id));
-    };
-    if (self->request_handler_ && IsInternalPage(url))
-      self->ScreenInternalPage(url, transition, go);
-    else
-      go(url);
-  });
-}
-
-bool BrowserImpl::CanGoBack() { return can_back_; }
-bool BrowserImpl::CanGoForward() { return can_forward_; }
-bool BrowserImpl::IsLoading() { return loading_; }
-bool BrowserImpl::HasDocument() { return !session_.empty() && created_; }
-
-void BrowserImpl::GoBack() {
-  CefRefPtr<BrowserImpl> self = this;
-  Engine::Get()->PostUi([self] { self->NavigateHistory(-1); });
-}
-void BrowserImpl::GoForward() {
-  CefRefPtr<BrowserImpl> self = this;
-  Engine::Get()->PostUi([self] { self->NavigateHistory(1); });
-}
-void BrowserImpl::Reload() { ReloadPage(false); }
-void BrowserImpl::ReloadIgnoreCache() { ReloadPage(true); }
-
-void BrowserImpl::ReloadPage(bool ignore_cache) {
-  CefRefPtr<BrowserImpl> self = this;
-  Engine::Get()->PostUi([self, ignore_cache] {
-    CefRefPtr<CefFrame> f = self->GetMainFrame();
-    std::string url = f ? static_cast<FrameImpl*>(f.get())->url() : std::string();
-    if (!Engine::Get()->chromium_alive()) {
-      if (!url.empty()) self->LoadUrlInFrame(url, std::string());
-      return;
-    }
-    auto go = [self, ignore_cache, url](const std::string& final_url) {
-      if (final_url != url) {
-        self->Navigate(final_url, std::string());
-        return;
-      }
-      self->transition_[self->target_id_] = TT_RELOAD;
-      self->Cmd("Page.reload", Json::object().set("ignoreCache", ignore_cache));
-    };
-    if (self->request_handler_ && IsInternalPage(url))
-      self->ScreenInternalPage(url, TT_RELOAD, go);
-    else
-      go(url);
-  });
-}
-void BrowserImpl::StopLoad() { Cmd("Page.stopLoading", Json::object()); }
-
 bool BrowserImpl::IsSame(CefRefPtr<CefBrowser> that) {
   return that && that->GetIdentifier() == id_;
 }
 
-CefRefPtr<FrameImpl> BrowserImpl::FrameFor(const std::string& cdp_id) {
-  std::lock_guard<std::mutex> l(frames_mutex_);
-  std::string id = cdp_id.empty() ? target_id_ : cdp_id;
-  auto it = frames_.find(id);
-  if (it != frames_.end()) return it->second;
-  CefRefPtr<FrameImpl> f = new FrameImpl(this, id, id == target_id_);
-  if (!closed_) frames_[id] = f;
-  else f->Invalidate();
-  return f;
-}
+bool BrowserImpl::HasDocument() { return !session_.empty() && created_; }
 
-CefRefPtr<CefFrame> BrowserImpl::GetMainFrame() {
-  std::string target = TargetId();
-  if (target.empty()) {
-    // No page yet: a main frame that stays the main frame once the page exists.
-    std::lock_guard<std::mutex> l(frames_mutex_);
-    auto it = frames_.find(std::string());
-    if (it != frames_.end()) return it->second.get();
-    CefRefPtr<FrameImpl> f = new FrameImpl(this, std::string(), true);
-    frames_[std::string()] = f;
-    return f.get();
-  }
-  return FrameFor(target).get();
-}
-
-CefRefPtr<CefFrame> BrowserImpl::GetFocusedFrame() {
-  return focused_frame_.empty() ? GetMainFrame() : FrameFor(focused_frame_).get();
-}
-
-CefRefPtr<CefFrame> BrowserImpl::GetFrame(int64 identifier) {
-  std::lock_guard<std::mutex> l(frames_mutex_);
-  for (auto& f : frames_)
-    if (f.second->GetIdentifier() == identifier) return f.second.get();
-  return nullptr;
-}
-
-CefRefPtr<CefFrame> BrowserImpl::GetFrame(const CefString& name) {
-  std::lock_guard<std::mutex> l(frames_mutex_);
-  for (auto& f : frames_)
-    if (f.second->GetName() == name) return f.second.get();
-  return nullptr;
-}
-
-size_t BrowserImpl::GetFrameCount() {
-  std::lock_guard<std::mutex> l(frames_mutex_);
-  return frames_.size();
-}
-
-void BrowserImpl::GetFrameIdentifiers(std::vector<int64>& identifiers) {
-  std::lock_guard<std::mutex> l(frames_mutex_);
-  identifiers.clear();
-  for (auto& f : frames_) identifiers.push_back(f.second->GetIdentifier());
-}
-
-void BrowserImpl::ExecuteInFrame(const std::string& frame_cdp_id, const std::string& code) {
-  std::string frame = frame_cdp_id.empty() ? target_id_ : frame_cdp_id;
-  for (auto& c : contexts_) {
-    if (c.second.is_default && c.second.frame == frame) {
-      Json p = Json::object();
-      p.set("expression", code);
-      p.set("uniqueContextId", c.first);
-      Cmd("Runtime.evaluate", std::move(p), nullptr, c.second.session);
-      return;
-    }
-  }
-  if (frame == target_id_) Cmd("Runtime.evaluate", Json::object().set("expression", code));
-}
-
-void BrowserImpl::EvaluateInDocuments(const std::string& expression) {
-  CefRefPtr<BrowserImpl> self = this;
-  auto task = [self, expression] {
-    for (auto& c : self->contexts_) {
-      if (!c.second.is_default) continue;
-      Json p = Json::object();
-      p.set("expression", expression);
-      p.set("uniqueContextId", c.first);
-      self->Cmd("Runtime.evaluate", std::move(p), nullptr, c.second.session);
-    }
+void BrowserImpl::HandleEvent(const std::string& session, const std::string& method,
+                              const Json& params) {
+  using Handler = void (BrowserImpl::*)(const std::string& session, const Json& params);
+  static const std::unordered_map<std::string, Handler> kHandlers = {
+      {"Target.attachedToTarget", &BrowserImpl::OnChildAttached},
+      {"Target.detachedFromTarget", &BrowserImpl::OnChildDetached},
+      {"Page.frameAttached", &BrowserImpl::OnFrameAttached},
+      {"Page.frameDetached", &BrowserImpl::OnFrameDetached},
+      {"Runtime.executionContextCreated", &BrowserImpl::OnContextCreated},
+      {"Runtime.executionContextDestroyed", &BrowserImpl::OnContextDestroyed},
+      {"Runtime.executionContextsCleared", &BrowserImpl::OnContextsCleared},
+      {"Page.frameStartedNavigating", &BrowserImpl::OnFrameStartedNavigating},
+      {"Page.frameStartedLoading", &BrowserImpl::OnFrameStartedLoading},
+      {"Network.requestWillBeSent", &BrowserImpl::OnRequestWillBeSent},
+      {"Network.responseReceived", &BrowserImpl::OnResponseReceived},
+      {"Network.loadingFinished", &BrowserImpl::OnRequestDone},
+      {"Network.loadingFailed", &BrowserImpl::OnRequestDone},
+      {"Page.frameNavigated", &BrowserImpl::OnFrameNavigated},
+      {"Page.navigatedWithinDocument", &BrowserImpl::OnNavigatedWithinDocument},
+      {"Page.domContentEventFired", &BrowserImpl::OnDomContentLoaded},
+      {"Page.loadEventFired", &BrowserImpl::OnLoadEventFired},
+      {"Page.frameStoppedLoading", &BrowserImpl::OnFrameStoppedLoading},
+      {"Page.javascriptDialogOpening", &BrowserImpl::OnDialogOpening},
+      {"Page.javascriptDialogClosed", &BrowserImpl::OnDialogClosed},
+      {"Page.windowOpen", &BrowserImpl::OnWindowOpen},
+      {"Runtime.bindingCalled", &BrowserImpl::OnBindingCalled},
+      {"Runtime.consoleAPICalled", &BrowserImpl::OnConsoleMessage},
+      {"Runtime.exceptionThrown", &BrowserImpl::OnConsoleMessage},
   };
-  if (Engine::Get()->OnUiThread()) task();
-  else Engine::Get()->PostUi(task);
+  if (closed_) return;
+  // The engine's blank start page is no load of the application's.
+  if (blank_start_ && session == session_ &&
+      (method.compare(0, 5, "Page.") == 0 || method.compare(0, 8, "Network.") == 0))
+    return;
+  auto it = kHandlers.find(method);
+  if (it != kHandlers.end()) (this->*(it->second))(session, params);
 }
-
-bool BrowserImpl::SendProcessMessage(CefProcessId target_process,
-                                     CefRefPtr<CefProcessMessage> message) {
-  if (target_process != PID_RENDERER || !message) return false;
-  EvaluateInDocuments("window.__vexorEngineDeliver&&window.__vexorEngineDeliver(" +
-                      ProcessMessageToJson(message).dump() + ")");
-  return true;
-}
-
-void BrowserImpl::AddRouterScript(const std::string& script) {
-  std::vector<std::string> sessions;
-  if (!session_.empty()) sessions.push_back(session_);
-  for (auto& s : child_sessions_) sessions.push_back(s);
-  for (auto& s : sessions)
-    Cmd("Page.addScriptToEvaluateOnNewDocument", Json::object().set("source", script), nullptr, s);
-  for (auto& c : contexts_) {
-    if (!c.second.is_default) continue;
-    Json p = Json::object();
-    p.set("expression", script);
-    p.set("uniqueContextId", c.first);
-    Cmd("Runtime.evaluate", std::move(p), nullptr, c.second.session);
-  }
-}
-
-// ---------------------------------------------------------------------------------------
-// Closing, crashes
 
 void BrowserImpl::CloseBrowser(bool force_close) {
   CefRefPtr<BrowserImpl> self = this;
@@ -605,6 +358,7 @@ void BrowserImpl::OnChromiumGone(TerminationStatus status) {
   for (auto& s : child_sessions_) e->UnmapSession(s);
   child_sessions_.clear();
   session_.clear();
+  session_ready_ = false;
   chromium_window_ = 0;
   DropSessionState();
   SetLoading(false);

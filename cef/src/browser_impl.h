@@ -110,6 +110,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   bool closed() const { return closed_; }
   void OnAttached(const std::string& session);
   void OnTargetCreateFailed(const std::string& why);
+  // Hands a DevTools event of one of the browser's sessions to its handler.
   void HandleEvent(const std::string& session, const std::string& method, const Json& params);
   void OnCrashed(TerminationStatus status);
   void OnChromiumGone(TerminationStatus status);
@@ -149,16 +150,40 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
                           std::function<void(const std::string&)> go);
   void RefreshHistory(std::function<void()> then);
   void SetLoading(bool loading);
+  void FinishMainLoad();
   void ReportProgress(double p, bool force = false);
   void ReportLoadError(const std::string& loader, const std::string& frame_cdp_id,
                        const std::string& error_text, const std::string& url);
-  void OnBinding(const std::string& session, const Json& params);
+  // Event handlers, by what they keep: the frame tree,
+  void OnChildAttached(const std::string& session, const Json& params);
+  void OnChildDetached(const std::string& session, const Json& params);
+  void OnFrameAttached(const std::string& session, const Json& params);
+  void OnFrameDetached(const std::string& session, const Json& params);
+  void OnContextCreated(const std::string& session, const Json& params);
+  void OnContextDestroyed(const std::string& session, const Json& params);
+  void OnContextsCleared(const std::string& session, const Json& params);
+  // load tracking,
+  void OnFrameStartedNavigating(const std::string& session, const Json& params);
+  void OnFrameStartedLoading(const std::string& session, const Json& params);
+  void OnRequestWillBeSent(const std::string& session, const Json& params);
+  void OnResponseReceived(const std::string& session, const Json& params);
+  void OnRequestDone(const std::string& session, const Json& params);
+  void OnFrameNavigated(const std::string& session, const Json& params);
+  void OnNavigatedWithinDocument(const std::string& session, const Json& params);
+  void OnDomContentLoaded(const std::string& session, const Json& params);
+  void OnLoadEventFired(const std::string& session, const Json& params);
+  void OnFrameStoppedLoading(const std::string& session, const Json& params);
+  // dialogs,
   void OnDialogOpening(const std::string& session, const Json& params);
-  void OnDialogClosed();
+  void OnDialogClosed(const std::string& session = std::string(), const Json& params = Json());
+  // popups,
+  void OnWindowOpen(const std::string& session, const Json& params);
+  // and the page script's and console's messages.
+  void OnBindingCalled(const std::string& session, const Json& params);
+  void OnConsoleMessage(const std::string& session, const Json& params);
  public:
   void DialogLost(JSDialogCallbackImpl* cb);
  private:
-  void OnWindowOpen(const Json& params);
   void OnScriptOpen(const std::string& frame_cdp_id, const Json& msg);
   void OnContextMenu(const std::string& frame_cdp_id, const Json& msg);
   void Destroy();
@@ -178,6 +203,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   unsigned long chromium_window_ = 0;
   std::string target_id_;
   std::string session_;
+  bool session_ready_ = false;  // its domains are on: the page ran past its debugger wait
   std::string popup_session_;
   std::set<std::string> child_sessions_;
   bool created_ = false;
@@ -197,6 +223,11 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   int subresources_done_ = 0;
   std::string title_;
   bool title_since_commit_ = false;
+  // The main frame's current document: committed since the engine's last navigation, its
+  // load event seen, its stop waiting for that event.
+  bool main_committed_ = false;
+  bool main_load_event_ = false;
+  bool main_stop_pending_ = false;
   std::map<std::string, std::pair<std::string, std::string>> doc_requests_;  // id -> frame,url
   std::set<std::string> failed_loaders_;
   std::map<std::string, int> status_;  // frame -> main document's HTTP status

@@ -11,16 +11,30 @@ extern char** environ;
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
 
 #include "log.h"
 
 namespace vexorcef {
 
-Connection::Connection() = default;
+Connection::Connection() {
+  if (const char* path = getenv("VEXOR_CEF_PROTOCOL_LOG")) {
+    if (*path) record_ = fopen(path, "a");
+  }
+}
 
 Connection::~Connection() {
   Shutdown(2000);
+  if (record_) fclose(record_);
+}
+
+void Connection::Record(char direction, const char* text, size_t size) {
+  std::lock_guard<std::mutex> lock(record_mutex_);
+  fputc(direction, record_);
+  fputc(' ', record_);
+  fwrite(text, 1, size, record_);
+  fputc('\n', record_);
 }
 
 bool Connection::Launch(const std::string& program, const std::vector<std::string>& args,
@@ -110,6 +124,7 @@ int Connection::Send(const std::string& method, Json params, const std::string& 
   if (params.isNull()) text += "{}";
   else params.dumpTo(text);
   text += '}';
+  if (record_) Record('>', text.data(), text.size());
   text += '\0';
   std::lock_guard<std::mutex> lock(write_mutex_);
   const char* p = text.data();
@@ -185,6 +200,7 @@ void Connection::FailAll(const std::string& why) {
 }
 
 void Connection::Dispatch(const std::string& text) {
+  if (record_) Record('<', text.data(), text.size());
   bool ok = false;
   Json msg = Json::parse(text, &ok);
   if (!ok || !msg.isObject()) {

@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <cstdio>
+
 #include <atomic>
 #include <deque>
 #include <functional>
@@ -59,6 +61,7 @@ class Connection {
   void IoLoop();
   void Dispatch(const std::string& text);
   void FailAll(const std::string& why);
+  void Record(char direction, const char* text, size_t size);
 
   pid_t pid_ = -1;
   int write_fd_ = -1;
@@ -79,6 +82,9 @@ class Connection {
   std::map<int, Pending> pending_;
   WakeableTaskQueue io_tasks_;
   int wait_status_ = 0;
+  // Every message both ways, one a line, when $VEXOR_CEF_PROTOCOL_LOG names a file.
+  FILE* record_ = nullptr;
+  std::mutex record_mutex_;
 };
 
 }  // namespace vexorcef

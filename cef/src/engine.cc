@@ -15,6 +15,7 @@
 #include "browser_parts.h"
 #include "include/cef_task.h"
 #include "log.h"
+#include "switches.h"
 
 namespace vexorcef {
 
@@ -63,25 +64,15 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
     cl->InitFromArgv(args.argc, args.argv);
   if (app_) app_->OnBeforeCommandLineProcessing(CefString(), cl);
 
-  auto set_default = [&](const char* name, const std::string& value) {
-    if (!value.empty() && !cl->HasSwitch(name)) cl->AppendSwitchWithValue(name, value);
-  };
+  const char* override_dir = getenv("VEXOR_CEF_USER_DATA_DIR");
+  ProfilePaths profile = ProfilePathsFor(settings, override_dir ? override_dir : "");
   user_agent_ = Str(settings.user_agent);
-  accept_language_ = Str(settings.accept_language_list);
-  // Without a list the page's languages follow the locale, as in CEF. (Debian ships the
-  // UI translations apart, so the locale alone would not reach navigator.language.)
-  if (accept_language_.empty()) accept_language_ = Str(settings.locale);
-  set_default("user-agent", user_agent_);
-  set_default("lang", Str(settings.locale));
-  set_default("accept-lang", accept_language_);
-  std::string data_dir = Str(settings.user_data_path);
-  if (data_dir.empty()) data_dir = Str(settings.root_cache_path);
-  if (data_dir.empty()) data_dir = Str(settings.cache_path);
-  if (data_dir.empty()) {
+  accept_language_ = AcceptLanguageFor(settings);
+  if (profile.user_data.empty() && !cl->HasSwitch("user-data-dir")) {
     RemoveStaleProfiles();
     char tmpl[] = "/tmp/vexor-cef-XXXXXX";
     if (!mkdtemp(tmpl)) return fail("cannot make a profile folder in /tmp");
-    temp_profile_ = data_dir = tmpl;
+    temp_profile_ = profile.user_data = tmpl;
     // A host that exits without CefShutdown leaves it behind; the next start removes it.
     FILE* f = fopen((temp_profile_ + "/vexor-owner").c_str(), "w");
     if (f) {
@@ -89,48 +80,13 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
       fclose(f);
     }
   }
-  set_default("user-data-dir", data_dir);
-  set_default("disk-cache-dir", Str(settings.cache_path));
-  int sev = settings.log_severity;
-  // Chromium's own errors here are D-Bus and GPU noise; they show from WARNING down.
-  const char* level = sev == LOGSEVERITY_VERBOSE   ? "0"
-                      : sev == LOGSEVERITY_INFO    ? "0"
-                      : sev == LOGSEVERITY_WARNING ? "1"
-                                                   : "3";
-  set_default("log-level", level);
-  if (sev == LOGSEVERITY_VERBOSE) set_default("v", "1");
-
-  // On Linux Chromium takes its language from the environment, not from --lang.
-  std::string lang = cl->GetSwitchValue("lang").ToString();
-  if (!lang.empty()) {
-    std::replace(lang.begin(), lang.end(), '-', '_');
-    env_.push_back("LANGUAGE=" + lang);
-  }
   std::vector<CefString> argv;
   cl->GetArgv(argv);
-  switches_.clear();
-  for (size_t i = 1; i < argv.size(); ++i) switches_.push_back(argv[i].ToString());
-  // What the engine itself relies on: the pipe, no first-run UI, no browser UI, no
-  // window at start, and Chromium staying up without windows.
-  static const char* kFixed[] = {
-      "--remote-debugging-pipe", "--no-first-run", "--no-default-browser-check",
-      "--disable-background-networking", "--disable-component-update", "--disable-sync",
-      "--ozone-platform=x11", "--test-type", "--keep-alive-for-test", "--no-startup-window",
-      "--kiosk", "--password-store=basic", "--disable-session-crashed-bubble",
-      // Every window.open reaches OnBeforePopup, which decides; no blocker in between.
-      "--disable-popup-blocking",
-      // A browser covered by the host's own windows must keep painting and taking input.
-      "--disable-backgrounding-occluded-windows",
-      "--disable-features=PreloadTopChromeWebUI,WebUIOmniboxPopup,"
-      "SpareRendererForSitePerProcess,Translate,MediaRouter"};
-  for (const char* f : kFixed) {
-    std::string name = std::string(f).substr(0, std::string(f).find('='));
-    bool present = std::any_of(switches_.begin(), switches_.end(), [&](const std::string& s) {
-      return s.compare(0, name.size(), name) == 0 &&
-             (s.size() == name.size() || s[name.size()] == '=');
-    });
-    if (!present) switches_.push_back(f);
-  }
+  std::vector<std::string> command_line;
+  for (auto& a : argv) command_line.push_back(a.ToString());
+  ChromiumStart start = ComposeChromiumStart(settings, command_line, profile);
+  switches_ = std::move(start.switches);
+  env_ = std::move(start.env);
 
   launcher_ = Str(settings.browser_subprocess_path);
   if (launcher_.empty()) {

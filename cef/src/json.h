@@ -1,4 +1,4 @@
-// Minimal JSON for DevTools messages.
+// The engine's JSON value for DevTools messages; parsed with simdjson.
 #ifndef VEXOR_CEF_SRC_JSON_H_
 #define VEXOR_CEF_SRC_JSON_H_
 
@@ -59,6 +59,7 @@ class Json {
   void dumpTo(std::string& out) const;
 
  private:
+  friend struct JsonBuilder;
   Type type_ = Null;
   bool b_ = false;
   double n_ = 0;

@@ -143,7 +143,7 @@ TEST(ChromiumDeath, BrowsersLearnOfItAndTheNextLoadBringsChromiumBack) {
   EXPECT_NE(ChromiumPidOf(wa), chromium);
   EXPECT_EQ(a->Eval("document.title"), "life");
   // The other browser has a page again too.
-  ASSERT_TRUE(b->Load(g_server->Url("/life.html")));
+  ASSERT_TRUE(b->Load(g_server->Url("/life.html"))) << ::testing::PrintToString(b->Log());
   EXPECT_EQ(b->browser->GetHost()->GetWindowHandle(), wb);
   EXPECT_EQ(b->Eval("document.title"), "life");
   a->Close();

@@ -196,6 +196,33 @@ TEST_F(Fresh, LoadEventsCarryStatusFramesAndHistory) {
   EXPECT_TRUE(c->HasLog("loadstart main " + g_server->Url("/missing.html") + " tt 8"));
 }
 
+TEST(Browser, MainFrameLoadEndWaitsForASlowImage) {
+  g_server->Serve("/slow.png", "not really an image", 200, "image/png", 1500);
+  g_server->Serve("/slowpage.html",
+                  "<img src='/slow.png' onerror=\"console.log('IMAGE DONE')\""
+                  " onload=\"console.log('IMAGE DONE')\">"
+                  "<script>addEventListener('load', () => console.log('LOAD EVENT'));</script>");
+  // As the first address of a new browser, and loaded into one that is up.
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create(g_server->Url("/slowpage.html")));
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > 0 && !c->loading; }));
+  for (int round = 0; round < 2; ++round) {
+    SCOPED_TRACE(round);
+    auto log = c->Log();
+    int image = IndexOf(log, "console 2 IMAGE DONE");
+    int load = IndexOf(log, "console 2 LOAD EVENT");
+    int end = IndexOf(log, "loadend main");
+    ASSERT_GE(image, 0);
+    EXPECT_GT(load, image);
+    EXPECT_GT(end, load);
+    EXPECT_EQ(log[end], "loadend main 200 " +
+                            g_server->Url(round ? "/slowpage.html?again" : "/slowpage.html"));
+    c->ClearLog();
+    if (round == 0) ASSERT_TRUE(c->Load(g_server->Url("/slowpage.html?again")));
+  }
+  c->Close();
+}
+
 TEST_F(Fresh, LoadErrorsCarryChromiumsNumbers) {
   ASSERT_TRUE(c->Load("http://127.0.0.1:" + std::to_string(ClosedPort()) + "/"));
   EXPECT_EQ(c->last_error, -102);

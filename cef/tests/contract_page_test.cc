@@ -248,6 +248,26 @@ TEST_F(Fresh, MouseWheelAndFocusReachThePage) {
   EXPECT_TRUE(PumpUntil([&] { return c->Eval("document.hasFocus()") == "false"; }, 5000));
 }
 
+TEST_F(Fresh, TheFirstTapRightAfterALoadReachesThePageOnce) {
+  // Nothing contentful is painted here: Chromium would hold the old picture, and the
+  // input with it, for a while after the load.
+  g_server->Serve("/count.html",
+                  "<body style='margin:0'><div style='width:400px;height:400px;"
+                  "background:#ddd'></div><script>window.downs = 0; window.clicks = 0;"
+                  "addEventListener('mousedown', () => ++downs);"
+                  "addEventListener('click', () => ++clicks);</script></body>");
+  // From the blank start page, then a same-origin page to the next.
+  for (const char* query : {"?first", "?second"}) {
+    SCOPED_TRACE(query);
+    int ends = c->main_load_ends;
+    c->browser->GetMainFrame()->LoadURL(g_server->Url(std::string("/count.html") + query));
+    ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends; }));
+    Click(c->browser, 120, 120);
+    EXPECT_TRUE(PumpUntil([&] { return c->Eval("clicks", 2000) == "1"; }, 10000));
+    EXPECT_EQ(c->Eval("downs + ',' + clicks"), "1,1");
+  }
+}
+
 TEST_F(Fresh, RouterQueriesAnswerTheFrameThatAsked) {
   Handler h;
   InstallRouter(c, &h);

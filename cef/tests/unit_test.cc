@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 
@@ -16,6 +17,7 @@
 #include "include/wrapper/cef_helpers.h"
 #include "include/wrapper/cef_message_router.h"
 #include "json.h"
+#include "switches.h"
 
 using vexorcef::Json;
 
@@ -334,6 +336,58 @@ TEST(ValuesTest, ListValuesKeepTypes) {
   CefRefPtr<CefListValue> copy = l->Copy();
   l->Clear();
   EXPECT_EQ(copy->GetSize(), 4u);
+}
+
+TEST(SwitchesTest, SettingsFillGapsTheCommandLineLeavesAndTheEnginesComeLast) {
+  using vexorcef::ComposeChromiumStart;
+  CefSettings settings;
+  CefString(&settings.locale).FromString("de-AT");
+  CefString(&settings.user_agent).FromString("Agent/1");
+  settings.log_severity = LOGSEVERITY_WARNING;
+  auto start = ComposeChromiumStart(
+      settings,
+      {"prog", "--user-agent=Mine", "--kiosk", "page.html", "--disable-features=Foo,Translate"},
+      {"/data", "/cache"});
+  std::vector<std::string> expected = {
+      "--user-agent=Mine", "--kiosk", "--disable-features=Foo,Translate,PreloadTopChromeWebUI,"
+      "WebUIOmniboxPopup,SpareRendererForSitePerProcess,MediaRouter,PaintHolding",
+      "--lang=de-AT", "--accept-lang=de-AT", "--user-data-dir=/data", "--disk-cache-dir=/cache",
+      "--log-level=1", "--remote-debugging-pipe", "--no-first-run",
+      "--no-default-browser-check", "--disable-background-networking",
+      "--disable-component-update", "--disable-sync", "--ozone-platform=x11", "--test-type",
+      "--keep-alive-for-test", "--no-startup-window", "--password-store=basic",
+      "--disable-session-crashed-bubble", "--disable-popup-blocking",
+      "--disable-backgrounding-occluded-windows", "page.html"};
+  EXPECT_EQ(start.switches, expected);
+  EXPECT_EQ(start.env, std::vector<std::string>{"LANGUAGE=de_AT"});
+
+  // Nothing set: no empty values, the engine's feature list alone, no language.
+  start = ComposeChromiumStart(CefSettings(), {"prog"}, {"/p", ""});
+  EXPECT_EQ(start.switches.front(), "--user-data-dir=/p");
+  EXPECT_EQ(std::count_if(start.switches.begin(), start.switches.end(),
+                          [](const std::string& s) { return s.back() == '='; }),
+            0);
+  EXPECT_NE(std::find(start.switches.begin(), start.switches.end(),
+                      "--disable-features=PreloadTopChromeWebUI,WebUIOmniboxPopup,"
+                      "SpareRendererForSitePerProcess,Translate,MediaRouter,PaintHolding"),
+            start.switches.end());
+  EXPECT_TRUE(start.env.empty());
+}
+
+TEST(SwitchesTest, ProfileFoldersFollowTheSettingsUnlessOverridden) {
+  using vexorcef::ProfilePathsFor;
+  CefSettings settings;
+  CefString(&settings.cache_path).FromString("/c");
+  EXPECT_EQ(ProfilePathsFor(settings, "").user_data, "/c");
+  CefString(&settings.root_cache_path).FromString("/root");
+  EXPECT_EQ(ProfilePathsFor(settings, "").user_data, "/root");
+  CefString(&settings.user_data_path).FromString("/u");
+  auto p = ProfilePathsFor(settings, "");
+  EXPECT_EQ(p.user_data, "/u");
+  EXPECT_EQ(p.cache, "/c");
+  p = ProfilePathsFor(settings, "/tmp/run-1");
+  EXPECT_EQ(p.user_data, "/tmp/run-1");
+  EXPECT_EQ(p.cache, "/tmp/run-1");
 }
 
 TEST(StartTest, EngineCallsBeforeInitializeAreHarmless) {

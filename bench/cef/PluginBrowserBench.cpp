@@ -1,0 +1,209 @@
+// The plug-in's browser against real Chromium, timed. Run under X (Xvfb):
+//   cef_plugin_bench [rounds]
+// 1. A 100-image page through the plug-in's resource policy (a web view's ChromiumClient)
+//    against a client without a request handler, same engine, loads alternating; a client
+//    whose handler allows everything shows what the engine's interception alone costs.
+// 2. A renderer killed with SIGKILL until the page the plug-in reloads has loaded.
+// Prints medians with their limits.
+#include "../../plugin/tests/BrowserTestSupport.h"
+
+#include "core/ConfigValue.h"
+#include "core/DataValues.h"
+#include "display/DisplayDevice.h"
+#include "gui/cef/ChromiumClient.h"
+#include "gui/cef/ChromiumManager.h"
+#include "gui/cef/WebKitView.h"
+#include "include/cef_browser.h"
+#include "include/cef_client.h"
+#include "services/CenterDisplay.h"
+#include "test_support.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+namespace {
+
+ChromiumManager* gManager = nullptr;
+
+bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        gManager->tick();
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        QThread::usleep(200);
+    }
+    return true;
+}
+
+double median(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v.empty() ? 0 : v[v.size() / 2];
+}
+
+// The comparison's other sides: an engine client that asks nobody about its requests, and one
+// whose handler lets everything through at once (the engine's interception alone).
+class PlainClient : public CefClient, public CefLifeSpanHandler, public CefLoadHandler, public CefRequestHandler {
+public:
+    explicit PlainClient(bool intercept) : mIntercept(intercept) {}
+    CefRefPtr<CefRequestHandler> GetRequestHandler() override { return mIntercept ? this : nullptr; }
+    ReturnValue OnBeforeResourceLoad(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, CefRefPtr<CefRequest>,
+                                     CefRefPtr<CefRequestCallback>) override
+    {
+        return RV_CONTINUE;
+    }
+    CefRefPtr<CefLifeSpanHandler> GetLifeSpanHandler() override { return this; }
+    CefRefPtr<CefLoadHandler> GetLoadHandler() override { return this; }
+    void OnAfterCreated(CefRefPtr<CefBrowser> b) override { browser = b; }
+    void OnLoadEnd(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame, int) override
+    {
+        if (frame->IsMain())
+            ++loads;
+    }
+    CefRefPtr<CefBrowser> browser;
+    int loads = 0;
+
+private:
+    const bool mIntercept;
+    IMPLEMENT_REFCOUNTING(PlainClient);
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    const int rounds = argc > 1 ? std::max(4, atoi(argv[1])) : 24;
+
+    // Chromium locks its profile folder: this run gets one of its own.
+    QTemporaryDir profile;
+    qputenv("VEXOR_CEF_USER_DATA_DIR", profile.path().toUtf8());
+    ControlGroupCommands commands;
+    QTemporaryDir config;
+    ConfigStore::setPath(config.filePath("car.ini"));
+    QDir::setCurrent(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    ChromiumManager manager;
+    gManager = &manager;
+    theCenterDisplay->setChromiumManager(&manager);
+    GUI_allReady.setValue(true);
+
+    testing_support::HttpServer server;
+    std::string html = "<html><body>";
+    for (int i = 0; i < 100; ++i)
+        html += "<img src='/img" + std::to_string(i) + ".png'>";
+    html += "</body></html>";
+    server.Serve("/page.html", html);
+    for (int i = 0; i < 100; ++i)
+        server.Serve("/img" + std::to_string(i) + ".png", "GIF89a", 200, "image/gif");
+    server.Serve("/victim.html", "<title>victim</title><p>reloaded</p>");
+
+    DisplayView root;
+    DisplayDevice display(&root, QSize(1280, 720));
+    root.setGeometry(QRect(QPoint(0, 0), display.size()));
+    auto* view = new WebKitView(&root);
+    view->setGeometry(QRect(0, 0, 640, 480));
+    if (!pumpUntil([&] { return view->browserExists(); })) {
+        std::fprintf(stderr, "no browser from Chromium\n");
+        return 1;
+    }
+    CefRefPtr<PlainClient> plain = new PlainClient(false), trivial = new PlainClient(true);
+    for (auto client : {plain, trivial}) {
+        CefWindowInfo info;
+        info.x = client == plain ? 660 : 1300;
+        info.width = 600;
+        info.height = 480;
+        CefBrowserHost::CreateBrowser(info, client.get(), "", CefBrowserSettings(), nullptr);
+        if (!pumpUntil([&] { return client->browser != nullptr; }))
+            return 1;
+    }
+
+    int finished = 0;
+    QObject::connect(view, &WebKitView::pageLoadDidFinish, [&] { ++finished; });
+    auto loadWithPolicy = [&](const std::string& url) {
+        const int before = finished;
+        QElapsedTimer t;
+        t.start();
+        view->client()->browser()->GetMainFrame()->LoadURL(url);
+        if (!pumpUntil([&] { return finished > before && !view->client()->browser()->IsLoading(); }))
+            return -1.0;
+        return t.nsecsElapsed() / 1e6;
+    };
+    auto loadIn = [&](CefRefPtr<PlainClient> client, const std::string& url) {
+        const int before = client->loads;
+        QElapsedTimer t;
+        t.start();
+        client->browser->GetMainFrame()->LoadURL(url);
+        if (!pumpUntil([&] { return client->loads > before && !client->browser->IsLoading(); }))
+            return -1.0;
+        return t.nsecsElapsed() / 1e6;
+    };
+
+    // The three take turns, and which goes first rotates too; two rounds warm up.
+    std::vector<double> times[3];  // policy, no handler, handler that lets all through
+    for (int run = 0; run < rounds + 2; ++run) {
+        const std::string url = server.Url("/page.html?run=" + std::to_string(run));
+        for (int k = 0; k < 3; ++k) {
+            const int side = (run + k) % 3;
+            const double ms = side == 0 ? loadWithPolicy(url) : loadIn(side == 1 ? plain : trivial, url);
+            if (ms < 0) {
+                std::fprintf(stderr, "a load did not finish\n");
+                return 1;
+            }
+            if (run >= 2)
+                times[side].push_back(ms);
+        }
+    }
+    const double ratio = median(times[0]) / median(times[1]);
+
+    // Crash recovery: each reload finishes, which resets the plug-in's crash count.
+    std::vector<double> recovery;
+    if (loadWithPolicy(server.Url("/victim.html")) < 0)
+        return 1;
+    for (int i = 0; i < std::max(5, rounds / 2); ++i) {
+        const int chromium = testing_support::ChromiumPidOf(view->client()->windowHandle());
+        const std::vector<int> renderers = testing_support::RendererPids(chromium);
+        if (chromium <= 0 || renderers.empty()) {
+            std::fprintf(stderr, "no renderer to kill\n");
+            return 1;
+        }
+        const int before = finished;
+        QElapsedTimer t;
+        t.start();
+        for (int pid : renderers)
+            kill(pid, SIGKILL);
+        if (!pumpUntil([&] { return finished > before; })) {
+            std::fprintf(stderr, "the page was not reloaded after a crash\n");
+            return 1;
+        }
+        recovery.push_back(t.nsecsElapsed() / 1e6);
+    }
+
+    std::printf("load 100 images, plug-in policy  : median %.1f ms (%zu runs)\n", median(times[0]),
+                times[0].size());
+    std::printf("load 100 images, no handler      : median %.1f ms\n", median(times[1]));
+    std::printf("load 100 images, allow-all       : median %.1f ms (the engine's interception alone)\n",
+                median(times[2]));
+    std::printf("policy ratio                     : %.3f (limit 1.15) %s\n", ratio,
+                ratio <= 1.15 ? "ok" : "OVER");
+    std::printf("renderer SIGKILL -> reloaded     : median %.0f ms, max %.0f ms (%zu kills, limit 1000 ms) %s\n",
+                median(recovery), *std::max_element(recovery.begin(), recovery.end()), recovery.size(),
+                median(recovery) < 1000 ? "ok" : "OVER");
+
+    delete view;
+    plain->browser->GetHost()->CloseBrowser(true);
+    trivial->browser->GetHost()->CloseBrowser(true);
+    pumpUntil([] { return false; }, 500);
+    return 0;
+}
