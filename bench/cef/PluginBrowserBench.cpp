@@ -87,13 +87,9 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     const int rounds = argc > 1 ? std::max(4, atoi(argv[1])) : 24;
 
-    // Chromium locks its profile folder: this run gets one of its own.
-    QTemporaryDir profile;
-    qputenv("VEXOR_CEF_USER_DATA_DIR", profile.path().toUtf8());
     ControlGroupCommands commands;
-    QTemporaryDir config;
-    ConfigStore::setPath(config.filePath("car.ini"));
-    QDir::setCurrent(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    PrivateChromiumProfile profile(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    ConfigStore::setPath(profile.folder() + "/car.ini");
     ChromiumManager manager;
     gManager = &manager;
     theCenterDisplay->setChromiumManager(&manager);

@@ -61,7 +61,7 @@ int main(int argc, char** argv)
     const int windows = argc > 2 ? atoi(argv[2]) : 3;
 
     ControlGroupCommands commands;
-    PrivateProfileLauncher launcher(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    PrivateChromiumProfile launcher(QStringLiteral(VEXOR_LAUNCHER_DIR));
     ConfigStore::setPath(launcher.folder() + "/car.ini");
     testing_support::HttpServer server;
     server.Serve("/static.html",

@@ -218,7 +218,9 @@ TEST(Browser, MainFrameLoadEndWaitsForASlowImage) {
     EXPECT_EQ(log[end], "loadend main 200 " +
                             g_server->Url(round ? "/slowpage.html?again" : "/slowpage.html"));
     c->ClearLog();
-    if (round == 0) ASSERT_TRUE(c->Load(g_server->Url("/slowpage.html?again")));
+    if (round == 0) {
+      ASSERT_TRUE(c->Load(g_server->Url("/slowpage.html?again")));
+    }
   }
   c->Close();
 }

@@ -249,7 +249,8 @@ TEST_F(BenchBrowser, TheInputRegionFollowsTheViewTheKeyboardAndPopups)
 TEST_F(BenchBrowser, AFailingControlGroupCommandEndsTheProcessWithStatusOne)
 {
     server.Serve("/", "<title>never</title>");
-    for (const QString command : {QStringLiteral("internet-cgroup"), QStringLiteral("orvane-cgroup")}) {
+    for (const char* name : {"internet-cgroup", "orvane-cgroup"}) {
+        const QString command = QString::fromLatin1(name);
         const BenchRun run = browse("/", "wait-for \"never\"\n", {"--fail-host-command", command});
         EXPECT_EQ(run.exitCode, 1) << run.output.toStdString();
         const QString perror = command == "internet-cgroup" ? "failed to set internet-cgroups: " : "failed to set orvane-cgroups: ";

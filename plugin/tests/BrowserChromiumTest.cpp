@@ -21,7 +21,7 @@ namespace {
 
 struct Runtime {
     ControlGroupCommands commands;
-    QTemporaryDir config;
+    PrivateChromiumProfile profile{QStringLiteral(VEXOR_LAUNCHER_DIR)};
     ChromiumManager manager;
     testing_support::HttpServer server;
 };
@@ -47,8 +47,7 @@ protected:
     static void SetUpTestSuite()
     {
         gRuntime = new Runtime;
-        ConfigStore::setPath(gRuntime->config.filePath("car.ini"));
-        QDir::setCurrent(QStringLiteral(VEXOR_LAUNCHER_DIR));
+        ConfigStore::setPath(gRuntime->profile.folder() + "/car.ini");
         theCenterDisplay->setChromiumManager(&gRuntime->manager);
         GUI_allReady.setValue(true);
     }

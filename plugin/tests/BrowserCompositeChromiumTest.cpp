@@ -19,7 +19,7 @@
 TEST(ChromiumComposite, APageOfOneColourShowsInTheScreenshotInsideTheView)
 {
     ControlGroupCommands commands;
-    PrivateProfileLauncher launcher(QStringLiteral(VEXOR_LAUNCHER_DIR));
+    PrivateChromiumProfile launcher(QStringLiteral(VEXOR_LAUNCHER_DIR));
     ConfigStore::setPath(launcher.folder() + "/car.ini");
     testing_support::HttpServer server;
     server.Serve("/teal.html", "<title>teal</title><body style='margin:0;background:rgb(0,128,128)'></body>");

@@ -48,28 +48,23 @@ private:
     QString mOldCurrent;
 };
 
-// The launcher where the manager looks for it (the current folder, while this lives), starting
-// the real one with this run's own profile folder instead of the car's fixed one: Chromium
-// locks its profile, and other programs may be running on the car's.
-class PrivateProfileLauncher {
+// A Chromium profile of this run's own instead of the car's fixed one (Chromium locks its
+// profile, and other programs may be running on the car's), with the launcher found where the
+// manager looks for it: the current folder, while this lives.
+class PrivateChromiumProfile {
 public:
-    explicit PrivateProfileLauncher(const QString& realLauncherFolder)
+    explicit PrivateChromiumProfile(const QString& launcherFolder)
+        : mOldCurrent(QDir::currentPath())
     {
-        QFile file(mDir.filePath("vexor-cef-launcher"));
-        file.open(QIODevice::WriteOnly);
-        file.write(QStringLiteral("#!/bin/sh\n"
-                                  "for a; do shift; case \"$a\" in\n"
-                                  "  --user-data-dir=*|--disk-cache-dir=*) set -- \"$@\" \"${a%%=*}=%1\";;\n"
-                                  "  *) set -- \"$@\" \"$a\";;\n"
-                                  "esac; done\n"
-                                  "exec '%2/vexor-cef-launcher' \"$@\"\n")
-                       .arg(mDir.filePath("profile"), realLauncherFolder)
-                       .toUtf8());
-        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        mOldCurrent = QDir::currentPath();
-        QDir::setCurrent(mDir.path());
+        qputenv("VEXOR_CEF_USER_DATA_DIR", QFile::encodeName(mDir.filePath("profile")));
+        QDir::setCurrent(launcherFolder);
     }
-    ~PrivateProfileLauncher() { QDir::setCurrent(mOldCurrent); }
+    ~PrivateChromiumProfile()
+    {
+        qunsetenv("VEXOR_CEF_USER_DATA_DIR");
+        QDir::setCurrent(mOldCurrent);
+    }
+    // A scratch folder for the run's other files.
     QString folder() const { return mDir.path(); }
 
 private:
