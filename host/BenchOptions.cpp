@@ -22,8 +22,6 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         "  tap X Y                   tap a point of the display\n"
         "  tap \"LABEL\" [N]           tap the shown view with that label or title (the topmost,\n"
         "                            or the N-th from 1 in paint order)\n"
-        "  tap-until X Y \"LABEL\"     tap a point again and again until a view with that label or title\n"
-        "                            shows (a page that takes input only once it is ready)\n"
         "  drag X1 Y1 X2 Y2          drag a finger from one point to another\n"
         "  drag \"LABEL\" DX DY        drag from the middle of a view by DX, DY (may be negative)\n"
         "  choose \"ROW\"              tap a row of the open picker list\n"

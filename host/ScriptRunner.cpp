@@ -32,7 +32,7 @@ const QHash<QString, QVector<int>>& commandArity()
 {
     static const QHash<QString, QVector<int>> arity{
         {"set", {2}}, {"config", {2}}, {"tap", {1, 2}}, {"drag", {3, 4}}, {"choose", {1}}, {"answer", {1}},
-        {"type", {1}}, {"keys", {1}}, {"wait-for", {1}}, {"tap-until", {3}}, {"pause", {1}}, {"wait-for-no", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
+        {"type", {1}}, {"keys", {1}}, {"wait-for", {1}}, {"pause", {1}}, {"wait-for-no", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
         {"expect-journal", {1}}, {"expect-log", {1}}, {"expect-value", {2}}, {"expect-pending", {2}},
         {"expect-view", {1}}, {"expect-no-view", {1}}, {"expect-enabled", {1}}, {"expect-disabled", {1}}, {"wait-for-enabled", {1}}, {"quit", {0}},
     };
@@ -43,8 +43,6 @@ const QHash<QString, QVector<int>>& commandArity()
 constexpr int JournalPatienceMs = 5000;
 // How long wait-for waits for a view: pages load from a browser that may be starting.
 constexpr int ViewPatienceMs = 20000;
-// How long tap-until waits for an answer before it taps again.
-constexpr int TapAnswerPatienceMs = 3000;
 
 bool isNumber(const QString& text, bool allowNegative)
 {
@@ -83,8 +81,6 @@ QString numberProblem(const ScriptRunner::Command& c)
         if (a.size() == 2 && !isNumber(a[0], true) && !(isNumber(a[1], false) && a[1].toInt() >= 1))
             return wants(QStringLiteral("a label and a count from 1"));
     }
-    if (c.name == QLatin1String("tap-until") && !(isNumber(a[0], false) && isNumber(a[1], false)))
-        return wants(QStringLiteral("X Y as whole non-negative numbers and a label"));
     if (c.name == QLatin1String("drag")) {
         if (a.size() == 4 && !std::all_of(a.begin(), a.end(), [](const QString& n) { return isNumber(n, false); }))
             return wants(QStringLiteral("X1 Y1 X2 Y2 as whole non-negative numbers"));
@@ -314,18 +310,6 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
             KeyStroke::forCharacter(ch).deliver();
     } else if (c.name == QLatin1String("keys")) {
         return tapKeys(c, a0);
-    } else if (c.name == QLatin1String("tap-until")) {
-        const QString label = labelArgument(c.args[2]);
-        const auto answered = [&] { return !mHost->findShownViews(label).isEmpty(); };
-        QElapsedTimer waited;
-        waited.start();
-        do {
-            mHost->display()->tap(QPoint(a0.toInt(), c.args[1].toInt()));
-        } while (!waitUntil(answered, TapAnswerPatienceMs) && waited.elapsed() < ViewPatienceMs);
-        if (!answered()) {
-            fail(c, QStringLiteral("taps at %1,%2 never brought a view labelled '%3'").arg(a0, c.args[1], c.args[2]));
-            return false;
-        }
     } else if (c.name == QLatin1String("wait-for") || c.name == QLatin1String("wait-for-no")) {
         const QString label = labelArgument(a0);
         const bool wanted = c.name == QLatin1String("wait-for");

@@ -22,10 +22,10 @@ namespace {
 // Where the Browser screen puts the page on a 1920x1200 display: page pixel (0, 0).
 const QPoint PageOrigin(32, 144);
 
-// Chromium may drop input that comes right after a load: the script knocks at the page's
-// top left corner until the page answers "armed". The page ignores that corner from then on.
+// The first tap once the page is there ("ready" as its title) must reach it: one knock at the
+// page's top left corner arms it ("armed"). The page ignores that corner from then on.
 const char* const ArmScript =
-    "<script>let armed = false;"
+    "<script>let armed = false; document.title = 'ready';"
     "const knock = e => e.clientX < 20 && e.clientY < 20;"
     "for (const type of ['mousedown', 'mouseup', 'click'])"
     "  addEventListener(type, e => {"
@@ -57,7 +57,7 @@ protected:
     {
         return QStringLiteral("tap %1 %2\n").arg(PageOrigin.x() + x).arg(PageOrigin.y() + y);
     }
-    static QString arm() { return QStringLiteral("tap-until %1 %2 \"armed\"\n").arg(PageOrigin.x() + 5).arg(PageOrigin.y() + 5); }
+    static QString arm() { return "wait-for \"ready\"\n" + tapPage(5, 5) + "wait-for \"armed\"\n"; }
 
     QJsonObject webView(const QString& dumpName)
     {
