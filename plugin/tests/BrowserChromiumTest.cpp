@@ -176,6 +176,29 @@ TEST_F(ChromiumBrowser, AKilledOrCrashedRendererReloadsThePageAndAFinishedLoadEn
     }
 }
 
+TEST_F(ChromiumBrowser, APageWhoseRendererDiesBeforeEveryLoadEndIsGivenUpForABlankPage)
+{
+    ConfigStore::write("chromium/render_process_max retry", 2);
+    // The image holds the load open, so each death comes before the page has finished.
+    gRuntime->server.Serve("/doomed.html", "<title>doomed</title><img src='/doomed.png'>");
+    gRuntime->server.Serve("/doomed.png", "", 200, "image/png", 4000);
+    mLog.clear();
+    mView->loadURL(QUrl(url("/doomed.html")));
+    const char* const outcomes[] = {"WARN render process crashed 1 times, reload", "WARN gave up after 2 attempts, url "};
+    for (int attempt = 1; attempt <= 2; ++attempt) {
+        ASSERT_TRUE(pumpUntil([&] { return gRuntime->server.CountRequests("/doomed.png") >= attempt; }, 10000))
+            << "attempt " << attempt << " never asked for its image";
+        const int chromium = testing_support::ChromiumPidOf(mView->client()->windowHandle());
+        for (int pid : testing_support::RendererPids(chromium))
+            kill(pid, SIGKILL);
+        EXPECT_TRUE(pumpUntil([&] { return !mLog.lines().filter(outcomes[attempt - 1]).isEmpty(); }, 10000))
+            << mLog.lines().filter("WARN").join("\n").toStdString();
+    }
+    EXPECT_TRUE(pumpUntil([&] { return mView->url() == QUrl("about:blank"); }, 10000)) << mView->url().toString().toStdString();
+    EXPECT_EQ(mLog.lines().filter("render process crashed").size(), 1);
+    ConfigStore::write("chromium/render_process_max retry", 5);
+}
+
 TEST_F(ChromiumBrowser, AViewDeletedWithALoadAQueryAndADialogPendingLeavesNothingBehind)
 {
     gRuntime->server.Serve("/busy.html", "<title>busy</title>");
