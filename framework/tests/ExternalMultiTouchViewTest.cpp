@@ -228,16 +228,16 @@ TEST_F(DragTest, ATapIsOneTapAtItsPointAndNeverAScroll)
     EXPECT_FALSE(view.scroller()->isMoving());
 }
 
-TEST_F(DragTest, WheelStepsFollowTheFingerScaledAndNeverTap)
+TEST_F(DragTest, WheelStepsFollowTheFingerOneToOneAndNeverTap)
 {
     drag(QPoint(300, 300), QPoint(1, -7), 20);
-    // The whole way from the press, scaled, in whole steps that add up exactly.
-    EXPECT_EQ(view.total, QPoint(50, -350));
+    // The whole way from the press, in whole steps that add up exactly.
+    EXPECT_EQ(view.total, QPoint(20, -140));
     EXPECT_EQ(view.at, QPoint(320, 160));
     ms += 200; // the finger rests before lifting: nothing is thrown
     touch(TouchEvent::Kind::Release, QPoint(320, 160));
     EXPECT_FALSE(view.scroller()->isMoving());
-    EXPECT_EQ(view.total, QPoint(50, -350));
+    EXPECT_EQ(view.total, QPoint(20, -140));
     EXPECT_TRUE(view.taps.isEmpty());
 }
 
@@ -246,6 +246,7 @@ TEST_F(DragTest, AFlingSlowsDownAndEndsWithinTheDuration)
     drag(QPoint(300, 350), QPoint(0, -20), 10);
     touch(TouchEvent::Kind::Release, QPoint(300, 150));
     const int dragged = view.total.y();
+    ASSERT_EQ(dragged, -200);
     ASSERT_TRUE(view.scroller()->isMoving());
     int lastStep = INT_MAX;
     qint64 elapsed = 0;
@@ -260,6 +261,14 @@ TEST_F(DragTest, AFlingSlowsDownAndEndsWithinTheDuration)
     }
     EXPECT_LT(view.total.y(), dragged - 100) << "the fling went on the way the finger went";
     EXPECT_EQ(view.total.x(), 0);
+    // The same throw glides a scale-th as far unscaled.
+    const int scaledGlide = view.total.y() - dragged;
+    settings.set("chromium/scroll_scale", 1.0);
+    view.total = QPoint();
+    drag(QPoint(300, 350), QPoint(0, -20), 10);
+    touch(TouchEvent::Kind::Release, QPoint(300, 150));
+    runFor(1000);
+    EXPECT_NEAR(scaledGlide, (view.total.y() - dragged) * 2.5, 3);
 }
 
 TEST_F(DragTest, ANewTouchStopsTheFlingAndIsNoTap)
@@ -276,5 +285,5 @@ TEST_F(DragTest, ANewTouchStopsTheFlingAndIsNoTap)
     // The next drag starts from zero again.
     view.total = QPoint();
     drag(QPoint(300, 300), QPoint(0, 10), 4);
-    EXPECT_EQ(view.total, QPoint(0, 100));
+    EXPECT_EQ(view.total, QPoint(0, 40));
 }

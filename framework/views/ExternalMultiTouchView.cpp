@@ -108,6 +108,7 @@ bool ExternalMultiTouchView::touchEvent(const TouchEvent& event)
         mPressAt = mFingerAt = at;
         mDragging = mScrolling = false;
         mGestureOrigin = mScroller->offset();
+        mGliding = false;
         mSent = QPoint();
         mScale = ScrollScale.value();
         mScroller->setGlideDuration(qRound(ScrollDuration.value() * 1000));
@@ -121,6 +122,8 @@ bool ExternalMultiTouchView::touchEvent(const TouchEvent& event)
     case TouchEvent::Kind::Release:
         mFingerAt = at;
         if (mDragging) {
+            mReleasedAt = mScroller->offset();
+            mGliding = true;
             mScroller->release(at);
         } else {
             mScroller->cancel();
@@ -141,9 +144,10 @@ void ExternalMultiTouchView::scrollerMoved(const QPointF& offset)
 {
     if (!mScrolling)
         return;
-    // Whole steps of what the finger has moved the content since the press, so rounding
-    // never adds up.
-    const QPointF moved = (mGestureOrigin - offset) * mScale;
+    // The content stays under the finger; what it throws on lifting glides on, scaled. Whole
+    // steps of the way since the press, so rounding never adds up.
+    const QPointF moved = mGliding ? (mGestureOrigin - mReleasedAt) + (mReleasedAt - offset) * mScale
+                                   : mGestureOrigin - offset;
     const QPoint target(qRound(moved.x()), qRound(moved.y()));
     const QPoint step = target - mSent;
     if (step.isNull())

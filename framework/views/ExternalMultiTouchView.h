@@ -49,8 +49,8 @@ public slots:
 
 protected:
     virtual void tapped(const QPoint& position);
-    // Wheel steps in content pixels, scaled by "chromium/scroll_scale": positive moves the
-    // content right and down, as the finger did.
+    // Wheel steps in content pixels: the finger's way one to one, the glide after it scaled by
+    // "chromium/scroll_scale"; positive moves the content right and down, as the finger did.
     virtual void scrolled(const QPoint& delta, const QPoint& position);
 
 private:
@@ -68,6 +68,9 @@ private:
     // From the start of a drag to the next touch: the scroller's moves become wheel steps.
     bool mScrolling = false;
     QPointF mGestureOrigin;
+    // Where the finger lifted, once the scroller glides on.
+    QPointF mReleasedAt;
+    bool mGliding = false;
     double mScale = 1;
     QPoint mSent;
 
