@@ -379,8 +379,12 @@ bool ScriptRunner::waitUntil(const std::function<bool()>& done, int patienceMs)
 {
     QElapsedTimer waited;
     waited.start();
+    // Sleeps until something happens, and looks again at least every 20 ms: waiting must not
+    // take the cores the browser needs.
+    QTimer wake;
+    wake.start(20);
     while (!done() && waited.elapsed() < patienceMs)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     return done();
 }
 
