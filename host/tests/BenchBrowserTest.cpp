@@ -14,8 +14,8 @@
 #include <functional>
 #include <gtest/gtest.h>
 
-#include <X11/Xlib.h>
-#include <X11/extensions/shape.h>
+#include "support/X11TestWindow.h"
+
 
 namespace {
 
@@ -175,24 +175,6 @@ TEST_F(BenchBrowser, TheAddressFieldLoadsWhatIsTypedAndTheHistoryButtonsFollowTh
     EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
 }
 
-// The bounds of a window's input region as the X server has it.
-QRect inputRegion(unsigned long window)
-{
-    Display* dpy = XOpenDisplay(nullptr);
-    if (!dpy)
-        return QRect(-1, -1, 0, 0);
-    int count = 0;
-    int ordering = 0;
-    XRectangle* rects = XShapeGetRectangles(dpy, window, ShapeInput, &count, &ordering);
-    QRect bounds;
-    for (int i = 0; i < count; ++i)
-        bounds |= QRect(rects[i].x, rects[i].y, rects[i].width, rects[i].height);
-    if (rects)
-        XFree(rects);
-    XCloseDisplay(dpy);
-    return bounds;
-}
-
 TEST_F(BenchBrowser, TheInputRegionFollowsTheViewTheKeyboardAndPopups)
 {
     server.Serve("/shape", std::string("<body style='margin:0'><input style='position:absolute;left:100px;top:100px'>"
@@ -233,14 +215,14 @@ TEST_F(BenchBrowser, TheInputRegionFollowsTheViewTheKeyboardAndPopups)
     ASSERT_TRUE(pausedAt("keyboard")) << output.toStdString();
     const unsigned long window = webView("views.json")["window"].toString().toULong();
     ASSERT_NE(window, 0u);
-    EXPECT_EQ(inputRegion(window), QRect(view.topLeft(), QSize(view.width(), 1200 - view.top() - 440)))
+    EXPECT_EQ(X11TestWindow::inputBoundsOf(window), QRect(view.topLeft(), QSize(view.width(), 1200 - view.top() - 440)))
         << "the keyboard's part is not the page's";
     bench.write("\n");
     ASSERT_TRUE(pausedAt("popup")) << output.toStdString();
-    EXPECT_TRUE(inputRegion(window).isEmpty()) << "a popup over the page takes its input";
+    EXPECT_TRUE(X11TestWindow::inputBoundsOf(window).isEmpty()) << "a popup over the page takes its input";
     bench.write("\n");
     ASSERT_TRUE(pausedAt("closed")) << output.toStdString();
-    EXPECT_EQ(inputRegion(window), view);
+    EXPECT_EQ(X11TestWindow::inputBoundsOf(window), view);
     bench.write("\n");
     EXPECT_TRUE(bench.waitForFinished(30000));
     EXPECT_EQ(bench.exitCode(), 0) << output.toStdString();

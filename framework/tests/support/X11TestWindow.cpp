@@ -30,17 +30,35 @@ QRect X11TestWindow::geometry() const
     return QRect(attributes.x, attributes.y, attributes.width, attributes.height);
 }
 
-QRect X11TestWindow::inputBounds() const
+namespace {
+
+QRect inputBoundsOn(Display* dpy, unsigned long window)
 {
-    auto* dpy = static_cast<Display*>(mDisplay);
     int count = 0;
     int ordering = 0;
-    XRectangle* rects = XShapeGetRectangles(dpy, mWindow, ShapeInput, &count, &ordering);
+    XRectangle* rects = XShapeGetRectangles(dpy, window, ShapeInput, &count, &ordering);
     QRect bounds;
     for (int i = 0; i < count; ++i)
         bounds |= QRect(rects[i].x, rects[i].y, rects[i].width, rects[i].height);
     if (rects)
         XFree(rects);
+    return bounds;
+}
+
+} // namespace
+
+QRect X11TestWindow::inputBounds() const
+{
+    return inputBoundsOn(static_cast<Display*>(mDisplay), mWindow);
+}
+
+QRect X11TestWindow::inputBoundsOf(unsigned long window)
+{
+    Display* dpy = XOpenDisplay(nullptr);
+    if (!dpy)
+        return QRect(-1, -1, 0, 0);
+    const QRect bounds = inputBoundsOn(dpy, window);
+    XCloseDisplay(dpy);
     return bounds;
 }
 

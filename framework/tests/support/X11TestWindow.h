@@ -15,6 +15,8 @@ public:
     QRect geometry() const;
     // The input region as one bounding rectangle; empty when no point takes input.
     QRect inputBounds() const;
+    // The same for any window of the test's display (another program's, say).
+    static QRect inputBoundsOf(unsigned long window);
 
     // Paints a rectangle of the window (all of it when empty) and waits until it is drawn.
     void fill(const QColor& color, const QRect& area = QRect());
