@@ -107,11 +107,9 @@ void BrowserScreen::historyChanged()
 
 void BrowserScreen::presentDialog(const QString& text, int kind, const QString& prompt)
 {
-    // An answered dialog lingers until the loop deletes it: only an open one stands in the way.
-    if (mDialog && mDialog->isOpen()) {
-        Logger(this, "WARN") << "A page dialog is open already; the new one is not shown";
-        return;
-    }
+    // The view asks again only when the page's dialog comes while the location question is
+    // open; the next answer is the dialog's then, so the dialog is what shows.
+    dismissDialog();
     QUrl url;
     QMetaObject::invokeMethod(mView, "url", Q_RETURN_ARG(QUrl, url));
     const QString title = url.host().isEmpty() ? tr("THIS PAGE SAYS") : url.host();
