@@ -22,7 +22,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QThread>
 
 #include <algorithm>
 #include <array>
@@ -32,22 +31,6 @@
 #include <vector>
 
 namespace {
-
-ChromiumManager* gManager = nullptr;
-
-bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > timeoutMs)
-            return false;
-        gManager->tick();
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
-        QThread::usleep(200);
-    }
-    return true;
-}
 
 double median(std::vector<double> v)
 {
@@ -94,7 +77,6 @@ int main(int argc, char** argv)
     PrivateChromiumProfile profile(QStringLiteral(VEXOR_LAUNCHER_DIR));
     ConfigStore::setPath(profile.folder() + "/car.ini");
     ChromiumManager manager;
-    gManager = &manager;
     theCenterDisplay->setChromiumManager(&manager);
     GUI_allReady.setValue(true);
 

@@ -14,7 +14,6 @@
 #include <QPointer>
 #include <csignal>
 #include <QSignalSpy>
-#include <QThread>
 #include <gtest/gtest.h>
 
 namespace {
@@ -26,21 +25,6 @@ struct Runtime {
     testing_support::HttpServer server;
 };
 Runtime* gRuntime = nullptr;
-
-// Runs the engine and Qt until done() or the time is up, as the host's loop does.
-bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > timeoutMs)
-            return false;
-        gRuntime->manager.tick();
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        QThread::msleep(2);
-    }
-    return true;
-}
 
 class ChromiumBrowser : public ::testing::Test {
 protected:

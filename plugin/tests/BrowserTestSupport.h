@@ -2,9 +2,33 @@
 
 #include "../../framework/tests/support/TestSupport.h"
 
+#include "gui/cef/ChromiumManager.h"
+#include "services/CenterDisplay.h"
+
+#include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QThread>
+
+#include <functional>
+
+// Runs the engine (the centre display's manager) and Qt until done() or the time is up, as the
+// host's loop does; false when the time ran out.
+inline bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        theCenterDisplay->chromiumManager()->tick();
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        QThread::usleep(500);
+    }
+    return true;
+}
 
 // Stand-ins for the host's control-group commands, found first on PATH; each run is recorded.
 class ControlGroupCommands {
