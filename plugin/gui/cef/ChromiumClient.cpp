@@ -13,15 +13,6 @@
 #include "include/cef_browser.h"
 #include "include/wrapper/cef_helpers.h"
 
-namespace {
-
-const char* boolText(bool value)
-{
-    return value ? "true" : "false";
-}
-
-} // namespace
-
 ChromiumClient::ChromiumClient(WebKitView* view)
     : mWebView(view)
     , mManager(theCenterDisplay->chromiumManager())
@@ -161,8 +152,8 @@ bool ChromiumClient::DoClose(CefRefPtr<CefBrowser> browser)
     CEF_REQUIRE_UI_THREAD();
     (void)browser;
     Logger(this, "INFO") << "request to close main browser"
-                         << "closing:" << boolText(mClosing) << "view:" << static_cast<const void*>(mWebView)
-                         << "blocked:" << boolText(!mClosing);
+                         << "closing:" << mClosing << "view:" << static_cast<const void*>(mWebView)
+                         << "blocked:" << !mClosing;
     // Only closes the client asked for itself proceed; a page's window.close() is refused.
     return !mClosing;
 }

@@ -18,11 +18,6 @@
 
 namespace {
 
-const char* boolText(bool value)
-{
-    return value ? "true" : "false";
-}
-
 double readLocation(const RealDataValue& value)
 {
     DataValue::ConditionalLocker locker(value);
@@ -72,7 +67,7 @@ void ChromiumClient::javaScriptPopupResult(bool accepted, const QString& text)
 {
     if (DebugChromium.value())
         Logger(this, "INFO") << "void ChromiumClient::javaScriptPopupResult(bool, const QString&)"
-                             << "result:" << boolText(accepted) << text;
+                             << "result:" << accepted << text;
     if (mDialogCallback) {
         mDialogCallback->Continue(accepted, ChromiumUtils::toCefString(text));
     } else if (mGeolocationCallback) {
@@ -193,7 +188,7 @@ bool ChromiumClient::OnProcessMessageReceived(CefRefPtr<CefBrowser> browser, Cef
     if (name == QLatin1String("renderer.focused_node_changed")) {
         const bool editable = message->GetArgumentList()->GetBool(0);
         if (debug)
-            Logger(this, "INFO") << signature << "editor state changed" << boolText(editable);
+            Logger(this, "INFO") << signature << "editor state changed" << editable;
         if (mWebView)
             mWebView->editorStateChanged(editable);
         return true;

@@ -112,7 +112,7 @@ void ChromiumClient::sendMouseWheel(int deltaX, int deltaY, int x, int y)
 void ChromiumClient::sendFocusEvent(bool focused)
 {
     if (DebugChromium.value())
-        Logger(this, "INFO") << "void ChromiumClient::sendFocusEvent(bool)" << (focused ? "true" : "false");
+        Logger(this, "INFO") << "void ChromiumClient::sendFocusEvent(bool)" << focused;
     if (!mBrowser)
         return;
     if (CefRefPtr<CefBrowserHost> host = mBrowser->GetHost())

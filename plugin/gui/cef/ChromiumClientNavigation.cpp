@@ -27,11 +27,6 @@ const QString kAllowedLocalFolder = QStringLiteral("file:///usr/vexor/UI/assets/
 const QString kManualFolder = QStringLiteral("file:///usr/vexor/UI/assets/web_content/manual/");
 const QString kInternalPagesPrefix = QStringLiteral("chrome://");
 
-const char* boolText(bool value)
-{
-    return value ? "true" : "false";
-}
-
 } // namespace
 
 void ChromiumClient::loadUrl(const QUrl& url)
@@ -216,8 +211,8 @@ void ChromiumClient::OnLoadingStateChange(CefRefPtr<CefBrowser> browser, bool is
     (void)browser;
     if (DebugChromium.value())
         Logger(this, "INFO") << "virtual void ChromiumClient::OnLoadingStateChange(CefRefPtr<CefBrowser>, bool, bool, bool)"
-                             << "loading" << boolText(isLoading) << "canGoBack" << boolText(canGoBack)
-                             << "canGoForward" << boolText(canGoForward);
+                             << "loading" << isLoading << "canGoBack" << canGoBack
+                             << "canGoForward" << canGoForward;
     if (mWebView)
         emit mWebView->backForwardListDidChange();
 }

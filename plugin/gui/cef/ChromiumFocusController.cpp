@@ -51,6 +51,6 @@ void ChromiumFocusController::updateFocus()
     }
     if (DebugChromium.value())
         Logger(this, "INFO") << "void ChromiumFocusController::updateFocus()" << left << top << (right - left + 1)
-                             << (bottom - top + 1) << "enabled" << (mView->isEnabled() ? "true" : "false");
+                             << (bottom - top + 1) << "enabled" << mView->isEnabled();
     X11Utils::setInputRect(mClient->windowHandle(), QRect(QPoint(left, top), QPoint(right, bottom)));
 }

@@ -14,15 +14,6 @@
 #include <QJsonObject>
 #include <QKeyEvent>
 
-namespace {
-
-const char* boolText(bool value)
-{
-    return value ? "true" : "false";
-}
-
-} // namespace
-
 WebKitView::WebKitView(DisplayView* parent)
     : ExternalMultiTouchView(parent)
 {
@@ -57,8 +48,8 @@ void WebKitView::createBrowserClient()
         return;
     }
     Logger(this, "INFO") << "conditions not met for starting browser client, will retry later,"
-                         << "all ready:" << boolText(allReady) << "suspended:" << boolText(mSuspended)
-                         << "client exists:" << boolText(!mClient.isNull());
+                         << "all ready:" << allReady << "suspended:" << mSuspended
+                         << "client exists:" << !mClient.isNull();
 }
 
 CefRefPtr<CefBrowser> WebKitView::browser() const
