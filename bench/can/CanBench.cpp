@@ -1,5 +1,5 @@
 // Figures for the CAN layer: captured-signal extractions per second, candump replay as fast
-// as possible, loading every shared reference catalogue (with peak memory), and the CPU share
+// as possible, loading every reference catalogue (with peak memory), and the CPU share
 // of six saturated buses replayed in real time.
 #include "CanBenchSupport.h"
 #include "can/CANData.h"

@@ -29,7 +29,7 @@ inline QString sourceDir()
 
 inline QStringList referenceCatalogues()
 {
-    const QDir dir(QDir::cleanPath(sourceDir() + QStringLiteral("/../shared/reference/dbc")));
+    const QDir dir(sourceDir() + QStringLiteral("/testdata/dbc"));
     QStringList files;
     for (const QString& f : dir.entryList({QStringLiteral("*.dbc")}, QDir::Files, QDir::Name))
         files << dir.filePath(f);

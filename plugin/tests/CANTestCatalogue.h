@@ -47,7 +47,7 @@ inline QString testSourceDir()
 
 inline QStringList referenceCatalogues()
 {
-    const QDir dir(QDir::cleanPath(testSourceDir() + QStringLiteral("/../shared/reference/dbc")));
+    const QDir dir(testSourceDir() + QStringLiteral("/testdata/dbc"));
     QStringList files;
     for (const QString& f : dir.entryList({QStringLiteral("*.dbc")}, QDir::Files, QDir::Name))
         files << dir.filePath(f);

@@ -6,7 +6,7 @@
 #include <QDir>
 #include <QString>
 
-// The source tree and the shared sample catalogues, found through ORVANE_SOURCE_DIR, or the
+// The source tree with its sample and reference catalogues, found through ORVANE_SOURCE_DIR, or the
 // tree this test was built from when the variable is missing.
 inline QString sourceDir()
 {
@@ -24,7 +24,7 @@ inline QString sampleLog() { return sourceDir() + QStringLiteral("/assets/can/sa
 
 inline QString referenceDbcDir()
 {
-    const QString dir = QDir::cleanPath(sourceDir() + QStringLiteral("/../shared/reference/dbc"));
+    const QString dir = sourceDir() + QStringLiteral("/testdata/dbc");
     EXPECT_TRUE(QDir(dir).exists()) << "reference catalogues missing: " << dir.toStdString();
     return dir;
 }

@@ -266,7 +266,7 @@ TEST(DbcParser, HugeInputStaysLinear)
     EXPECT_EQ(f.problems[0].line, 2 * n + 2);
 }
 
-// Every shared reference catalogue loads completely; whatever they hold that we cannot use is
+// Every reference catalogue loads completely; whatever they hold that we cannot use is
 // reported with a line number, and the whole set loads well within the time budget.
 TEST(DbcParser, ParsesEveryReferenceCatalogue)
 {
