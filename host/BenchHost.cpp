@@ -23,6 +23,7 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QTimer>
 #include <functional>
@@ -54,6 +55,12 @@ bool BenchHost::assign(const QString& name, const QString& value, QString* error
     if (!dv) {
         *error = QStringLiteral("unknown data value '%1'").arg(name);
         return false;
+    }
+    // A car that stops sending a fact leaves its value invalid.
+    if (value == QLatin1String("invalid")) {
+        DataValue::EventLocker lock(*dv);
+        dv->setValidNoLock(false);
+        return true;
     }
     return dv->setFromString(value, error);
 }
@@ -276,22 +283,51 @@ bool BenchHost::writeViewDump(const QString& path, QString* error) const
 {
     QJsonObject root = ViewDump::toJson(mWindow);
     root.insert(QStringLiteral("overlay"), ViewDump::toJson(theCenterDisplay->overlay()));
+    // What the views show comes from these: a test reads the state beside the views.
+    QJsonArray values;
+    for (const DataValue* value : DataValueRegistry::all())
+        values.append(value->toJson());
+    root.insert(QStringLiteral("dataValues"), values);
     return ViewDump::writeFile(root, path, error);
 }
 
-QList<DisplayView*> BenchHost::findShownViews(const QString& text, bool overlayOnly) const
+QList<DisplayView*> BenchHost::shownViews(bool overlayOnly) const
 {
     QList<DisplayView*> found;
     std::function<void(DisplayView*)> visit = [&](DisplayView* view) {
         if (!view->isVisible())
             return;
-        if (view->describe() == text)
-            found.append(view);
+        found.append(view);
         for (DisplayView* child : view->childViews())
             visit(child);
     };
     if (mWindow && !overlayOnly)
         visit(mWindow);
     visit(theCenterDisplay->overlay());
+    return found;
+}
+
+bool BenchHost::labelMatches(const DisplayView* view, const QString& wanted)
+{
+    const QString text = view->describe();
+    if (!wanted.startsWith(QLatin1Char('~')))
+        return !text.isEmpty() && text == wanted;
+    // A part of a label is looked for as a person reads it: line breaks are blanks, any case.
+    return text.simplified().contains(wanted.mid(1).simplified(), Qt::CaseInsensitive);
+}
+
+bool BenchHost::readsAs(const DisplayView* view, const QString& words)
+{
+    const QString text = view->describe().simplified();
+    return !text.isEmpty() && text.compare(words.simplified(), Qt::CaseInsensitive) == 0;
+}
+
+QList<DisplayView*> BenchHost::findShownViews(const QString& text, bool overlayOnly) const
+{
+    QList<DisplayView*> found;
+    for (DisplayView* view : shownViews(overlayOnly)) {
+        if (labelMatches(view, text))
+            found.append(view);
+    }
     return found;
 }

@@ -16,6 +16,7 @@ struct BenchOptions {
     QString screenshotPath;
     QString dumpPath;
     QString scriptPath;
+    bool keepGoing = false;     // a script goes on past failed expectations
     int vehicleLatencyMs = 300; // how long the car takes to accept a pending request
     QString dataDir;            // empty: StorageUtils' default
     int servicePort = 8080;     // the service endpoint's loopback port; 0 picks a free one

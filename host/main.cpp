@@ -52,6 +52,7 @@ int main(int argc, char** argv)
     BenchHost host(options);
     if (!options.scriptPath.isEmpty()) {
         script = new ScriptRunner(&host, options.scriptPath);
+        script->setKeepGoing(options.keepGoing);
         if (!script->load(&error))
             return usageError(error);
     }

@@ -158,6 +158,13 @@ void DisplayDevice::tap(const QPoint& rootPosition)
     touch(int(TouchEvent::Kind::Release), rootPosition);
 }
 
+void DisplayDevice::cancelTouch()
+{
+    DisplayView* holder = mTouchGrab;
+    mTouchGrab = nullptr;
+    holder->touchEvent({TouchEvent::Kind::Cancel, localTo(holder, mPressPosition)});
+}
+
 void DisplayDevice::key(QKeyEvent* event)
 {
     for (DisplayView* v = mKeyFocus; v; v = v->parentView()) {
@@ -221,4 +228,16 @@ void DisplayDevice::viewDestroyed(DisplayView* view)
         gDisplay->mKeyFocus = nullptr;
     if (gDisplay->mRoot == view)
         gDisplay->mRoot = nullptr;
+}
+
+void DisplayDevice::viewWithdrawn(DisplayView* view)
+{
+    if (gDisplay && gDisplay->mTouchGrab && gDisplay->mTouchGrab->isChildOf(view))
+        gDisplay->cancelTouch();
+}
+
+void DisplayDevice::modalShown(DisplayView* overlay)
+{
+    if (gDisplay && gDisplay->mTouchGrab && !gDisplay->mTouchGrab->isChildOf(overlay))
+        gDisplay->cancelTouch();
 }

@@ -11,110 +11,11 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <functional>
-#include "BenchProcess.h"
+#include "BenchFixture.h"
 #include "TestSupport.h"
 #include "services/PlacesHistoryDB.h"
 #include "services/StorageUtils.h"
 #include <gtest/gtest.h>
-
-namespace {
-
-class BenchEndToEnd : public ::testing::Test {
-protected:
-    BenchRun bench(const QStringList& arguments) { return runBench(arguments, dir.path()); }
-
-    QString file(const QString& name, const QByteArray& content = QByteArray())
-    {
-        const QString path = dir.filePath(name);
-        if (!content.isNull()) {
-            QFile f(path);
-            f.open(QIODevice::WriteOnly);
-            f.write(content);
-        }
-        return path;
-    }
-
-    QJsonObject dump(const QString& name)
-    {
-        QFile f(dir.filePath(name));
-        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << name.toStdString();
-        return QJsonDocument::fromJson(f.readAll()).object();
-    }
-
-    // Depth-first search for the first view matching a predicate.
-    static QJsonObject find(const QJsonObject& view, const std::function<bool(const QJsonObject&)>& match)
-    {
-        if (match(view))
-            return view;
-        for (const QJsonValue& child : view["children"].toArray()) {
-            const QJsonObject hit = find(child.toObject(), match);
-            if (!hit.isEmpty())
-                return hit;
-        }
-        return QJsonObject();
-    }
-
-    static QJsonObject byClass(const QJsonObject& root, const QString& cls)
-    {
-        return find(root, [&](const QJsonObject& v) { return v["class"].toString() == cls; });
-    }
-
-    static QJsonObject byLabel(const QJsonObject& root, const QString& label)
-    {
-        return find(root, [&](const QJsonObject& v) { return v["label"].toString() == label; });
-    }
-
-    // The tabs as a person sees them, left to right.
-    static QStringList tabTitles(const QJsonObject& root)
-    {
-        QStringList titles;
-        for (const QJsonValue& tab : byClass(root, "TabSelectorView")["children"].toArray())
-            titles << tab["label"].toString();
-        return titles;
-    }
-
-    // The lit tab, and the page that is actually shown: they must agree.
-    static QString currentTitle(const QJsonObject& root)
-    {
-        QString lit;
-        for (const QJsonValue& tab : byClass(root, "TabSelectorView")["children"].toArray()) {
-            if (tab["toggled"].toBool())
-                lit = tab["label"].toString();
-        }
-        const QJsonObject pages = byClass(root, "MultiPageView");
-        const QString shown =
-            find(pages, [](const QJsonObject& v) { return v.contains("title") && v["visible"].toBool(); })["title"].toString();
-        return lit == shown ? shown : "lit " + lit + " but shown " + shown;
-    }
-
-    // The shown rows of a kind of cell, in table order: "label" or, for drawn rows, "text".
-    static QStringList shownRows(const QJsonObject& root, const QString& cls, const QString& property = "label")
-    {
-        QList<QPair<QPair<int, int>, QString>> rows;
-        std::function<void(const QJsonObject&)> visit = [&](const QJsonObject& v) {
-            if (v["class"].toString() == cls && v["shown"].toBool() && v["row"].toInt() >= 0)
-                rows.append({{v["section"].toInt(), v["row"].toInt()}, v[property].toString()});
-            for (const QJsonValue& child : v["children"].toArray())
-                visit(child.toObject());
-        };
-        visit(root);
-        std::sort(rows.begin(), rows.end());
-        QStringList out;
-        for (const auto& r : rows)
-            out << r.second;
-        return out;
-    }
-
-    QByteArray contents(const QString& name)
-    {
-        QFile f(dir.filePath(name));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(missing)");
-    }
-
-    QTemporaryDir dir;
-};
-
-} // namespace
 
 TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
 {
@@ -173,8 +74,7 @@ TEST_F(BenchEndToEnd, SettingsAndActionsAreDrivenAndObservedByScript)
                                 "expect-log \"INFO user changed esp mode request\"\n"
                                 "expect-disabled \"60\"\n"
                                 "set GUI_enableSpeedLimitRequest true\n"
-                                "tap \"60\"\n"
-                                "choose \"90\"\n"
+                                "choose \"Speed Limit\" \"90\"\n"
                                 "expect-pending GUI_speedLimitRequest 90\n"
                                 "wait 400\n"
                                 "expect-value GUI_speedLimitRequest 90\n"
@@ -223,7 +123,7 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
     const QString script = file("factory.txt",
                                 "tap \"FACTORY\"\n"
                                 "# English: factory mode is asked of the car at once, no question.\n"
-                                "tap \"OFF/FACTORY/TRANSPORT\"\n"
+                                "tap \"FACTORY MODE\" \"FACTORY\"\n"
                                 "expect-no-view \"FACTORY MODE\"\n"
                                 "expect-pending GUI_factoryMode true\n"
                                 "wait 250\n"
@@ -249,7 +149,7 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "set GUI_powerOffRailsRequest false\n"
                                 "# Another language: the restart notice, and CANCEL changes nothing.\n"
                                 "set GUI_language 42\n"
-                                "tap \"OFF/FACTORY/TRANSPORT\"\n"
+                                "tap \"FACTORY MODE\" \"FACTORY\"\n"
                                 "expect-view \"FACTORY MODE\"\n"
                                 "answer \"CANCEL\"\n"
                                 "expect-value GUI_factoryMode false\n"
@@ -542,7 +442,7 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
                               "dump all.json\n"
                               "tap \"sample : Odometer\"\n"
                               "dump removed.json\n"
-                              "tap \"canview/back.png\"\n"
+                              "tap \"CAN BACK\"\n"
                               "wait 600\n"
                               "expect-view \"sample Messages\"\n"
                               "screenshot can.png\n");
@@ -577,7 +477,7 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
     EXPECT_TRUE(csv.contains("time,sample:VehicleSpeed:Speed,sample:VehicleSpeed:WheelSpeedFL,sample:VehicleSpeed:WheelSpeedFR"));
 
     // The next start brings the selection back; clear empties the file.
-    const QString clear = file("clear.txt", "tap \"CAN\"\ndump restored.json\ntap \"canview/clear.png\"\ndump cleared.json\n");
+    const QString clear = file("clear.txt", "tap \"CAN\"\ndump restored.json\ntap \"CAN CLEAR\"\ndump cleared.json\n");
     run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--script", clear});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_EQ(shownRows(dump("restored.json"), "TableCellRendererAdapter"),
