@@ -4,6 +4,7 @@
 #include "core/DataValue.h"
 #include "display/DisplayDevice.h"
 #include "views/ButtonView.h"
+#include "views/ConfirmingButtonView.h"
 #include "views/MultiPageView.h"
 #include "views/PageView.h"
 #include "views/SlideSwitch.h"
@@ -226,4 +227,40 @@ TEST(HeldTouch, SlideSwitchHeldWhileItsValueChangesLandsWhereTheFingerLifts)
     s.finger.release();
     EXPECT_EQ(changed.count(), 0) << "disabled while held: the touch no longer counts";
     EXPECT_EQ(mode.value(), 2);
+}
+
+TEST(HeldTouch, PopupButtonHeldWhileThePopupGoesAnswersNothing)
+{
+    Screen s;
+    ConfirmationPopup* popup = ConfirmationPopup::ask(QStringLiteral("Q"), QStringLiteral("Sure?"), QStringLiteral("NO"),
+                                                      QStringLiteral("YES"), nullptr, nullptr);
+    QSignalSpy answered(popup, &ConfirmationPopup::answered);
+    DisplayView* yes = nullptr;
+    for (ButtonView* button : popup->findChildren<ButtonView*>()) {
+        if (button->label() == QLatin1String("YES"))
+            yes = button;
+    }
+    ASSERT_TRUE(yes);
+    s.finger.press(yes->rootGeometry().center());
+    // The page that asked went away and took its question with it.
+    popup->dismiss();
+    s.finger.release();
+    EXPECT_EQ(answered.count(), 0);
+    drainEvents();
+}
+
+TEST(HeldTouch, ConfirmingButtonHeldWhileItDisarmsOnlyArmsAgain)
+{
+    Screen s;
+    ConfirmingButtonView button(&s.root, QStringLiteral("REBOOT"));
+    button.moveTo(100, 100);
+    button.setDisarmInterval(1);
+    QSignalSpy confirmed(&button, &ConfirmingButtonView::released);
+    s.display.tap(button.rootGeometry().center());
+    ASSERT_TRUE(button.isArmed());
+    s.finger.press(button.rootGeometry().center());
+    ASSERT_TRUE(waitFor([&] { return !button.isArmed(); }));
+    s.finger.release();
+    EXPECT_EQ(confirmed.count(), 0) << "what the finger confirmed had gone back to asking";
+    EXPECT_TRUE(button.isArmed());
 }
