@@ -16,16 +16,19 @@
 #include "views/AppWindow.h"
 #include "views/ButtonView.h"
 #include "views/PageView.h"
+#include "views/WebView.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QTimer>
+#include <algorithm>
 #include <functional>
 
 namespace {
@@ -122,9 +125,14 @@ bool BenchHost::start(QString* error)
         }
     }
 
-    if (mService.start(mOptions.servicePort, &reason))
+    if (mService.start(mOptions.servicePort, &reason)) {
         Logger(this, "INFO") << "Service endpoint on" << mService.url();
-    else
+        // The pages that show the car's endpoint reach this bench's, whatever its port, unless
+        // the configuration names another.
+        ConfigHostDefaults::set(QStringLiteral("diag/dravik_url"), mService.url());
+        ConfigHostDefaults::set(QStringLiteral("diag/vitals_url"),
+                                QStringLiteral("%1/web_content/vitals/vitals.html?endpoint=") + mService.url());
+    } else
         Logger(this, "WARN") << "Service endpoint off:" << reason << "- the bench runs on without it";
 
     // The host screens the APPS page offers, one line each.
@@ -267,6 +275,30 @@ void BenchHost::settle(const std::function<void()>& then)
             QCoreApplication::processEvents(QEventLoop::AllEvents);
         then();
     });
+}
+
+void BenchHost::settleWithPageData(const std::function<void()>& then)
+{
+    // A dashboard shows its first values once the requests its page made have come back;
+    // a page that never quiets down is taken as it is after a while.
+    constexpr int PatienceMs = 5000;
+    auto* waited = new QElapsedTimer;
+    waited->start();
+    auto* look = new QTimer(this);
+    look->setInterval(10);
+    connect(look, &QTimer::timeout, this, [this, look, waited, then] {
+        const QList<DisplayView*> shown = shownViews();
+        const bool busy = std::any_of(shown.begin(), shown.end(), [](DisplayView* view) {
+            auto* page = qobject_cast<WebView*>(view);
+            return page && page->isBusy();
+        });
+        if (busy && waited->elapsed() < PatienceMs)
+            return;
+        look->deleteLater();
+        delete waited;
+        settle(then);
+    });
+    look->start();
 }
 
 bool BenchHost::writeScreenshot(const QString& path, QString* error) const

@@ -47,6 +47,8 @@ public:
 
     // Runs the event loop until queued work (layouts, restarts) is done, then calls back.
     void settle(const std::function<void()>& then);
+    // Settles, and first waits (a few seconds at most) for the shown pages' first data.
+    void settleWithPageData(const std::function<void()>& then);
 
     // "NAME=VALUE" or name and value: sets a data value, false with a reason.
     static bool assign(const QString& name, const QString& value, QString* error);

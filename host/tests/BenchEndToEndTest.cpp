@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QTcpServer>
 #include <QTemporaryDir>
+#include <QUrl>
 #include <algorithm>
 #include <functional>
 #include "BenchFixture.h"
@@ -521,4 +522,33 @@ TEST_F(BenchEndToEnd, TheBenchRunsThePluginsBrowserRuntimeOnceStartedUp)
     const BenchRun run = bench({"--offscreen", "--script", file("ready.txt", "expect-value GUI_allReady true\n")});
     EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_FALSE(run.output.contains("no browser runtime")) << run.output.toStdString();
+}
+
+TEST_F(BenchEndToEnd, TheFirstScreenShowsTheCarsLiveValuesFromTheBenchsOwnEndpointWhateverItsPort)
+{
+    const auto shownPage = [](const QJsonObject& root) {
+        return find(root, [](const QJsonObject& v) { return v["class"].toString() == "WebView" && v["shown"].toBool(); });
+    };
+    QDir::setCurrent(dir.path());
+    BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--dump-views",
+                          file("first.json")});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    // The dump waits for the dashboard's first answer: the values are there, not "--".
+    const QJsonObject vitals = shownPage(dump("first.json"));
+    EXPECT_EQ(vitals["pageTitle"].toString(), "Vitals (live)") << vitals["url"].toString().toStdString();
+
+    const QString script = file("dravik.txt", "tap \"DRAVIK\"\nwait-for \"~Service\"\ndump dravik.json\n");
+    run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QString endpoint = run.output.section("Service endpoint on ", 1).section('\n', 0, 0).trimmed();
+    ASSERT_TRUE(endpoint.startsWith("http://127.0.0.1:")) << run.output.toStdString();
+    EXPECT_EQ(shownPage(dump("dravik.json"))["url"].toString(), endpoint);
+
+    // An address the user configured is theirs to keep.
+    const QString mine = QUrl::fromLocalFile(file("mine.html", "<title>Mine</title>")).toString();
+    run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--config",
+                 file("mine.ini", "[diag]\ndravik_url=" + mine.toUtf8() + "\n"), "--script",
+                 file("mine.txt", "tap \"DRAVIK\"\nwait-for \"Mine\"\ndump mine.json\n")});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_EQ(shownPage(dump("mine.json"))["url"].toString(), mine);
 }
