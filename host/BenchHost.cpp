@@ -1,5 +1,6 @@
 #include "BenchHost.h"
 
+#include "BenchDrive.h"
 #include "BrowserScreen.h"
 #include "CANCommandLine.h"
 #include "hostcommand/HostCommandReport.h"
@@ -114,8 +115,15 @@ bool BenchHost::start(QString* error)
         return false;
     StorageUtils::setAssetsFolder(assetsDirectory());
     // The catalogue must be there before the plug-in's pages look signals up.
-    if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
+    const bool driving = mOptions.driveAt >= 0;
+    if (mOptions.parser
+        && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error,
+                                  driving ? BenchDrive::sampleSignals() : CANTrafficGenerator::ValueSource()))
         return false;
+    if (driving) {
+        auto* drive = new BenchDrive(this);
+        drive->start(mOptions.driveAt);
+    }
     const QString record = mOptions.parser ? CANCommandLine::recordPath(*mOptions.parser) : QString();
     if (!record.isEmpty()) {
         mRecorder = std::make_unique<CANRecorder>();

@@ -58,6 +58,12 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         {QStringLiteral("script"),
          QStringLiteral("Run a script of bench commands (listed above), then exit."),
          QStringLiteral("FILE")},
+        {QStringLiteral("drive"),
+         QStringLiteral("Take the bench car on a drive that repeats every four minutes: speed, gear, charge, 12 V "
+                        "and temperatures change as on a real one, and the sample catalogue's generated traffic "
+                        "carries the same values.")},
+        {QStringLiteral("drive-at"), QStringLiteral("Start the drive this many seconds in (implies --drive)."),
+         QStringLiteral("SECONDS")},
         {QStringLiteral("keep-going"),
          QStringLiteral("Let a script go on past failed expectations, report each, and exit 1 at the end.")},
     });
@@ -81,6 +87,16 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     options->dumpPath = parser.value(QStringLiteral("dump-views"));
     options->scriptPath = parser.value(QStringLiteral("script"));
     options->keepGoing = parser.isSet(QStringLiteral("keep-going"));
+    if (parser.isSet(QStringLiteral("drive-at"))) {
+        bool ok = false;
+        options->driveAt = parser.value(QStringLiteral("drive-at")).toDouble(&ok);
+        if (!ok || !(options->driveAt >= 0) || options->driveAt > 1e9) {
+            *error = QStringLiteral("--drive-at wants seconds from 0, not \"%1\"").arg(parser.value(QStringLiteral("drive-at")));
+            return false;
+        }
+    } else if (parser.isSet(QStringLiteral("drive"))) {
+        options->driveAt = 0;
+    }
     options->dataDir = parser.value(QStringLiteral("data-dir"));
     options->browserUrl = parser.value(QStringLiteral("browser"));
     options->failingHostCommands = parser.values(QStringLiteral("fail-host-command"));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "can/CANTrafficGenerator.h"
+
 
 #include <QString>
 
@@ -18,8 +20,9 @@ public:
     static void addOptions(QCommandLineParser& parser);
     // Loads the catalogue and starts the sources. `assetsDir` holds can/sample.dbc. False
     // (with a reason) only for unusable option values; unreadable files and interfaces are
-    // logged and the rest runs.
-    static bool apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error);
+    // logged and the rest runs. Generated traffic takes the signals `generated` knows from it.
+    static bool apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error,
+                      const CANTrafficGenerator::ValueSource& generated = {});
 
     static QString sampleCatalogue(const QString& assetsDir);
     // The --can-record file, empty when not asked for.

@@ -552,3 +552,31 @@ TEST_F(BenchEndToEnd, TheFirstScreenShowsTheCarsLiveValuesFromTheBenchsOwnEndpoi
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_EQ(shownPage(dump("mine.json"))["url"].toString(), mine);
 }
+
+TEST_F(BenchEndToEnd, OnADriveTheCarsCanTrafficCarriesTheSpeedTheCarReports)
+{
+    const QString script = file("drive.txt",
+                                "tap \"CAN\"\n"
+                                "tap \"sample\"\n"
+                                "wait 400\n"
+                                "tap \"VehicleSpeed\"\n"
+                                "wait 400\n"
+                                "tap \"Speed\"\n"
+                                "wait 500\n"
+                                "dump drive.json\n");
+    QDir::setCurrent(dir.path());
+    // Well into the motorway stretch, where the speed holds for over a minute.
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", dir.filePath("data"),
+                                "--service-port", "0", "--drive-at", "130", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QJsonObject drive = dump("drive.json");
+    EXPECT_EQ(dataValue(drive, "VAPI_vehicleSpeed")["value"].toDouble(), 110);
+    EXPECT_EQ(dataValue(drive, "VAPI_gear")["value"].toInt(), 4);
+    const QStringList rows = shownRows(drive, "TableCellRendererAdapter", "text");
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_TRUE(rows[0].startsWith("sample : Speed 110.")) << rows[0].toStdString();
+
+    const BenchRun bad = bench({"--offscreen", "--drive-at", "soon"});
+    EXPECT_EQ(bad.exitCode, 2);
+    EXPECT_TRUE(bad.output.contains("--drive-at wants seconds from 0, not \"soon\"")) << bad.output.toStdString();
+}
