@@ -1,6 +1,7 @@
 #include "BenchHost.h"
 
 #include "BenchDrive.h"
+#include "BenchPaths.h"
 #include "BrowserScreen.h"
 #include "CANCommandLine.h"
 #include "hostcommand/HostCommandReport.h"
@@ -166,6 +167,19 @@ bool BenchHost::start(QString* error)
     return true;
 }
 
+namespace {
+
+bool sameContent(const QString& a, const QString& b)
+{
+    QFile first(a);
+    QFile second(b);
+    if (first.size() != second.size() || !first.open(QIODevice::ReadOnly) || !second.open(QIODevice::ReadOnly))
+        return false;
+    return first.readAll() == second.readAll();
+}
+
+} // namespace
+
 void BenchHost::installManual()
 {
     const QString from = assetsDirectory() + QStringLiteral("/web_content/manual");
@@ -175,6 +189,9 @@ void BenchHost::installManual()
         problem = QStringLiteral("cannot create the folder");
     } else {
         for (const QString& name : QDir(from).entryList(QDir::Files)) {
+            // A manual installed with the package, or by an earlier start, is left as it is.
+            if (sameContent(from + QLatin1Char('/') + name, to + QLatin1Char('/') + name))
+                continue;
             QFile::remove(to + QLatin1Char('/') + name);
             QFile source(from + QLatin1Char('/') + name);
             if (!source.copy(to + QLatin1Char('/') + name)) {
@@ -193,10 +210,10 @@ void BenchHost::installManual()
 void BenchHost::openBrowser(const QString& title, const QUrl& url, bool withAddress)
 {
     // The engine starts with the first web view and looks for its launcher in the current
-    // folder, as a car's UI runs in its own: the bench's is beside the bench. Paths the bench
-    // was given stay relative to where it was started.
+    // folder, as a car's UI runs in its own: the bench's is with its other parts. Paths the
+    // bench was given stay relative to where it was started.
     const QString started = QDir::currentPath();
-    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    QDir::setCurrent(benchLibraryDir());
     openScreen(new BrowserScreen(mWindow, title, mLoader.exportedClass(QStringLiteral("WebKitView")), url, withAddress));
     QDir::setCurrent(started);
 }

@@ -1,11 +1,11 @@
 #include "BenchOptions.h"
 
+#include "BenchPaths.h"
 #include "CANCommandLine.h"
 #include "ScriptParser.h"
 #include "services/StorageUtils.h"
 
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QDir>
 #include <QRegularExpression>
 
@@ -18,8 +18,8 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         "lets you drive it by hand, by script, or off screen.\n\n"
         "%1"
         "Exit status: 0 done, 1 an expectation or output failed, 2 bad usage or bad input.").arg(scriptCommandHelp()));
-    const QString defaultPlugin = QDir(QCoreApplication::applicationDirPath())
-                                      .filePath(QStringLiteral("plugins/DiagnosticTools/libDiagnosticTools.so"));
+    const QString defaultPlugin =
+        QDir(benchLibraryDir()).filePath(QStringLiteral("plugins/DiagnosticTools/libDiagnosticTools.so"));
     parser.addHelpOption();
     parser.addOptions({
         {QStringLiteral("plugin"), QStringLiteral("The plug-in library to load (default: %1).").arg(defaultPlugin),
