@@ -307,8 +307,8 @@ void BenchHost::settleWithPageData(const std::function<void()>& then)
     // A dashboard shows its first values once the requests its page made have come back;
     // a page that never quiets down is taken as it is after a while.
     constexpr int PatienceMs = 5000;
-    auto* waited = new QElapsedTimer;
-    waited->start();
+    QElapsedTimer waited;
+    waited.start();
     auto* look = new QTimer(this);
     look->setInterval(10);
     connect(look, &QTimer::timeout, this, [this, look, waited, then] {
@@ -317,10 +317,10 @@ void BenchHost::settleWithPageData(const std::function<void()>& then)
             auto* page = qobject_cast<WebView*>(view);
             return page && page->isBusy();
         });
-        if (busy && waited->elapsed() < PatienceMs)
+        if (busy && waited.elapsed() < PatienceMs)
             return;
+        look->stop();
         look->deleteLater();
-        delete waited;
         settle(then);
     });
     look->start();

@@ -337,7 +337,6 @@ bool ScriptRunner::choose(const ScriptCommand& c)
             return false;
         }
         mFinger.tap(picker->face()->rootGeometry().center(), DefaultTapHoldMs);
-        QCoreApplication::processEvents();
         if (!picker->isOpen()) {
             fail(c, QStringLiteral("the picker '%1' did not open").arg(quoted(name)));
             return false;
