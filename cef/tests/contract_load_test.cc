@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "include/cef_app.h"
 #include "include/cef_cookie.h"
@@ -392,6 +393,42 @@ TEST_F(Fresh, CancelFailsARequestAndSetUrlServesAnother) {
   };
   ASSERT_TRUE(c->Load(g_server->Url("/page.html")));
   EXPECT_EQ(c->last_error, -20);
+}
+
+TEST_F(Fresh, ARewrittenPageLoadsAtItsNewAddressAndItsRequestComesBack) {
+  // A page that shows the address it got, over HTTP and as a local file.
+  const std::string page = "<script>document.title = 'got ' + location.search</script>";
+  g_server->Serve("/asked.html", page);
+  char dir[] = "/tmp/vexor-cef-rewrite-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  const std::string file = std::string(dir) + "/asked.html";
+  std::ofstream(file) << page;
+  // Only a request without a query is rewritten, as the returning one has one.
+  c->on_request = [](CefRefPtr<CefRequest> r) {
+    std::string u = r->GetURL().ToString();
+    if (u.find("/asked.html") != std::string::npos && u.find('?') == std::string::npos)
+      r->SetURL(u + "?day=true");
+    return RV_CONTINUE;
+  };
+  for (const std::string& url : {g_server->Url("/asked.html"), "file://" + file}) {
+    SCOPED_TRACE(url);
+    c->ClearLog();
+    ASSERT_TRUE(c->Load(url));
+    EXPECT_EQ(c->title, "got ?day=true");
+    EXPECT_TRUE(c->HasLog("address main " + url + "?day=true")) << ::testing::PrintToString(c->Log());
+    EXPECT_TRUE(c->HasLog("loadend main")) << ::testing::PrintToString(c->Log());
+    std::vector<std::string> asked;
+    {
+      std::lock_guard<std::mutex> l(c->mutex);
+      for (auto& r : c->requests)
+        if (r.first.find("/asked.html") != std::string::npos) asked.push_back(r.first);
+    }
+    EXPECT_EQ(asked, (std::vector<std::string>{url, url + "?day=true"}));
+  }
+  EXPECT_EQ(g_server->CountRequests("/asked.html"), 1);
+  EXPECT_EQ(g_server->CountRequests("/asked.html?day=true"), 1);
+  unlink(file.c_str());
+  rmdir(dir);
 }
 
 TEST_F(Fresh, AsyncContinueHoldsTheRequestUntilAnsweredFromAnotherThread) {
