@@ -1,6 +1,7 @@
 #include "engine.h"
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <errno.h>
 #include <ftw.h>
 #include <signal.h>
@@ -36,17 +37,23 @@ bool IsExecutableFile(const std::string& path) {
   return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && access(path.c_str(), X_OK) == 0;
 }
 
-// The launcher the settings name, else the one of that name beside the running program: a
-// host names it after its working folder, which need not be the program's.
+std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
+
+// The launcher the settings name, else the one of that name beside the running program or
+// beside this library: a host names it after its working folder, which need not be theirs.
 std::string FindLauncher(const std::string& configured) {
   if (IsExecutableFile(configured)) return configured;
+  const std::string name = configured.substr(configured.rfind('/') + 1);
+  std::vector<std::string> folders;
   char program[PATH_MAX];
-  ssize_t n = readlink("/proc/self/exe", program, sizeof program - 1);
-  if (n <= 0) return std::string();
-  std::string beside(program, static_cast<size_t>(n));
-  beside.erase(beside.rfind('/') + 1);
-  beside += configured.substr(configured.rfind('/') + 1);
-  return IsExecutableFile(beside) ? beside : std::string();
+  ssize_t n = readlink("/proc/self/exe", program, sizeof program);
+  if (n > 0) folders.push_back(FolderOf(std::string(program, static_cast<size_t>(n))));
+  Dl_info library;
+  if (dladdr(reinterpret_cast<void*>(&FindLauncher), &library) && library.dli_fname)
+    folders.push_back(FolderOf(library.dli_fname));
+  for (const std::string& folder : folders)
+    if (IsExecutableFile(folder + name)) return folder + name;
+  return std::string();
 }
 
 TerminationStatus StatusFromWait(int status) {
@@ -116,7 +123,8 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
   launcher_ = FindLauncher(configured);
   if (launcher_.empty())
     return fail("browser_subprocess_path " + configured +
-                " is not an executable file, nor is one of its name beside the program");
+                " is not an executable file, nor is one of its name beside the program or "
+                "the engine");
   if (const char* t = getenv("VEXOR_CEF_START_TIMEOUT_MS")) start_timeout_ms_ = atoi(t);
   if (start_timeout_ms_ <= 0) start_timeout_ms_ = 15000;
 
