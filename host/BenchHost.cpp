@@ -1,7 +1,6 @@
 #include "BenchHost.h"
 
 #include "BenchDrive.h"
-#include "BenchPaths.h"
 #include "BrowserScreen.h"
 #include "CANCommandLine.h"
 #include "hostcommand/HostCommandReport.h"
@@ -209,13 +208,7 @@ void BenchHost::installManual()
 
 void BenchHost::openBrowser(const QString& title, const QUrl& url, bool withAddress)
 {
-    // The engine starts with the first web view and looks for its launcher in the current
-    // folder, as a car's UI runs in its own: the bench's is with its other parts. Paths the
-    // bench was given stay relative to where it was started.
-    const QString started = QDir::currentPath();
-    QDir::setCurrent(benchLibraryDir());
     openScreen(new BrowserScreen(mWindow, title, mLoader.exportedClass(QStringLiteral("WebKitView")), url, withAddress));
-    QDir::setCurrent(started);
 }
 
 void BenchHost::startBrowserRuntime()

@@ -151,6 +151,12 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void RefreshHistory(std::function<void()> then);
   void SetLoading(bool loading);
   void FinishMainLoad();
+  void FinishRestoredLoad();
+  void FinishUnlessHistoryCommitted();
+  // A title the page reports (empty before any title of its own is no title), and the
+  // title the client is given.
+  void ReportPageTitle(const std::string& title);
+  void SetTitle(const std::string& title);
   void ReportProgress(double p, bool force = false);
   void ReportLoadError(const std::string& loader, const std::string& frame_cdp_id,
                        const std::string& error_text, const std::string& url);
@@ -212,6 +218,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   // The about:blank a new page starts with is the engine's, not the application's.
   bool blank_start_ = true;
   long long history_floor_ = 1;
+  long long history_index_ = 0;  // the current entry when the history was last read
   std::string pending_url_;
 
   // Loading state.
@@ -223,11 +230,15 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   int subresources_done_ = 0;
   std::string title_;
   bool title_since_commit_ = false;
-  // The main frame's current document: committed since the engine's last navigation, its
-  // load event seen, its stop waiting for that event.
+  // The main frame's current document: committed since the last navigation started, its
+  // load event seen, its stop waiting for that event, its load end reported; how many
+  // documents committed; whether the navigation under way goes through history.
   bool main_committed_ = false;
   bool main_load_event_ = false;
   bool main_stop_pending_ = false;
+  bool main_finished_ = false;
+  long long main_commits_ = 0;
+  bool history_pending_ = false;
   std::map<std::string, std::pair<std::string, std::string>> doc_requests_;  // id -> frame,url
   std::set<std::string> failed_loaders_;
   std::map<std::string, int> status_;  // frame -> main document's HTTP status

@@ -156,7 +156,12 @@ void BrowserImpl::OnFrameStartedNavigating(const std::string& session, const Jso
     transition_[frame_id] = static_cast<TransitionType>(TT_EXPLICIT | TT_FORWARD_BACK_FLAG);
   else if (!transition_.count(frame_id))
     transition_[frame_id] = frame_id == target_id_ ? TT_LINK : TT_AUTO_SUBFRAME;
-  if (frame_id == target_id_ && dialog_) ResetDialog();
+  if (frame_id == target_id_) {
+    // Until the new document commits, a stop ends no page load.
+    main_committed_ = false;
+    history_pending_ = nav == "historyDifferentDocument";
+    if (dialog_) ResetDialog();
+  }
   if (client_ && request_handler_) {
     CefRefPtr<CefRequest> req = new RequestImpl(
         params["url"].str(), "GET", std::string(),
@@ -228,9 +233,13 @@ void BrowserImpl::OnFrameNavigated(const std::string&, const Json& params) {
     subframes_.insert(id);
   }
   bool is_main = id == target_id_;
+  // A page back from the back/forward cache has no load of its own to wait for.
+  const bool restored = is_main && params["type"].str() == "BackForwardCacheRestore";
   if (is_main) {
     title_since_commit_ = false;
     main_committed_ = true;
+    history_pending_ = main_finished_ = false;
+    ++main_commits_;
     main_load_event_ = main_stop_pending_ = false;
     // Contexts of the old document are gone with it.
     if (client_) {
@@ -250,6 +259,37 @@ void BrowserImpl::OnFrameNavigated(const std::string&, const Json& params) {
   if (client_) {
     if (CefRefPtr<CefLoadHandler> h = client_->GetLoadHandler()) h->OnLoadStart(this, frame.get(), tt);
   }
+  if (restored) FinishRestoredLoad();
+}
+
+void BrowserImpl::FinishRestoredLoad() {
+  // Only pages served with a 2xx status are kept in the cache.
+  status_[target_id_] = 200;
+  // The page's script does not run again, so nothing reports its title: ask for it.
+  CefRefPtr<BrowserImpl> self = this;
+  const long long commit = main_commits_;
+  Json p = Json::object();
+  p.set("expression", "document.title");
+  p.set("returnByValue", true);
+  Cmd("Runtime.evaluate", std::move(p), [self, commit](const Json& r, const Json& err) {
+    if (self->closed_ || commit != self->main_commits_) return;
+    if (err.isNull()) self->ReportPageTitle(r["result"]["value"].str());
+    self->main_load_event_ = true;
+    self->FinishMainLoad();
+  });
+}
+
+void BrowserImpl::ReportPageTitle(const std::string& title) {
+  if (title.empty() && !title_since_commit_) return;
+  title_since_commit_ = true;
+  SetTitle(title);
+}
+
+void BrowserImpl::SetTitle(const std::string& title) {
+  if (title == title_) return;
+  title_ = title;
+  if (!client_) return;
+  if (CefRefPtr<CefDisplayHandler> h = client_->GetDisplayHandler()) h->OnTitleChange(this, title_);
 }
 
 void BrowserImpl::OnNavigatedWithinDocument(const std::string&, const Json& params) {
@@ -301,25 +341,36 @@ void BrowserImpl::OnFrameStoppedLoading(const std::string&, const Json& params) 
     main_stop_pending_ = true;
     return;
   }
+  if (!main_committed_ && history_pending_) {
+    FinishUnlessHistoryCommitted();
+    return;
+  }
   FinishMainLoad();
+}
+
+void BrowserImpl::FinishUnlessHistoryCommitted() {
+  // A page restored from the back/forward cache stops loading before the renderer reports
+  // its commit; a history navigation that never committed leaves the history where it was.
+  CefRefPtr<BrowserImpl> self = this;
+  const long long before = history_index_;
+  Cmd("Page.getNavigationHistory", Json::object(), [self, before](const Json& r, const Json& err) {
+    if (self->closed_ || self->main_committed_ || !self->history_pending_) return;
+    if (err.isNull() && r["currentIndex"].integer() != before) return;  // its commit follows
+    self->FinishMainLoad();
+  });
 }
 
 void BrowserImpl::FinishMainLoad() {
   main_stop_pending_ = false;
   // A stop from before the current load's document committed (the engine's blank start
-  // page finishing late, a navigation cancelled before commit) ends no page load.
-  if (main_committed_ && !error_frames_.count(target_id_) && client_) {
+  // page finishing late, a navigation cancelled before commit) ends no page load, and a
+  // document's load ends once, however many stops it gets.
+  if (main_committed_ && !main_finished_ && !error_frames_.count(target_id_) && client_) {
+    main_finished_ = true;
     CefRefPtr<FrameImpl> frame = FrameFor(target_id_);
     int status = status_.count(target_id_) ? status_[target_id_] : 0;
-    if (!title_since_commit_) {
-      // A page without a title shows its address, as Chromium's own tab does.
-      std::string url = frame->url();
-      if (url != title_) {
-        title_ = url;
-        if (CefRefPtr<CefDisplayHandler> h = client_->GetDisplayHandler())
-          h->OnTitleChange(this, title_);
-      }
-    }
+    // A page without a title shows its address, as Chromium's own tab does.
+    if (!title_since_commit_) SetTitle(frame->url());
     if (CefRefPtr<CefLoadHandler> h = client_->GetLoadHandler())
       h->OnLoadEnd(this, frame.get(), status);
   }
@@ -351,6 +402,7 @@ void BrowserImpl::RefreshHistory(std::function<void()> then) {
     if (err.isNull()) {
       long long cur = r["currentIndex"].integer();
       long long n = static_cast<long long>(r["entries"].size());
+      self->history_index_ = cur;
       self->can_back_ = cur > self->history_floor_;
       self->can_forward_ = cur + 1 < n;
     }

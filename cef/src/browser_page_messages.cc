@@ -20,15 +20,7 @@ void BrowserImpl::OnBindingCalled(const std::string& session, const Json& params
   if (frame_id.empty() && session == session_) frame_id = target_id_;
   std::string kind = msg["k"].str();
   if (kind == "title") {
-    if (frame_id != target_id_) return;
-    std::string title = msg["title"].str();
-    if (title.empty() && !title_since_commit_) return;
-    title_since_commit_ = true;
-    if (title == title_) return;
-    title_ = title;
-    if (client_) {
-      if (CefRefPtr<CefDisplayHandler> h = client_->GetDisplayHandler()) h->OnTitleChange(this, title_);
-    }
+    if (frame_id == target_id_) ReportPageTitle(msg["title"].str());
     return;
   }
   if (kind == "focus") {

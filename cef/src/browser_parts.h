@@ -117,8 +117,16 @@ class RequestCallbackImpl : public CefRequestCallback {
       return;
     }
     std::string url = request_->url();
-    if (url != original_url_) p.set("url", url);
-    conn_->Send("Fetch.continueRequest", std::move(p), session_);
+    if (url == original_url_) {
+      conn_->Send("Fetch.continueRequest", std::move(p), session_);
+      return;
+    }
+    // A redirect, not a quiet swap: the page sees the address it was given, and the new
+    // request comes back to the handler.
+    p.set("responseCode", 307);
+    p.set("responseHeaders",
+          Json::array().push(Json::object().set("name", "Location").set("value", url)));
+    conn_->Send("Fetch.fulfillRequest", std::move(p), session_);
   }
   void Cancel() override { Continue(false); }
 

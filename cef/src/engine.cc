@@ -1,6 +1,7 @@
 #include "engine.h"
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <errno.h>
 #include <ftw.h>
 #include <signal.h>
@@ -10,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 
 #include "browser_impl.h"
 #include "browser_parts.h"
@@ -28,6 +30,30 @@ std::string Str(const cef_string_t& s) { return CefString(&s).ToString(); }
 
 int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) {
   return remove(path);
+}
+
+bool IsExecutableFile(const std::string& path) {
+  struct stat st;
+  return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && access(path.c_str(), X_OK) == 0;
+}
+
+std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
+
+// The launcher the settings name, else the one of that name beside the running program or
+// beside this library: a host names it after its working folder, which need not be theirs.
+std::string FindLauncher(const std::string& configured) {
+  if (IsExecutableFile(configured)) return configured;
+  const std::string name = configured.substr(configured.rfind('/') + 1);
+  std::vector<std::string> folders;
+  char program[PATH_MAX];
+  ssize_t n = readlink("/proc/self/exe", program, sizeof program);
+  if (n > 0) folders.push_back(FolderOf(std::string(program, static_cast<size_t>(n))));
+  Dl_info library;
+  if (dladdr(reinterpret_cast<void*>(&FindLauncher), &library) && library.dli_fname)
+    folders.push_back(FolderOf(library.dli_fname));
+  for (const std::string& folder : folders)
+    if (IsExecutableFile(folder + name)) return folder + name;
+  return std::string();
 }
 
 TerminationStatus StatusFromWait(int status) {
@@ -88,14 +114,17 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
   switches_ = std::move(start.switches);
   env_ = std::move(start.env);
 
-  launcher_ = Str(settings.browser_subprocess_path);
-  if (launcher_.empty()) {
+  std::string configured = Str(settings.browser_subprocess_path);
+  if (configured.empty()) {
     const char* env = getenv("VEXOR_CEF_LAUNCHER");
-    if (env) launcher_ = env;
+    if (env) configured = env;
   }
-  if (launcher_.empty()) return fail("browser_subprocess_path is empty");
-  if (access(launcher_.c_str(), X_OK) != 0)
-    return fail("browser_subprocess_path " + launcher_ + " is not an executable file");
+  if (configured.empty()) return fail("browser_subprocess_path is empty");
+  launcher_ = FindLauncher(configured);
+  if (launcher_.empty())
+    return fail("browser_subprocess_path " + configured +
+                " is not an executable file, nor is one of its name beside the program or "
+                "the engine");
   if (const char* t = getenv("VEXOR_CEF_START_TIMEOUT_MS")) start_timeout_ms_ = atoi(t);
   if (start_timeout_ms_ <= 0) start_timeout_ms_ = 15000;
 
@@ -478,6 +507,9 @@ using vexorcef::Engine;
 
 namespace {
 Engine* g_owned = nullptr;
+// The caller of CefInitialize, also when the start failed: the host's UI runs on without
+// browsers, and its thread checks must still pass.
+std::atomic<std::thread::id> g_ui_thread;
 }
 
 bool CefInitialize(const CefMainArgs& args, const CefSettings& settings,
@@ -487,6 +519,7 @@ bool CefInitialize(const CefMainArgs& args, const CefSettings& settings,
     vexorcef::LogLine(vexorcef::LogLevel::Error, "CefInitialize: already initialized");
     return false;
   }
+  g_ui_thread = std::this_thread::get_id();
   Engine* e = new Engine;
   if (!e->Initialize(args, settings, application)) {
     delete e;
@@ -497,11 +530,13 @@ bool CefInitialize(const CefMainArgs& args, const CefSettings& settings,
 }
 
 void CefShutdown() {
-  Engine* e = Engine::Get();
-  if (!e || !e->OnUiThread()) return;
-  e->Shutdown();
-  delete g_owned;
-  g_owned = nullptr;
+  if (!CefCurrentlyOn(TID_UI)) return;
+  if (Engine* e = Engine::Get()) {
+    e->Shutdown();
+    delete g_owned;
+    g_owned = nullptr;
+  }
+  g_ui_thread = std::thread::id();
 }
 
 void CefDoMessageLoopWork() {
@@ -509,9 +544,9 @@ void CefDoMessageLoopWork() {
 }
 
 bool CefCurrentlyOn(CefThreadId threadId) {
+  if (threadId == TID_UI) return std::this_thread::get_id() == g_ui_thread.load();
   Engine* e = Engine::Get();
   if (!e) return false;
-  if (threadId == TID_UI) return e->OnUiThread();
   if (threadId == TID_IO) {
     auto c = e->conn();
     return c && c->OnIoThread();

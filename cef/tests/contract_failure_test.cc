@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <thread>
 #include <fstream>
 
 #include "include/cef_app.h"
@@ -36,8 +37,27 @@ double Seconds(std::chrono::steady_clock::time_point since) {
 
 TEST(StartFailure, RefusedConfigurationsReturnFalse) {
   EXPECT_FALSE(Init(LauncherPath(), 1)) << "multi-threaded message loop accepted";
-  EXPECT_FALSE(Init("/nonexistent/vexor-cef-launcher"));
-  EXPECT_FALSE(CefCurrentlyOn(TID_UI)) << "engine half-started";
+  EXPECT_FALSE(Init("/nonexistent/no-such-launcher"));
+  // The host's UI goes on without browsers, and its thread checks still pass.
+  EXPECT_TRUE(CefCurrentlyOn(TID_UI));
+  bool elsewhere = true;
+  std::thread([&] { elsewhere = CefCurrentlyOn(TID_UI); }).join();
+  EXPECT_FALSE(elsewhere);
+  CefRefPtr<TestClient> c = new TestClient;
+  EXPECT_FALSE(CefBrowserHost::CreateBrowser(CefWindowInfo(), c.get(), "", CefBrowserSettings(), nullptr));
+  CefDoMessageLoopWork();
+  CefShutdown();
+  EXPECT_FALSE(CefCurrentlyOn(TID_UI));
+}
+
+TEST(StartFailure, TheLauncherIsFoundBesideTheProgramWhateverTheWorkingFolder) {
+  // As a host names it: in its working folder, which is not the program's.
+  char here[4096];
+  ASSERT_NE(getcwd(here, sizeof here), nullptr);
+  ASSERT_EQ(chdir("/"), 0);
+  EXPECT_TRUE(Init("/vexor-cef-launcher"));
+  CefShutdown();
+  ASSERT_EQ(chdir(here), 0);
 }
 
 TEST(StartFailure, ChromiumThatNeverAnswersTimesOut) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "include/cef_app.h"
 #include "include/cef_cookie.h"
@@ -49,6 +50,15 @@ int ClosedPort() {
   close(fd);
   return ntohs(a.sin_port);
 }
+
+// Stops every navigation to an address containing `refused`.
+struct Stopper : public TestClient {
+  bool OnBeforeBrowse(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, CefRefPtr<CefRequest> r, bool,
+                      bool) override {
+    return !refused.empty() && r->GetURL().ToString().find(refused) != std::string::npos;
+  }
+  std::string refused;
+};
 
 int IndexOf(const std::vector<std::string>& log, const std::string& prefix) {
   for (size_t i = 0; i < log.size(); ++i)
@@ -196,6 +206,62 @@ TEST_F(Fresh, LoadEventsCarryStatusFramesAndHistory) {
   EXPECT_TRUE(c->HasLog("loadstart main " + g_server->Url("/missing.html") + " tt 8"));
 }
 
+TEST_F(Fresh, HistoryFromChromiumsCachesIsReportedLikeAFreshLoad) {
+  // Cacheable pages: Chromium keeps a whole in its back/forward cache; b, with an unload
+  // handler, it may not keep, so b comes back from its HTTP cache.
+  for (std::string name : {"a", "b"}) {
+    g_server->ServeCacheable("/kept-" + name + ".html",
+                             "<title>Kept " + name + "</title><img src='/kept.png'><script>" +
+                             (name == "b" ? "addEventListener('unload', () => {});" : "") +
+                             "addEventListener('pageshow', e => console.log('SHOWN ' + "
+                             "document.title + (e.persisted ? ' restored' : ' loaded')));"
+                             "</script>");
+  }
+  g_server->ServeCacheable("/kept.png", "not really an image", "image/png");
+  const std::string a = g_server->Url("/kept-a.html"), b = g_server->Url("/kept-b.html");
+  ASSERT_TRUE(c->Load(a));
+  ASSERT_TRUE(c->Load(b));
+  struct Step {
+    bool back;
+    std::string url, title, idle;
+  };
+  const Step steps[] = {{true, a, "Kept a", "loading 0 back 0 fwd 1"},
+                        {false, b, "Kept b", "loading 0 back 1 fwd 0"},
+                        {true, a, "Kept a", "loading 0 back 0 fwd 1"},
+                        {false, b, "Kept b", "loading 0 back 1 fwd 0"}};
+  bool restored = false;
+  for (const Step& step : steps) {
+    SCOPED_TRACE((step.back ? "back to " : "forward to ") + step.url);
+    c->ClearLog();
+    int ends = c->main_load_ends;
+    if (step.back) c->browser->GoBack();
+    else c->browser->GoForward();
+    ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }))
+        << ::testing::PrintToString(c->Log());
+    auto log = c->Log();
+    int busy = IndexOf(log, "loading 1");
+    int address = IndexOf(log, "address main " + step.url);
+    int start = IndexOf(log, "loadstart main " + step.url + " tt 1");
+    int title = IndexOf(log, "title " + step.title);
+    int end = IndexOf(log, "loadend main 200 " + step.url);
+    int idle = IndexOf(log, step.idle);
+    EXPECT_GE(busy, 0) << ::testing::PrintToString(log);
+    EXPECT_GT(address, busy);
+    EXPECT_GT(start, busy);
+    EXPECT_GT(title, busy);
+    EXPECT_GT(end, start);
+    EXPECT_GT(end, address);
+    EXPECT_GT(end, title);
+    EXPECT_GT(idle, end);
+    EXPECT_EQ(c->main_load_ends, ends + 1) << "one load end per page shown";
+    EXPECT_EQ(IndexOf(log, "loadend main 200 " + (step.back ? b : a)), -1) << "the page left ended again";
+    EXPECT_EQ(c->title, step.title);
+    restored = restored || c->HasLog("SHOWN Kept a restored");
+  }
+  EXPECT_TRUE(restored) << "a never came from the back/forward cache";
+  EXPECT_EQ(g_server->CountRequests("/kept-b.html"), 1) << "b was not served from the cache";
+}
+
 TEST(Browser, MainFrameLoadEndWaitsForASlowImage) {
   g_server->Serve("/slow.png", "not really an image", 200, "image/png", 1500);
   g_server->Serve("/slowpage.html",
@@ -329,6 +395,42 @@ TEST_F(Fresh, CancelFailsARequestAndSetUrlServesAnother) {
   EXPECT_EQ(c->last_error, -20);
 }
 
+TEST_F(Fresh, ARewrittenPageLoadsAtItsNewAddressAndItsRequestComesBack) {
+  // A page that shows the address it got, over HTTP and as a local file.
+  const std::string page = "<script>document.title = 'got ' + location.search</script>";
+  g_server->Serve("/asked.html", page);
+  char dir[] = "/tmp/vexor-cef-rewrite-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  const std::string file = std::string(dir) + "/asked.html";
+  std::ofstream(file) << page;
+  // Only a request without a query is rewritten, as the returning one has one.
+  c->on_request = [](CefRefPtr<CefRequest> r) {
+    std::string u = r->GetURL().ToString();
+    if (u.find("/asked.html") != std::string::npos && u.find('?') == std::string::npos)
+      r->SetURL(u + "?day=true");
+    return RV_CONTINUE;
+  };
+  for (const std::string& url : {g_server->Url("/asked.html"), "file://" + file}) {
+    SCOPED_TRACE(url);
+    c->ClearLog();
+    ASSERT_TRUE(c->Load(url));
+    EXPECT_EQ(c->title, "got ?day=true");
+    EXPECT_TRUE(c->HasLog("address main " + url + "?day=true")) << ::testing::PrintToString(c->Log());
+    EXPECT_TRUE(c->HasLog("loadend main")) << ::testing::PrintToString(c->Log());
+    std::vector<std::string> asked;
+    {
+      std::lock_guard<std::mutex> l(c->mutex);
+      for (auto& r : c->requests)
+        if (r.first.find("/asked.html") != std::string::npos) asked.push_back(r.first);
+    }
+    EXPECT_EQ(asked, (std::vector<std::string>{url, url + "?day=true"}));
+  }
+  EXPECT_EQ(g_server->CountRequests("/asked.html"), 1);
+  EXPECT_EQ(g_server->CountRequests("/asked.html?day=true"), 1);
+  unlink(file.c_str());
+  rmdir(dir);
+}
+
 TEST_F(Fresh, AsyncContinueHoldsTheRequestUntilAnsweredFromAnotherThread) {
   g_server->Serve("/held.html", "<title>held</title>");
   std::mutex m;
@@ -437,19 +539,34 @@ TEST_F(Fresh, OnBeforeBrowseCanStopANavigation) {
   g_server->Serve("/here.html", "<title>here</title>");
   g_server->Serve("/forbidden.html", "<title>forbidden</title>");
   ASSERT_TRUE(c->Load(g_server->Url("/here.html")));
-  struct Stopper : public TestClient {
-    bool OnBeforeBrowse(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, CefRefPtr<CefRequest> r,
-                        bool, bool) override {
-      return r->GetURL().ToString().find("forbidden") != std::string::npos;
-    }
-  };
   CefRefPtr<Stopper> s = new Stopper;
+  s->refused = "forbidden";
   ASSERT_TRUE(s->Create(""));
   ASSERT_TRUE(s->Load(g_server->Url("/here.html")));
   s->browser->GetMainFrame()->LoadURL(g_server->Url("/forbidden.html"));
   PumpFor(800);
   EXPECT_EQ(s->Eval("document.title"), "here");
   s->Close();
+}
+
+TEST(Browser, AHistoryNavigationStoppedBeforeItCommitsEndsLoadingWithoutALoadEnd) {
+  // Slow enough to be stopped for sure, and never kept in a cache.
+  g_server->Serve("/long-ago.html", "<title>long ago</title>", 200, "text/html", 1500);
+  g_server->Serve("/now.html", "<title>now</title>");
+  CefRefPtr<Stopper> c = new Stopper;
+  ASSERT_TRUE(c->Create(""));
+  ASSERT_TRUE(c->Load(g_server->Url("/long-ago.html")));
+  ASSERT_TRUE(c->Load(g_server->Url("/now.html")));
+  c->refused = "long-ago";
+  c->ClearLog();
+  c->browser->GoBack();
+  ASSERT_TRUE(c->WaitForLog("loading 1"));
+  ASSERT_TRUE(PumpUntil([&] { return !c->loading; })) << ::testing::PrintToString(c->Log());
+  EXPECT_FALSE(c->HasLog("loadend")) << ::testing::PrintToString(c->Log());
+  EXPECT_EQ(c->Eval("document.title"), "now");
+  EXPECT_TRUE(c->can_back);
+  EXPECT_FALSE(c->can_forward);
+  c->Close();
 }
 
 TEST(Browser, BrowsersCreatedTogetherEachGetTheirOwnWindow) {

@@ -54,6 +54,12 @@ void HttpServer::Serve(const std::string& path, const std::string& body, int sta
   routes_[path] = Response{status, type, body, delay_ms};
 }
 
+void HttpServer::ServeCacheable(const std::string& path, const std::string& body,
+                                const std::string& type) {
+  std::lock_guard<std::mutex> l(mutex_);
+  routes_[path] = Response{200, type, body, 0, "max-age=3600"};
+}
+
 std::vector<std::string> HttpServer::Requests() {
   std::lock_guard<std::mutex> l(mutex_);
   return requests_;
@@ -124,7 +130,7 @@ void HttpServer::Handle(int fd) {
     if (r.delay_ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(r.delay_ms));
     std::string out = "HTTP/1.1 " + std::to_string(r.status) + " X\r\nContent-Type: " + r.type +
                       "\r\nContent-Length: " + std::to_string(r.body.size()) +
-                      "\r\nCache-Control: no-store\r\n\r\n" + r.body;
+                      "\r\nCache-Control: " + r.cache_control + "\r\n\r\n" + r.body;
     if (write(fd, out.data(), out.size()) < 0) { close(fd); return; }
   }
 }

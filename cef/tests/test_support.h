@@ -28,6 +28,7 @@ class HttpServer {
     std::string type = "text/html; charset=utf-8";
     std::string body;
     int delay_ms = 0;
+    std::string cache_control = "no-store";
   };
   HttpServer();
   ~HttpServer();
@@ -35,6 +36,9 @@ class HttpServer {
   std::string Url(const std::string& path) const;
   void Serve(const std::string& path, const std::string& body, int status = 200,
              const std::string& type = "text/html; charset=utf-8", int delay_ms = 0);
+  // A page Chromium may keep in its caches, and show again from there.
+  void ServeCacheable(const std::string& path, const std::string& body,
+                      const std::string& type = "text/html; charset=utf-8");
   // Paths requested so far, in order (query strings included).
   std::vector<std::string> Requests();
   int CountRequests(const std::string& path_prefix);

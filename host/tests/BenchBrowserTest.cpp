@@ -5,12 +5,15 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPoint>
 #include <QRect>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
+#include <QUrl>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -39,7 +42,13 @@ class BenchBrowser : public ::testing::Test {
 protected:
     // A bench showing `path` of the test server in its Browser screen (none for an empty
     // path), running `script`.
-    BenchRun browse(const std::string& path, const QString& script, const QStringList& more = {})
+    BenchRun browse(const std::string& path, const QString& script, const QStringList& more = {},
+                    const QStringList& environment = {})
+    {
+        return browseUrl(path.empty() ? QString() : QString::fromStdString(server.Url(path)), script, more, environment);
+    }
+    BenchRun browseUrl(const QString& url, const QString& script, const QStringList& more = {},
+                       const QStringList& environment = {})
     {
         QFile file(dir.filePath("script.txt"));
         file.open(QIODevice::WriteOnly);
@@ -47,9 +56,16 @@ protected:
         file.close();
         QStringList arguments{"--offscreen", "--service-port", "0", "--data-dir", dir.filePath("data"),
                               "--script", file.fileName()};
-        if (!path.empty())
-            arguments << "--browser" << QString::fromStdString(server.Url(path));
-        return runBench(arguments + more, dir.path(), 90000);
+        if (!url.isEmpty())
+            arguments << "--browser" << url;
+        return runBench(arguments + more, dir.path(), 90000, environment);
+    }
+
+    // Script lines that type `to` into the Browser screen's address field, which holds `from`.
+    static QString typeAddress(const QString& from, const QString& to)
+    {
+        return "tap \"address\"\nwait-for \"keyboard\"\n" + QString("tap \"BACKSPACE\"\n").repeated(from.size())
+               + "keys \"" + to.section('/', 2) + "\"\ntap \"RETURN\"\n";
     }
 
     // A tap at a page pixel, as a script line.
@@ -59,12 +75,15 @@ protected:
     }
     static QString arm() { return "wait-for \"ready\"\n" + tapPage(5, 5) + "wait-for \"armed\"\n"; }
 
-    QJsonObject webView(const QString& dumpName)
+    QJsonObject webView(const QString& dumpName) { return dumpedView(dumpName, "class", "WebKitView"); }
+
+    // The first view of a dump whose `key` is `value`.
+    QJsonObject dumpedView(const QString& dumpName, const QString& key, const QString& value)
     {
         QFile f(dir.filePath(dumpName));
         EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << dumpName.toStdString();
         std::function<QJsonObject(const QJsonObject&)> find = [&](const QJsonObject& view) {
-            if (view["class"].toString() == "WebKitView")
+            if (view[key].toString() == value)
                 return view;
             for (const QJsonValue& child : view["children"].toArray()) {
                 const QJsonObject hit = find(child.toObject());
@@ -162,10 +181,7 @@ TEST_F(BenchBrowser, TheAddressFieldLoadsWhatIsTypedAndTheHistoryButtonsFollowTh
     const QString second = QString::fromStdString(server.Url("/second"));
     const QString script = "wait-for \"first\"\n"
                            "expect-disabled \"GO BACK\"\nexpect-disabled \"GO FORWARD\"\n"
-                           "tap \"address\"\nwait-for \"keyboard\"\n"
-                           // The field holds the page's address: away with it first.
-                           + QString("tap \"BACKSPACE\"\n").repeated(first.size())
-                           + "keys \"" + second.section('/', 2) + "\"\ntap \"RETURN\"\n"
+                           + typeAddress(first, second) +
                            "wait-for \"second navigate\"\nwait-for-no \"keyboard\"\n"
                            "wait-for-enabled \"GO BACK\"\ntap \"GO BACK\"\nwait-for \"first\"\n"
                            // Forward may restore the page as it was: reloading it tells where the view is.
@@ -173,6 +189,24 @@ TEST_F(BenchBrowser, TheAddressFieldLoadsWhatIsTypedAndTheHistoryButtonsFollowTh
                            "tap \"RELOAD\"\nwait-for \"second reload\"\n";
     const BenchRun run = browse("/first", script);
     EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+}
+
+TEST_F(BenchBrowser, HistoryButtonsShowPagesChromiumKeepsInItsCachesWithTheirTitles)
+{
+    server.ServeCacheable("/first", "<title>first</title>");
+    server.ServeCacheable("/second", "<title>second</title>");
+    const QString first = QString::fromStdString(server.Url("/first"));
+    const QString second = QString::fromStdString(server.Url("/second"));
+    const QString back = "tap \"GO BACK\"\nwait-for \"first\"\nwait-for-enabled \"GO FORWARD\"\nexpect-disabled \"GO BACK\"\n";
+    const QString forward = "tap \"GO FORWARD\"\nwait-for \"second\"\nwait-for-enabled \"GO BACK\"\nexpect-disabled \"GO FORWARD\"\n";
+    const QString script = "wait-for \"first\"\n" + typeAddress(first, second) + "wait-for \"second\"\nwait-for-enabled \"GO BACK\"\n"
+                           + back + forward + back + forward + "dump " + dir.filePath("views.json") + "\n";
+    const BenchRun run = browse("/first", script);
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_EQ(dumpedView("views.json", "name", "address")["text"].toString().toStdString(), second.toStdString());
+    EXPECT_EQ(webView("views.json")["pageTitle"].toString().toStdString(), "second");
+    EXPECT_EQ(server.CountRequests("/first"), 1) << "not shown from a cache";
+    EXPECT_EQ(server.CountRequests("/second"), 1) << "not shown from a cache";
 }
 
 TEST_F(BenchBrowser, TheInputRegionFollowsTheViewTheKeyboardAndPopups)
@@ -239,6 +273,49 @@ TEST_F(BenchBrowser, AFailingControlGroupCommandEndsTheProcessWithStatusOne)
         EXPECT_TRUE(run.output.contains(perror)) << run.output.toStdString();
         EXPECT_FALSE(run.output.contains("never")) << "the page never loads";
     }
+}
+
+TEST_F(BenchBrowser, AManualPageGetsTheCarsParametersInItsAddress)
+{
+    // A page of the manual folder that shows what it received.
+    const QString folder = "/usr/vexor/UI/assets/web_content/manual";
+    if (!QDir().mkpath(folder) || !QFileInfo(folder).isWritable())
+        GTEST_SKIP() << "the manual folder " << folder.toStdString() << " cannot be written";
+    QTemporaryFile page(folder + "/received-XXXXXX.html");
+    ASSERT_TRUE(page.open());
+    page.write("<title>nothing</title><script>const q = new URLSearchParams(location.search);"
+               "document.title = 'got ' + [...q.keys()].join() + ' / ' + [...q.values()].join(' / ');</script>");
+    page.close();
+    page.setPermissions(page.permissions() | QFile::ReadOther);
+    const QString url = QUrl::fromLocalFile(page.fileName()).toString();
+    for (const QString dayMode : {"true", "false"}) {
+        SCOPED_TRACE(dayMode.toStdString());
+        const QString received = "got features,product,country,daymode / {\"summon\":true} / model3 / DE / " + dayMode;
+        const BenchRun run =
+            browseUrl(url, "wait-for \"~got \"\ndump " + dir.filePath("views.json") + "\n",
+                      {"--set", "GUI_dayMode=" + dayMode, "--set", "VAPI_carType=3", "--set", "GUI_locale=de_DE", "--set",
+                       "GUI_featureConfig={\"summon\":true}"});
+        ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+        EXPECT_EQ(webView("views.json")["pageTitle"].toString().toStdString(), received.toStdString());
+    }
+}
+
+TEST_F(BenchBrowser, ABrowserStartedLateFindsItsLauncherAndAFailedStartIsOnlyLogged)
+{
+    // The bench runs in a folder without the launcher; its web views start once the UI is ready.
+    const QString late = "set GUI_allReady false\ntap \"APPS\"\ntap \"Owner's Manual\"\n"
+                         "expect-log \"conditions not met for starting browser client\"\n"
+                         "set GUI_allReady true\nwait-for \"Owner's Manual: Contents\"\n";
+    BenchRun run = browse("", late, {"--set", "GUI_developerMode=true"});
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("CefInitialize success")) << run.output.toStdString();
+    EXPECT_FALSE(run.output.contains("Check failed")) << run.output.toStdString();
+
+    const QString opened = "tap \"APPS\"\ntap \"Owner's Manual\"\nexpect-log \"failed to create browser\"\n";
+    run = browse("", opened, {"--set", "GUI_developerMode=true"}, {"VEXOR_CHROMIUM_BINARY=/nonexistent/chromium"});
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("CEF failed to initialize")) << run.output.toStdString();
+    EXPECT_FALSE(run.output.contains("Check failed")) << run.output.toStdString();
 }
 
 TEST_F(BenchBrowser, TheOwnersManualOpensFromAppsOnItsLocalPage)

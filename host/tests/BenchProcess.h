@@ -11,14 +11,19 @@ struct BenchRun {
     QString output;
 };
 
-// Runs the bench to its end with its runtime and data folders in `folder`.
-inline BenchRun runBench(const QStringList& arguments, const QString& folder, int timeoutMs = 30000)
+// Runs the bench to its end in `folder`, which is also its working, runtime and data folder,
+// with `environment` (NAME=value) added to its own.
+inline BenchRun runBench(const QStringList& arguments, const QString& folder, int timeoutMs = 30000,
+                         const QStringList& environment = {})
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setWorkingDirectory(folder);
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("XDG_RUNTIME_DIR", folder);
     env.insert("XDG_DATA_HOME", folder + "/xdg-data"); // the default data folder stays in the test's folder
+    for (const QString& variable : environment)
+        env.insert(variable.section('=', 0, 0), variable.section('=', 1));
     process.setProcessEnvironment(env);
     process.start(ORVANE_BENCH_PATH, arguments);
     EXPECT_TRUE(process.waitForFinished(timeoutMs)) << "orvane-bench did not finish";

@@ -20,4 +20,8 @@ grep -q "Plug-in loaded from $stage/usr/lib/orvane/plugins/DiagnosticTools/libDi
   || fail "the plug-in's assets do not resolve"
 [ -f "$stage/usr/vexor/UI/assets/web_content/manual/index.html" ] || fail "no owner's manual"
 [ -s shot.png ] || fail "an empty screenshot"
-echo "installed bench: runs from $stage/usr/bin with its plug-in, assets and helpers"
+# Its browser starts with the launcher beside the engine, not in the working folder.
+echo 'expect-log "CefInitialize success"' >script.txt
+out=$("$stage/usr/bin/orvane-bench" --offscreen --service-port 0 --browser about:blank \
+  --script script.txt 2>&1) || fail "the browser did not start"
+echo "installed bench: runs from $stage/usr/bin with its plug-in, assets, helpers and browser"
