@@ -142,7 +142,9 @@ TEST(ChromiumDeath, BrowsersLearnOfItAndTheNextLoadBringsChromiumBack) {
   EXPECT_EQ(a->termination_status, TS_PROCESS_WAS_KILLED);
   EXPECT_EQ(b->termination_status, TS_PROCESS_WAS_KILLED);
   EXPECT_EQ(a->url_at_termination, g_server->Url("/life.html")) << "nothing to reload";
-  EXPECT_LT(slowest, 0.05) << "CefDoMessageLoopWork blocked";
+  // Waiting on Chromium would take seconds; starting it again (fork and exec) may take a
+  // tenth of one on a loaded machine.
+  EXPECT_LT(slowest, 0.5) << "CefDoMessageLoopWork blocked";
   EXPECT_FALSE(a->before_close);
   EXPECT_TRUE(a->callbacks_on_ui);
   // The browser windows outlive Chromium.
