@@ -1,5 +1,5 @@
 // How long the DATA tab takes to show live values, and what the service endpoint's JSON costs
-// while the UI keeps painting.
+// while the UI keeps painting, with honest clients only and with 200 slow ones.
 #include "ServiceEndpoint.h"
 
 #include "core/ConfigValue.h"
@@ -18,8 +18,14 @@
 
 #include <benchmark/benchmark.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -100,11 +106,116 @@ void valuesOverHttpWhileUiPaints(benchmark::State& state)
     }
 }
 
+// Clients that each hold a connection with a request head that never ends, one more line a
+// second; when the endpoint cuts one off at its deadline, it comes back.
+class SlowClients {
+public:
+    SlowClients(int port, int count)
+        : mPort(port)
+        , mFds(size_t(count), -1)
+        , mThread([this] { run(); })
+    {
+    }
+    ~SlowClients()
+    {
+        mRunning = false;
+        mThread.join();
+        for (int fd : mFds)
+            ::close(fd);
+    }
+    int held() const { return mHeld; }
+
+private:
+    int open()
+    {
+        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(uint16_t(mPort));
+        to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof to);
+        const std::string head = "GET /api/values HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(mPort) + "\r\n";
+        ::send(fd, head.data(), head.size(), MSG_NOSIGNAL);
+        return fd;
+    }
+    void run()
+    {
+        for (int line = 0; mRunning; ++line) {
+            int held = 0;
+            for (int& fd : mFds) {
+                char answer[512];
+                const std::string more = "X-Slow: " + std::to_string(line) + "\r\n";
+                // An answer (408) or a close from the endpoint: this client was cut off.
+                if (fd < 0 || ::recv(fd, answer, sizeof answer, MSG_DONTWAIT) >= 0
+                    || ::send(fd, more.data(), more.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
+                    ::close(fd);
+                    fd = open();
+                } else {
+                    ++held;
+                }
+            }
+            mHeld = held;
+            for (int i = 0; i < 20 && mRunning; ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+
+    const int mPort;
+    std::vector<int> mFds;
+    std::atomic<bool> mRunning{true};
+    std::atomic<int> mHeld{0};
+    std::thread mThread;
+};
+
+// An honest client asks for /api/values as fast as it is answered while 200 slow clients hold
+// connections; the UI thread paints full frames meanwhile. Reports honest requests a second
+// and the slowest frame.
+void honestRequestsWhileSlowClientsHold(benchmark::State& state)
+{
+    AppWindow window;
+    window.resize(1920, 1200);
+    DisplayDevice display(&window, QSize(1920, 1200));
+    for (auto _ : state) {
+        SlowClients slow(endpoint->port(), 200);
+        std::this_thread::sleep_for(std::chrono::seconds(1)); // all of them connected and holding
+        std::atomic<bool> running{true};
+        std::atomic<int> served{0}, failed{0};
+        std::thread honest([&] {
+            httplib::Client c("127.0.0.1", endpoint->port());
+            c.set_read_timeout(10, 0);
+            while (running) {
+                const auto res = c.Get("/api/values");
+                ++(res && res->status == 200 ? served : failed);
+            }
+        });
+        qint64 worstFrame = 0;
+        int slowHeld = 0;
+        QElapsedTimer run;
+        run.start();
+        while (run.elapsed() < 10000) {
+            QElapsedTimer frame;
+            frame.start();
+            QCoreApplication::processEvents();
+            display.render();
+            worstFrame = qMax(worstFrame, frame.nsecsElapsed());
+            slowHeld = qMax(slowHeld, slow.held());
+        }
+        const double seconds = run.nsecsElapsed() / 1e9;
+        running = false;
+        honest.join();
+        state.counters["honest_requests_per_s"] = served.load() / seconds;
+        state.counters["honest_failed"] = failed.load();
+        state.counters["slow_clients_held"] = slowHeld;
+        state.counters["worst_frame_ms"] = worstFrame / 1e6;
+    }
+}
+
 } // namespace
 
 BENCHMARK(dataTabFirstLiveValues)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(valuesJson)->Unit(benchmark::kMicrosecond);
 BENCHMARK(valuesOverHttpWhileUiPaints)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(honestRequestsWhileSlowClientsHold)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 int main(int argc, char** argv)
 {
