@@ -1,11 +1,11 @@
 #include "core/ConfigValue.h"
 
 #include "core/Logger.h"
+#include "services/StorageUtils.h"
 
 #include <QFile>
 #include <QHash>
 #include <QMutex>
-#include <QSaveFile>
 
 #include <sys/stat.h>
 #include <time.h>
@@ -147,6 +147,8 @@ QList<QByteArray> rawLines(const QByteArray& content)
 
 void ConfigStore::setPath(const QString& path)
 {
+    if (!path.isEmpty())
+        StorageUtils::removeSaveLeftovers(path);
     QMutexLocker lock(&store().mutex);
     store().path = path;
     store().cached = false;
@@ -259,15 +261,9 @@ bool ConfigStore::write(const QString& key, const QVariant& value)
             lines.append("[General]" + newline);
         lines.append((key + QLatin1Char('=') + text).toUtf8() + newline);
     }
-    QSaveFile out(s.path);
-    bool ok = out.open(QIODevice::WriteOnly);
-    if (ok) {
-        for (const QByteArray& line : qAsConst(lines))
-            out.write(line);
-        ok = out.commit();
-    }
-    if (!ok) {
-        Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << out.errorString();
+    QString error;
+    if (!StorageUtils::replaceFile(s.path, lines.join(), &error)) {
+        Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << error;
         return false;
     }
     s.cached = false;

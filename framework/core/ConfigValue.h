@@ -12,6 +12,7 @@
 // "[area]" then "name=..." is the key "area/name". A line that is none of these is skipped.
 class ORVANE_EXPORT ConfigStore {
 public:
+    // Also removes what a save killed halfway left beside the file.
     static void setPath(const QString& path);
     static QString path();
 

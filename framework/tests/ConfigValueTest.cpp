@@ -1,5 +1,6 @@
 #include "core/ConfigValue.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <atomic>
@@ -185,4 +186,30 @@ TEST_F(ConfigValueTest, EveryValueReadsBackAsWritten)
     writeStore("diag/vitals_url=\"%1/web_content/vitals/vitals.html\"\npath=\"C:\\temp\\x\"\n");
     EXPECT_EQ(ConfigStringValue("diag/vitals_url", "").value(), "%1/web_content/vitals/vitals.html");
     EXPECT_EQ(ConfigStringValue("path", "").value(), "C:\\temp\\x");
+}
+
+TEST_F(ConfigValueTest, WhatAnInterruptedSaveLeftIsRemovedWhenTheStoreIsOpened)
+{
+    writeStore("gui/min_selectable_speed_limit=60\n");
+    for (const char* name : {"orvane.ini.saving-Qx81Zz", "orvane.ini.backup", "orvane.ini.bak"}) {
+        QFile file(dir.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    CapturingLogSink log;
+    ConfigStore::setPath(dir.filePath("orvane.ini"));
+    EXPECT_FALSE(QFile::exists(dir.filePath("orvane.ini.saving-Qx81Zz")));
+    EXPECT_TRUE(QFile::exists(dir.filePath("orvane.ini.backup")));
+    EXPECT_TRUE(QFile::exists(dir.filePath("orvane.ini.bak")));
+    EXPECT_EQ(log.lines().filter("left by an interrupted save").size(), 1);
+    EXPECT_EQ(ConfigIntValue("gui/min_selectable_speed_limit", 85).value(), 60);
+}
+
+TEST_F(ConfigValueTest, AWriteLeavesOnlyTheStoreWithItsPermissions)
+{
+    writeStore("a=1\n");
+    ASSERT_TRUE(QFile::setPermissions(ConfigStore::path(), QFile::ReadOwner | QFile::WriteOwner));
+    ASSERT_TRUE(ConfigStore::write("b", 2));
+    // (leaving out the bits for the user running the test, which mirror the owner's)
+    EXPECT_EQ(QFile::permissions(ConfigStore::path()) & 0x7077, QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList({"orvane.ini"}));
 }

@@ -74,6 +74,7 @@ private:
     // What the file holds now, as far as this view knows: nothing is written for a list
     // that did not change.
     QVector<CANSignalNode*> mSavedSignals;
+    bool mBackUpBeforeSaving = false;
     int mHeaderHeight = 0;
     QString mLeftTitle;
 };
