@@ -18,6 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto BatchDelay = std::chrono::milliseconds(2);
+constexpr double MaxTimeLeap = 24 * 3600.0;
 
 // Sleeps until `due` in short slices so a stop request is honoured promptly.
 bool sleepUntil(Clock::time_point due, const std::atomic<bool>& stop)
@@ -94,6 +95,11 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomi
         if (record.iface != lastIface) {
             lastIface.assign(record.iface);
             lastBus = mRoutes.busFor(record.iface);
+        }
+        // A time that goes back, or leaps ahead more than a day, is no recording's.
+        if (record.hasTime && passHasTime && (record.time < passLast || record.time - passLast > MaxTimeLeap)) {
+            mMalformed.fetch_add(1, std::memory_order_relaxed);
+            return true;
         }
         if (record.hasTime) {
             if (!passHasTime) {
