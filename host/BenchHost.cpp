@@ -2,6 +2,7 @@
 
 #include "BrowserScreen.h"
 #include "CANCommandLine.h"
+#include "InputFile.h"
 #include "hostcommand/HostCommandReport.h"
 #include "can/CANDataManager.h"
 #include "core/ConfigValue.h"
@@ -73,6 +74,9 @@ bool BenchHost::start(QString* error)
             *error = QStringLiteral("cannot create configuration file %1: %2").arg(configPath, created.errorString());
             return false;
         }
+    } else if (const QString problem = InputFile::problem(configPath); !problem.isEmpty()) {
+        *error = QStringLiteral("--config: %1").arg(problem);
+        return false;
     } else if (!ConfigStore::check(configPath, error)) {
         return false;
     }

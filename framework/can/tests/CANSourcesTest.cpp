@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 
 #include <cmath>
+#include <sys/stat.h>
+
 #include <thread>
 
 #include <unistd.h>
@@ -219,6 +221,40 @@ TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
     EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 2u);
     EXPECT_EQ(replay.statistics().malformedLines, 2u);
+    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
+}
+
+TEST(CandumpReplay, APipeIsReadAsItsWriterWritesAndStopsWithoutOne)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("live.log"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    {
+        // Nobody ever writes: a stop request still ends the replay.
+        ReplayRig rig;
+        CandumpReplay replay(path, 0, true, CANInterfaceRoutes(rig.data));
+        std::atomic<bool> stop{false};
+        CANFrameSource::Outcome outcome = CANFrameSource::Outcome::Failed;
+        std::thread worker([&] { outcome = replay.run(*rig.decoder, stop); });
+        stop = true;
+        worker.join();
+        EXPECT_EQ(outcome, CANFrameSource::Outcome::Stopped);
+    }
+    ReplayRig rig;
+    CandumpReplay replay(path, 0, true, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        QFile live(path);
+        ASSERT_TRUE(live.open(QIODevice::WriteOnly)); // once the replay has opened its end
+        live.write("(1.0) can0 064#07\n");
+        live.flush();
+        live.write("(2.0) can0 064#09\n");
+    });
+    // The writer closing ends it, looping or not.
+    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    writer.join();
+    EXPECT_EQ(replay.statistics().frames, 2u);
+    EXPECT_EQ(replay.statistics().passes, 1u);
     EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
 }
 
