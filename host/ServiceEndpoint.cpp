@@ -143,7 +143,8 @@ void ServiceEndpoint::stop()
     mCanTimer.stop();
     if (!mThread)
         return;
-    QMetaObject::invokeMethod(mServer, [server = mServer] { delete server; }, Qt::BlockingQueuedConnection);
+    // Deleted on its own thread as that thread ends, its connections with it.
+    mServer->deleteLater();
     mServer = nullptr;
     mThread->quit();
     mThread->wait();
