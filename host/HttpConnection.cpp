@@ -219,6 +219,9 @@ void HttpConnection::send(const HttpResponse& response, const HttpRequest& reque
 {
     const bool keepAlive = request.wantsKeepAlive();
     mSocket->write(response.serialize(!request.isHead(), keepAlive));
+    // Qt takes a client's half close (requests sent, its side shut) for the end and drops
+    // what it has not written yet: the answer goes out now.
+    mSocket->flush();
     if (!keepAlive) {
         close();
         return;

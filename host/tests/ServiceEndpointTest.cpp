@@ -89,6 +89,8 @@ public:
         response.status = std::stoi(response.head.substr(9, 3));
         return response;
     }
+    // No more requests: shuts the sending side, as `nc` does at the end of its input.
+    void finishSending() { ::shutdown(mFd, SHUT_WR); }
     // True when nothing arrives within a moment (and the connection is still open).
     bool silentFor(int ms)
     {
@@ -405,6 +407,13 @@ TEST_F(ServiceEndpointTest, PipelinedRequestsAreAllAnsweredInOrder)
     // Still open for the next one.
     raw.send(get("/api/values"));
     EXPECT_EQ(raw.receive().status, 200);
+
+    // A client that shuts its side after its requests still gets every answer.
+    RawClient halfClosed(endpoint.port());
+    halfClosed.send(get("/api/can") + get("/api/journal"));
+    halfClosed.finishSending();
+    EXPECT_EQ(halfClosed.receive().status, 200);
+    EXPECT_EQ(halfClosed.receive().status, 200);
 
     // Connection: close on the second of three: two answers, then the server closes.
     RawClient closing(endpoint.port());
