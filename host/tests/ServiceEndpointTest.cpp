@@ -22,6 +22,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -460,6 +461,40 @@ TEST_F(ServiceEndpointTest, FiveHundredClientsAtOnceAreAllServed)
     for (std::thread& t : clients)
         t.join();
     EXPECT_EQ(served.load(), 500);
+}
+
+TEST_F(ServiceEndpointTest, ClientsArrivingWhileItIsBusyWaitInTheBacklog)
+{
+    RawClient busy(endpoint.port());
+    std::vector<int> arriving;
+    {
+        // The UI thread holds a value the JSON reads: the endpoint's thread waits for it.
+        DataValue::ConditionalLocker hold(GUI_speedLimitRequest);
+        busy.send(get("/api/values"));
+        EXPECT_TRUE(busy.silentFor(300));
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(uint16_t(endpoint.port()));
+        to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        for (int i = 0; i < 150; ++i) {
+            arriving.push_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+            ::connect(arriving.back(), reinterpret_cast<sockaddr*>(&to), sizeof to);
+        }
+        // Nobody accepts now: only what the listen backlog holds completes its handshake.
+        int connected = 0;
+        for (int round = 0; round < 20 && connected < 128; ++round) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(round == 0 ? 0 : 50));
+            std::vector<pollfd> writable;
+            for (int fd : arriving)
+                writable.push_back({fd, POLLOUT, 0});
+            ::poll(writable.data(), writable.size(), 0);
+            connected = int(std::count_if(writable.begin(), writable.end(), [](const pollfd& p) { return p.revents & POLLOUT; }));
+        }
+        EXPECT_GE(connected, 128);
+    }
+    EXPECT_EQ(busy.receive().status, 200);
+    for (int fd : arriving)
+        ::close(fd);
 }
 
 TEST(ServiceEndpointShareTest, EachClientAddressHasAShareAndTheRestWaitTheirTurn)
