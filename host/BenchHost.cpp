@@ -1,5 +1,7 @@
 #include "BenchHost.h"
 
+#include "BenchDrive.h"
+#include "BenchPaths.h"
 #include "BrowserScreen.h"
 #include "CANCommandLine.h"
 #include "InputFile.h"
@@ -17,15 +19,19 @@
 #include "views/AppWindow.h"
 #include "views/ButtonView.h"
 #include "views/PageView.h"
+#include "views/WebView.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QImage>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QTimer>
+#include <algorithm>
 #include <functional>
 
 namespace {
@@ -55,6 +61,12 @@ bool BenchHost::assign(const QString& name, const QString& value, QString* error
     if (!dv) {
         *error = QStringLiteral("unknown data value '%1'").arg(name);
         return false;
+    }
+    // A car that stops sending a fact leaves its value invalid.
+    if (value == QLatin1String("invalid")) {
+        DataValue::EventLocker lock(*dv);
+        dv->setValidNoLock(false);
+        return true;
     }
     return dv->setFromString(value, error);
 }
@@ -108,8 +120,15 @@ bool BenchHost::start(QString* error)
         return false;
     StorageUtils::setAssetsFolder(assetsDirectory());
     // The catalogue must be there before the plug-in's pages look signals up.
-    if (mOptions.parser && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error))
+    const bool driving = mOptions.driveAt >= 0;
+    if (mOptions.parser
+        && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error,
+                                  driving ? BenchDrive::sampleSignals() : CANTrafficGenerator::ValueSource()))
         return false;
+    if (driving) {
+        auto* drive = new BenchDrive(this);
+        drive->start(mOptions.driveAt);
+    }
     const QString record = mOptions.parser ? CANCommandLine::recordPath(*mOptions.parser) : QString();
     if (!record.isEmpty()) {
         mRecorder = std::make_unique<CANRecorder>();
@@ -119,9 +138,14 @@ bool BenchHost::start(QString* error)
         }
     }
 
-    if (mService.start(mOptions.servicePort, &reason))
+    if (mService.start(mOptions.servicePort, &reason)) {
         Logger(this, "INFO") << "Service endpoint on" << mService.url();
-    else
+        // The pages that show the car's endpoint reach this bench's, whatever its port, unless
+        // the configuration names another.
+        ConfigHostDefaults::set(QStringLiteral("diag/dravik_url"), mService.url());
+        ConfigHostDefaults::set(QStringLiteral("diag/vitals_url"),
+                                QStringLiteral("%1/web_content/vitals/vitals.html?endpoint=") + mService.url());
+    } else
         Logger(this, "WARN") << "Service endpoint off:" << reason << "- the bench runs on without it";
 
     // The host screens the APPS page offers, one line each.
@@ -147,6 +171,19 @@ bool BenchHost::start(QString* error)
     return true;
 }
 
+namespace {
+
+bool sameContent(const QString& a, const QString& b)
+{
+    QFile first(a);
+    QFile second(b);
+    if (first.size() != second.size() || !first.open(QIODevice::ReadOnly) || !second.open(QIODevice::ReadOnly))
+        return false;
+    return first.readAll() == second.readAll();
+}
+
+} // namespace
+
 void BenchHost::installManual()
 {
     const QString from = assetsDirectory() + QStringLiteral("/web_content/manual");
@@ -156,6 +193,9 @@ void BenchHost::installManual()
         problem = QStringLiteral("cannot create the folder");
     } else {
         for (const QString& name : QDir(from).entryList(QDir::Files)) {
+            // A manual installed with the package, or by an earlier start, is left as it is.
+            if (sameContent(from + QLatin1Char('/') + name, to + QLatin1Char('/') + name))
+                continue;
             QFile::remove(to + QLatin1Char('/') + name);
             QFile source(from + QLatin1Char('/') + name);
             if (!source.copy(to + QLatin1Char('/') + name)) {
@@ -174,10 +214,10 @@ void BenchHost::installManual()
 void BenchHost::openBrowser(const QString& title, const QUrl& url, bool withAddress)
 {
     // The engine starts with the first web view and looks for its launcher in the current
-    // folder, as a car's UI runs in its own: the bench's is beside the bench. Paths the bench
-    // was given stay relative to where it was started.
+    // folder, as a car's UI runs in its own: the bench's is with its other parts. Paths the
+    // bench was given stay relative to where it was started.
     const QString started = QDir::currentPath();
-    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    QDir::setCurrent(benchLibraryDir());
     openScreen(new BrowserScreen(mWindow, title, mLoader.exportedClass(QStringLiteral("WebKitView")), url, withAddress));
     QDir::setCurrent(started);
 }
@@ -266,6 +306,30 @@ void BenchHost::settle(const std::function<void()>& then)
     });
 }
 
+void BenchHost::settleWithPageData(const std::function<void()>& then)
+{
+    // A dashboard shows its first values once the requests its page made have come back;
+    // a page that never quiets down is taken as it is after a while.
+    constexpr int PatienceMs = 5000;
+    QElapsedTimer waited;
+    waited.start();
+    auto* look = new QTimer(this);
+    look->setInterval(10);
+    connect(look, &QTimer::timeout, this, [this, look, waited, then] {
+        const QList<DisplayView*> shown = shownViews();
+        const bool busy = std::any_of(shown.begin(), shown.end(), [](DisplayView* view) {
+            auto* page = qobject_cast<WebView*>(view);
+            return page && page->isBusy();
+        });
+        if (busy && waited.elapsed() < PatienceMs)
+            return;
+        look->stop();
+        look->deleteLater();
+        settle(then);
+    });
+    look->start();
+}
+
 bool BenchHost::writeScreenshot(const QString& path, QString* error) const
 {
     const QImage image = mDisplay->render();
@@ -280,22 +344,51 @@ bool BenchHost::writeViewDump(const QString& path, QString* error) const
 {
     QJsonObject root = ViewDump::toJson(mWindow);
     root.insert(QStringLiteral("overlay"), ViewDump::toJson(theCenterDisplay->overlay()));
+    // What the views show comes from these: a test reads the state beside the views.
+    QJsonArray values;
+    for (const DataValue* value : DataValueRegistry::all())
+        values.append(value->toJson());
+    root.insert(QStringLiteral("dataValues"), values);
     return ViewDump::writeFile(root, path, error);
 }
 
-QList<DisplayView*> BenchHost::findShownViews(const QString& text, bool overlayOnly) const
+QList<DisplayView*> BenchHost::shownViews(bool overlayOnly) const
 {
     QList<DisplayView*> found;
     std::function<void(DisplayView*)> visit = [&](DisplayView* view) {
         if (!view->isVisible())
             return;
-        if (view->describe() == text)
-            found.append(view);
+        found.append(view);
         for (DisplayView* child : view->childViews())
             visit(child);
     };
     if (mWindow && !overlayOnly)
         visit(mWindow);
     visit(theCenterDisplay->overlay());
+    return found;
+}
+
+bool BenchHost::labelMatches(const DisplayView* view, const QString& wanted)
+{
+    const QString text = view->describe();
+    if (!wanted.startsWith(QLatin1Char('~')))
+        return !text.isEmpty() && text == wanted;
+    // A part of a label is looked for as a person reads it: line breaks are blanks, any case.
+    return text.simplified().contains(wanted.mid(1).simplified(), Qt::CaseInsensitive);
+}
+
+bool BenchHost::readsAs(const DisplayView* view, const QString& words)
+{
+    const QString text = view->describe().simplified();
+    return !text.isEmpty() && text.compare(words.simplified(), Qt::CaseInsensitive) == 0;
+}
+
+QList<DisplayView*> BenchHost::findShownViews(const QString& text, bool overlayOnly) const
+{
+    QList<DisplayView*> found;
+    for (DisplayView* view : shownViews(overlayOnly)) {
+        if (labelMatches(view, text))
+            found.append(view);
+    }
     return found;
 }

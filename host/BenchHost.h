@@ -47,6 +47,8 @@ public:
 
     // Runs the event loop until queued work (layouts, restarts) is done, then calls back.
     void settle(const std::function<void()>& then);
+    // Settles, and first waits (a few seconds at most) for the shown pages' first data.
+    void settleWithPageData(const std::function<void()>& then);
 
     // "NAME=VALUE" or name and value: sets a data value, false with a reason.
     static bool assign(const QString& name, const QString& value, QString* error);
@@ -56,6 +58,14 @@ public:
     // The shown views whose label or title is this text, in paint order (the last is on
     // top): the application's, then the overlay's (popups, open lists).
     QList<DisplayView*> findShownViews(const QString& text, bool overlayOnly = false) const;
+    // Every shown view, in paint order.
+    QList<DisplayView*> shownViews(bool overlayOnly = false) const;
+    // Whether the view's label or title is `wanted`, or contains TEXT when `wanted` is "~TEXT"
+    // (line breaks read as blanks, any case).
+    static bool labelMatches(const DisplayView* view, const QString& wanted);
+    // Whether the view's label reads as these words, whatever its line breaks and case: how a
+    // person names a control's row ("Power Limit (kW)" for "POWER\nLIMIT (kW)").
+    static bool readsAs(const DisplayView* view, const QString& words);
 
 signals:
     // The app was torn down and built again.

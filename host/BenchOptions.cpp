@@ -1,10 +1,11 @@
 #include "BenchOptions.h"
 
+#include "BenchPaths.h"
 #include "CANCommandLine.h"
+#include "ScriptParser.h"
 #include "services/StorageUtils.h"
 
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QDir>
 #include <QRegularExpression>
 
@@ -15,40 +16,10 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     parser.setApplicationDescription(QStringLiteral(
         "The car's centre display on a desk: loads a UI plug-in into the application window and\n"
         "lets you drive it by hand, by script, or off screen.\n\n"
-        "Script commands, one per line ('#' starts a comment; quote arguments with blanks; a label\n"
-        "with a line break is written \"IN\\nSERVICE\"):\n"
-        "  set NAME VALUE            set a data value\n"
-        "  config KEY VALUE          write a configuration value into the store\n"
-        "  tap X Y                   tap a point of the display\n"
-        "  tap \"LABEL\" [N]           tap the shown view with that label or title (the topmost,\n"
-        "                            or the N-th from 1 in paint order)\n"
-        "  drag X1 Y1 X2 Y2          drag a finger from one point to another\n"
-        "  drag \"LABEL\" DX DY        drag from the middle of a view by DX, DY (may be negative)\n"
-        "  choose \"ROW\"              tap a row of the open picker list\n"
-        "  answer \"BUTTON\"           press a button of the topmost popup\n"
-        "  type \"TEXT\"               type text into the view that has key focus\n"
-        "  keys \"TEXT\"               type text by tapping the on-screen keyboard's keys\n"
-        "  wait-for \"LABEL\"          wait (up to 20 s) until a view with that label or title shows;\n"
-        "                            a web view's title is its page's\n"
-        "  wait-for-no \"LABEL\"       wait (up to 20 s) until no view with that label or title shows\n"
-        "  wait MS                   let the app run for MS milliseconds\n"
-        "  pause \"TEXT\"              print TEXT and stop until Enter (or the end of the input)\n"
-        "  dump FILE                 write the view tree (and the overlay) as JSON\n"
-        "  screenshot FILE           write a PNG of the display\n"
-        "  expect-journal \"LINE\"     fail unless the platform journal has that line (waits up to 5 s\n"
-        "                            for host commands to report)\n"
-        "  expect-log \"TEXT\"         fail unless a line logged so far contains TEXT (\"INFO message\")\n"
-        "  expect-value NAME VALUE   fail unless the data value is VALUE (or 'invalid')\n"
-        "  expect-pending NAME VALUE fail unless the pending request is VALUE (or 'none')\n"
-        "  expect-view \"LABEL\"       fail unless a shown view has that label or title\n"
-        "  expect-no-view \"LABEL\"    fail if a shown view has that label or title\n"
-        "  expect-enabled \"LABEL\"    fail unless that view (the topmost) takes touches\n"
-        "  expect-disabled \"LABEL\"   fail unless that view (the topmost) is disabled\n"
-        "  wait-for-enabled \"LABEL\"  wait (up to 20 s) until that view (the topmost) takes touches\n"
-        "  quit                      stop here\n"
-        "Exit status: 0 done, 1 an expectation or output failed, 2 bad usage or bad input."));
-    const QString defaultPlugin = QDir(QCoreApplication::applicationDirPath())
-                                      .filePath(QStringLiteral("plugins/DiagnosticTools/libDiagnosticTools.so"));
+        "%1"
+        "Exit status: 0 done, 1 an expectation or output failed, 2 bad usage or bad input.").arg(scriptCommandHelp()));
+    const QString defaultPlugin =
+        QDir(benchLibraryDir()).filePath(QStringLiteral("plugins/DiagnosticTools/libDiagnosticTools.so"));
     parser.addHelpOption();
     parser.addOptions({
         {QStringLiteral("plugin"), QStringLiteral("The plug-in library to load (default: %1).").arg(defaultPlugin),
@@ -87,6 +58,14 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         {QStringLiteral("script"),
          QStringLiteral("Run a script of bench commands (listed above), then exit."),
          QStringLiteral("FILE")},
+        {QStringLiteral("drive"),
+         QStringLiteral("Take the bench car on a drive that repeats every four minutes: speed, gear, charge, 12 V "
+                        "and temperatures change as on a real one, and the sample catalogue's generated traffic "
+                        "carries the same values.")},
+        {QStringLiteral("drive-at"), QStringLiteral("Start the drive this many seconds in (implies --drive)."),
+         QStringLiteral("SECONDS")},
+        {QStringLiteral("keep-going"),
+         QStringLiteral("Let a script go on past failed expectations, report each, and exit 1 at the end.")},
     });
     CANCommandLine::addOptions(parser);
     if (!parser.parse(arguments)) {
@@ -107,6 +86,17 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     options->screenshotPath = parser.value(QStringLiteral("screenshot"));
     options->dumpPath = parser.value(QStringLiteral("dump-views"));
     options->scriptPath = parser.value(QStringLiteral("script"));
+    options->keepGoing = parser.isSet(QStringLiteral("keep-going"));
+    if (parser.isSet(QStringLiteral("drive-at"))) {
+        bool ok = false;
+        options->driveAt = parser.value(QStringLiteral("drive-at")).toDouble(&ok);
+        if (!ok || !(options->driveAt >= 0) || options->driveAt > 1e9) {
+            *error = QStringLiteral("--drive-at wants seconds from 0, not \"%1\"").arg(parser.value(QStringLiteral("drive-at")));
+            return false;
+        }
+    } else if (parser.isSet(QStringLiteral("drive"))) {
+        options->driveAt = 0;
+    }
     options->dataDir = parser.value(QStringLiteral("data-dir"));
     options->browserUrl = parser.value(QStringLiteral("browser"));
     options->failingHostCommands = parser.values(QStringLiteral("fail-host-command"));

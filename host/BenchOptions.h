@@ -19,6 +19,8 @@ struct BenchOptions {
     QString screenshotPath;
     QString dumpPath;
     QString scriptPath;
+    bool keepGoing = false;     // a script goes on past failed expectations
+    double driveAt = -1;        // seconds into the bench car's drive at start; < 0 parked
     int vehicleLatencyMs = 300; // how long the car takes to accept a pending request
     QString dataDir;            // empty: StorageUtils' default
     int servicePort = 8080;     // the service endpoint's loopback port; 0 picks a free one

@@ -61,7 +61,8 @@ QString CANCommandLine::recordPath(const QCommandLineParser& parser)
     return parser.value(QString::fromLatin1(RecordOption));
 }
 
-bool CANCommandLine::apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error)
+bool CANCommandLine::apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error,
+                           const CANTrafficGenerator::ValueSource& generated)
 {
     const QStringList dbcs = parser.values(QString::fromLatin1(DbcOption));
     const QString log = parser.value(QString::fromLatin1(LogOption));
@@ -121,7 +122,7 @@ bool CANCommandLine::apply(const QCommandLineParser& parser, const QString& asse
         CANDataManager::addInterface(eq > 0 ? i.left(eq) : i);
     }
     if (generate || !anySource)
-        CANDataManager::addGenerator();
+        CANDataManager::addGenerator(1.0, generated);
     CANDataManager::startSources();
     return true;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "can/CANTrafficGenerator.h"
+
 
 #include <QString>
 
@@ -19,8 +21,10 @@ public:
     // Loads the catalogue and starts the sources. `assetsDir` holds can/sample.dbc. False
     // (with a reason) for unusable option values and for catalogues and logs that are not
     // there or not regular files (a log may be a pipe); a catalogue that cannot be parsed and
-    // interfaces that cannot be read are logged and the rest runs.
-    static bool apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error);
+    // interfaces that cannot be read are logged and the rest runs. Generated traffic takes the
+    // signals `generated` knows from it.
+    static bool apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error,
+                      const CANTrafficGenerator::ValueSource& generated = {});
 
     static QString sampleCatalogue(const QString& assetsDir);
     // The --can-record file, empty when not asked for.

@@ -1,10 +1,10 @@
 #include "HostCommandListener.h"
 
+#include "BenchPaths.h"
 #include "core/Logger.h"
 #include "hostcommand/HostCommandReport.h"
 #include "services/PlatformJournal.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QLocalSocket>
@@ -17,7 +17,7 @@ HostCommandListener::HostCommandListener(QObject* parent)
 
 QString HostCommandListener::commandsFolder()
 {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/host-commands");
+    return benchLibraryDir() + QStringLiteral("/host-commands");
 }
 
 bool HostCommandListener::start(const QString& commandsFolder, const QString& socketFolder, QString* error)

@@ -4,20 +4,22 @@
 #include "core/ConfigValue.h"
 #include "core/DataValue.h"
 #include "core/Logger.h"
-#include "display/DisplayDevice.h"
 #include "services/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 #include "views/ButtonView.h"
 #include "views/DisplayView.h"
+#include "views/DropDownPicker.h"
+#include "views/SlideSwitch.h"
 #include "views/keyboard/KeyMap.h"
 #include "views/keyboard/KeyboardView.h"
 #include "views/popup/PopupView.h"
+#include "views/table/TableCell.h"
+#include "views/table/TableModel.h"
+#include "views/table/TableView.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QHash>
-#include <QProcess>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -27,67 +29,16 @@
 
 namespace {
 
-// Command name -> the argument counts it takes.
-const QHash<QString, QVector<int>>& commandArity()
-{
-    static const QHash<QString, QVector<int>> arity{
-        {"set", {2}}, {"config", {2}}, {"tap", {1, 2}}, {"drag", {3, 4}}, {"choose", {1}}, {"answer", {1}},
-        {"type", {1}}, {"keys", {1}}, {"wait-for", {1}}, {"pause", {1}}, {"wait-for-no", {1}}, {"wait", {1}}, {"dump", {1}}, {"screenshot", {1}},
-        {"expect-journal", {1}}, {"expect-log", {1}}, {"expect-value", {2}}, {"expect-pending", {2}},
-        {"expect-view", {1}}, {"expect-no-view", {1}}, {"expect-enabled", {1}}, {"expect-disabled", {1}}, {"wait-for-enabled", {1}}, {"quit", {0}},
-    };
-    return arity;
-}
-
 // How long expect-journal waits for a record that has not come yet.
 constexpr int JournalPatienceMs = 5000;
 // How long wait-for waits for a view: pages load from a browser that may be starting.
 constexpr int ViewPatienceMs = 20000;
 
-bool isNumber(const QString& text, bool allowNegative)
+bool isNumber(const QString& text)
 {
     bool ok = false;
-    const int n = text.toInt(&ok);
-    return ok && (allowNegative || n >= 0);
-}
-
-// Labels are written on one line: "IN\nSERVICE" names a two-line label.
-QString labelArgument(const QString& text)
-{
-    QString out;
-    for (int i = 0; i < text.size(); ++i) {
-        if (text[i] == QLatin1Char('\\') && i + 1 < text.size() && text[i + 1] == QLatin1Char('n')) {
-            out += QLatin1Char('\n');
-            ++i;
-        } else {
-            out += text[i];
-        }
-    }
-    return out;
-}
-
-// Checks the numbers of one command; an empty text when they are fine.
-QString numberProblem(const ScriptRunner::Command& c)
-{
-    const QStringList& a = c.args;
-    const auto wants = [&](const QString& what) {
-        return QStringLiteral("'%1' wants %2, found '%3'").arg(c.name, what, a.join(QLatin1Char(' ')));
-    };
-    if (c.name == QLatin1String("wait") && !isNumber(a[0], false))
-        return wants(QStringLiteral("whole non-negative numbers"));
-    if (c.name == QLatin1String("tap")) {
-        if (a.size() == 2 && isNumber(a[0], true) && !(isNumber(a[0], false) && isNumber(a[1], false)))
-            return wants(QStringLiteral("whole non-negative numbers"));
-        if (a.size() == 2 && !isNumber(a[0], true) && !(isNumber(a[1], false) && a[1].toInt() >= 1))
-            return wants(QStringLiteral("a label and a count from 1"));
-    }
-    if (c.name == QLatin1String("drag")) {
-        if (a.size() == 4 && !std::all_of(a.begin(), a.end(), [](const QString& n) { return isNumber(n, false); }))
-            return wants(QStringLiteral("X1 Y1 X2 Y2 as whole non-negative numbers"));
-        if (a.size() == 3 && !(isNumber(a[1], true) && isNumber(a[2], true)))
-            return wants(QStringLiteral("a label and a whole DX DY"));
-    }
-    return QString();
+    text.toInt(&ok);
+    return ok;
 }
 
 } // namespace
@@ -108,68 +59,13 @@ bool ScriptRunner::load(QString* error)
         *error = QStringLiteral("cannot read script %1: %2").arg(mPath, file.errorString());
         return false;
     }
-    return parse(QString::fromUtf8(file.readAll()), mPath, &mCommands, error);
-}
-
-bool ScriptRunner::parse(const QString& text, const QString& fileName, QVector<Command>* commands, QString* error)
-{
-    const QStringList lines = text.split(QLatin1Char('\n'));
-    for (int i = 0; i < lines.size(); ++i) {
-        const QString line = lines[i].trimmed();
-        if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
-            continue;
-        const auto where = [&](const QString& reason) { return QStringLiteral("%1:%2: %3").arg(fileName).arg(i + 1).arg(reason); };
-        if (line.count(QLatin1Char('"')) % 2 != 0) {
-            *error = where(QStringLiteral("unbalanced quote"));
-            return false;
-        }
-        QStringList words = QProcess::splitCommand(line);
-        Command command{i + 1, words.takeFirst(), words};
-        const auto arity = commandArity().constFind(command.name);
-        if (arity == commandArity().constEnd()) {
-            *error = where(QStringLiteral("unknown command '%1'").arg(command.name));
-            return false;
-        }
-        const int n = command.args.size();
-        if (!arity->contains(n)) {
-            QStringList counts;
-            for (int count : *arity)
-                counts << QString::number(count);
-            *error = where(QStringLiteral("'%1' takes %2 argument(s), found %3").arg(command.name, counts.join(QStringLiteral(" or "))).arg(n));
-            return false;
-        }
-        const QString problem = numberProblem(command);
-        if (!problem.isEmpty()) {
-            *error = where(problem);
-            return false;
-        }
-        const bool namesValue = command.name == QLatin1String("set") || command.name == QLatin1String("expect-value")
-            || command.name == QLatin1String("expect-pending");
-        if (namesValue) {
-            DataValue* value = DataValueRegistry::find(command.args[0]);
-            if (!value) {
-                *error = where(QStringLiteral("unknown data value '%1'").arg(command.args[0]));
-                return false;
-            }
-            // A value the data value cannot take is bad input, as it is for --set.
-            QVariant parsed;
-            QString reason;
-            const QString& text = command.args[1];
-            const bool special = command.name != QLatin1String("set")
-                && (text == QLatin1String("invalid") || text == QLatin1String("none"));
-            if (!special && !value->parseString(text, &parsed, &reason)) {
-                *error = where(reason);
-                return false;
-            }
-        }
-        commands->append(command);
-    }
-    return true;
+    return parseScript(QString::fromUtf8(file.readAll()), mPath, &mCommands, error);
 }
 
 void ScriptRunner::run()
 {
     mNext = 0;
+    mFailedExpectations = 0;
     // Start from a settled app, as a person would.
     mHost->settle([this] { step(); });
 }
@@ -177,12 +73,12 @@ void ScriptRunner::run()
 void ScriptRunner::step()
 {
     if (mNext >= mCommands.size()) {
-        emit finished(0);
+        emit finished(mFailedExpectations ? 1 : 0);
         return;
     }
-    const Command command = mCommands[mNext++];
+    const ScriptCommand command = mCommands[mNext++];
     if (command.name == QLatin1String("quit")) {
-        emit finished(0);
+        emit finished(mFailedExpectations ? 1 : 0);
         return;
     }
     if (command.name == QLatin1String("pause")) {
@@ -191,8 +87,11 @@ void ScriptRunner::step()
     }
     int waitMs = 0;
     if (!execute(command, &waitMs)) {
-        emit finished(1);
-        return;
+        if (!mKeepGoing || !isExpectation(command)) {
+            emit finished(1);
+            return;
+        }
+        ++mFailedExpectations;
     }
     if (waitMs > 0)
         QTimer::singleShot(waitMs, this, [this] { mHost->settle([this] { step(); }); });
@@ -215,43 +114,12 @@ void ScriptRunner::pause(const QString& text)
     });
 }
 
-void ScriptRunner::fail(const Command& command, const QString& reason)
+void ScriptRunner::fail(const ScriptCommand& command, const QString& reason)
 {
     Logger(nullptr, "ERROR") << QStringLiteral("%1:%2:").arg(mPath).arg(command.line) << reason;
 }
 
-DisplayView* ScriptRunner::viewToTouch(const Command& c, const QString& label, int nth, bool overlayOnly)
-{
-    const QList<DisplayView*> views = mHost->findShownViews(label, overlayOnly);
-    if (views.isEmpty()) {
-        fail(c, QStringLiteral("no shown view labelled '%1' to %2").arg(label, c.name));
-        return nullptr;
-    }
-    if (nth > views.size()) {
-        fail(c, QStringLiteral("only %1 shown view(s) labelled '%2', not %3").arg(views.size()).arg(label).arg(nth));
-        return nullptr;
-    }
-    // The topmost one unless the script counts them.
-    DisplayView* view = nth > 0 ? views[nth - 1] : views.last();
-    if (!view->isEffectivelyEnabled()) {
-        fail(c, QStringLiteral("the view labelled '%1' is disabled").arg(label));
-        return nullptr;
-    }
-    return view;
-}
-
-void ScriptRunner::drag(const QPoint& from, const QPoint& to)
-{
-    DisplayDevice* display = mHost->display();
-    display->touch(int(TouchEvent::Kind::Press), from);
-    // Enough steps for the views to see a movement, as a finger gives them.
-    constexpr int Steps = 10;
-    for (int i = 1; i <= Steps; ++i)
-        display->touch(int(TouchEvent::Kind::Move), from + (to - from) * i / Steps);
-    display->touch(int(TouchEvent::Kind::Release), to);
-}
-
-bool ScriptRunner::execute(const Command& c, int* waitMs)
+bool ScriptRunner::execute(const ScriptCommand& c, int* waitMs)
 {
     QString error;
     const QString& a0 = c.args.value(0);
@@ -262,63 +130,16 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
         }
     } else if (c.name == QLatin1String("config")) {
         if (!ConfigStore::write(a0, c.args[1])) {
-            fail(c, QStringLiteral("cannot write the configuration value %1").arg(a0));
+            fail(c, QStringLiteral("cannot write the configuration value %1").arg(quoted(a0)));
             return false;
-        }
-    } else if (c.name == QLatin1String("tap") || c.name == QLatin1String("choose") || c.name == QLatin1String("answer")) {
-        QPoint point;
-        if (c.args.size() == 2 && isNumber(a0, true)) {
-            point = QPoint(a0.toInt(), c.args[1].toInt());
-        } else {
-            const int nth = c.args.size() == 2 ? c.args[1].toInt() : 0;
-            DisplayView* view = nullptr;
-            if (c.name == QLatin1String("answer")) {
-                PopupView* popup = theCenterDisplay->topmostPopup();
-                if (!popup) {
-                    fail(c, QStringLiteral("no popup is open to answer '%1'").arg(labelArgument(a0)));
-                    return false;
-                }
-                const QList<DisplayView*> buttons = mHost->findShownViews(labelArgument(a0), true);
-                for (DisplayView* button : buttons) {
-                    if (button->isChildOf(popup))
-                        view = button;
-                }
-                if (!view) {
-                    fail(c, QStringLiteral("the open popup '%1' has no button '%2'").arg(popup->describe(), labelArgument(a0)));
-                    return false;
-                }
-            } else {
-                view = viewToTouch(c, labelArgument(a0), nth, c.name == QLatin1String("choose"));
-                if (!view)
-                    return false;
-            }
-            point = view->rootGeometry().center();
-        }
-        mHost->display()->tap(point);
-    } else if (c.name == QLatin1String("drag")) {
-        if (c.args.size() == 4) {
-            drag(QPoint(a0.toInt(), c.args[1].toInt()), QPoint(c.args[2].toInt(), c.args[3].toInt()));
-        } else {
-            DisplayView* view = viewToTouch(c, labelArgument(a0), 0, false);
-            if (!view)
-                return false;
-            const QPoint from = view->rootGeometry().center();
-            drag(from, from + QPoint(c.args[1].toInt(), c.args[2].toInt()));
         }
     } else if (c.name == QLatin1String("type")) {
         for (const QChar ch : a0)
             KeyStroke::forCharacter(ch).deliver();
     } else if (c.name == QLatin1String("keys")) {
         return tapKeys(c, a0);
-    } else if (c.name == QLatin1String("wait-for") || c.name == QLatin1String("wait-for-no")) {
-        const QString label = labelArgument(a0);
-        const bool wanted = c.name == QLatin1String("wait-for");
-        if (!waitUntil([&] { return mHost->findShownViews(label).isEmpty() != wanted; }, ViewPatienceMs)) {
-            fail(c, QStringLiteral("a view labelled '%1' %2 for %3 s")
-                        .arg(a0, wanted ? "never showed" : "kept showing")
-                        .arg(ViewPatienceMs / 1000));
-            return false;
-        }
+    } else if (c.name == QLatin1String("choose")) {
+        return choose(c);
     } else if (c.name == QLatin1String("wait")) {
         *waitMs = a0.toInt();
     } else if (c.name == QLatin1String("dump")) {
@@ -331,46 +152,298 @@ bool ScriptRunner::execute(const Command& c, int* waitMs)
             fail(c, error);
             return false;
         }
+    } else if (c.name.startsWith(QLatin1String("wait-for"))) {
+        return c.name == QLatin1String("wait-for-enabled") ? expectEnabled(c) : waitForView(c);
     } else if (c.name == QLatin1String("expect-journal")) {
-        // Host commands report from their own processes: give them a moment to arrive.
-        if (!waitUntil([&] { return PlatformJournal::instance()->contains(a0); }, JournalPatienceMs)) {
-            fail(c, QStringLiteral("expected the journal line '%1'; the journal has: %2")
-                        .arg(a0, PlatformJournal::instance()->lines().join(QStringLiteral(" | "))));
-            return false;
-        }
+        return expectJournal(c);
     } else if (c.name == QLatin1String("expect-log")) {
-        const QStringList lines = mLog->lines();
-        if (!std::any_of(lines.begin(), lines.end(), [&](const QString& line) { return line.contains(a0); })) {
-            fail(c, QStringLiteral("expected a log line with '%1'").arg(a0));
-            return false;
-        }
+        return expectLog(c);
     } else if (c.name == QLatin1String("expect-value") || c.name == QLatin1String("expect-pending")) {
         return expectValue(c);
     } else if (c.name == QLatin1String("expect-view") || c.name == QLatin1String("expect-no-view")) {
-        const bool wanted = c.name == QLatin1String("expect-view");
-        if (mHost->findShownViews(labelArgument(a0)).isEmpty() == wanted) {
-            fail(c, QString::fromLatin1(wanted ? "no shown view labelled '%1'" : "a view labelled '%1' is shown").arg(a0));
+        return expectView(c);
+    } else if (c.name == QLatin1String("expect-enabled") || c.name == QLatin1String("expect-disabled")) {
+        return expectEnabled(c);
+    } else {
+        return touch(c);
+    }
+    return true;
+}
+
+bool ScriptRunner::touch(const ScriptCommand& c)
+{
+    if (c.name == QLatin1String("release")) {
+        mFinger.release();
+        return true;
+    }
+    if (c.name == QLatin1String("move")) {
+        mFinger.moveTo(QPoint(c.args[0].toInt(), c.args[1].toInt()));
+        return true;
+    }
+    if (c.name == QLatin1String("drag")) {
+        QPoint from, to;
+        if (c.args.size() == 4) {
+            from = QPoint(c.args[0].toInt(), c.args[1].toInt());
+            to = QPoint(c.args[2].toInt(), c.args[3].toInt());
+        } else {
+            DisplayView* view = viewToTouch(c, labelArgument(c.args[0]), 0, false);
+            if (!view)
+                return false;
+            from = view->rootGeometry().center();
+            to = from + QPoint(c.args[1].toInt(), c.args[2].toInt());
+        }
+        mFinger.drag(from, to, c.durationMs);
+        return true;
+    }
+    QPoint point;
+    if (!touchPoint(c, &point))
+        return false;
+    if (c.name == QLatin1String("press"))
+        mFinger.press(point);
+    else
+        mFinger.tap(point, c.name == QLatin1String("tap") ? c.durationMs : DefaultTapHoldMs);
+    return true;
+}
+
+bool ScriptRunner::touchPoint(const ScriptCommand& c, QPoint* point)
+{
+    const QStringList& a = c.args;
+    if (c.name == QLatin1String("answer"))
+        return buttonOfTopmostPopup(c, point);
+    if (a.size() == 2 && isNumber(a[0])) {
+        *point = QPoint(a[0].toInt(), a[1].toInt());
+        return true;
+    }
+    if (a.size() == 2 && !isNumber(a[1]))
+        return slideSwitchPosition(c, point);
+    DisplayView* view = viewToTouch(c, labelArgument(a[0]), a.size() == 2 ? a[1].toInt() : 0, false);
+    if (view)
+        *point = view->rootGeometry().center();
+    return view;
+}
+
+DisplayView* ScriptRunner::viewToTouch(const ScriptCommand& c, const QString& label, int nth, bool overlayOnly)
+{
+    const QList<DisplayView*> views = mHost->findShownViews(label, overlayOnly);
+    if (views.isEmpty()) {
+        fail(c, QStringLiteral("no shown view labelled '%1' to %2").arg(quoted(label), c.name));
+        return nullptr;
+    }
+    if (nth > views.size()) {
+        fail(c, QStringLiteral("only %1 shown view(s) labelled '%2', not %3").arg(views.size()).arg(quoted(label)).arg(nth));
+        return nullptr;
+    }
+    // The topmost one unless the script counts them.
+    DisplayView* view = nth > 0 ? views[nth - 1] : views.last();
+    if (!view->isEffectivelyEnabled()) {
+        fail(c, QStringLiteral("the view labelled '%1' is disabled").arg(quoted(label)));
+        return nullptr;
+    }
+    return view;
+}
+
+DisplayView* ScriptRunner::controlNamed(const QString& name, const char* className) const
+{
+    const QList<DisplayView*> shown = mHost->shownViews();
+    QList<DisplayView*> controls;
+    std::copy_if(shown.begin(), shown.end(), std::back_inserter(controls),
+                 [&](DisplayView* v) { return v->inherits(className); });
+    for (DisplayView* control : controls) {
+        if (BenchHost::readsAs(control, name))
+            return control;
+    }
+    // Where a finger sees the control: a picker with a face of its own takes no room itself.
+    const auto placeOf = [](DisplayView* control) {
+        auto* picker = qobject_cast<DropDownPicker*>(control);
+        return (picker && picker->face() ? picker->face() : control)->rootGeometry();
+    };
+    // A row's label sits to the left of its control, on the same line.
+    for (DisplayView* label : shown) {
+        if (!BenchHost::readsAs(label, name))
+            continue;
+        const QRect at = label->rootGeometry();
+        DisplayView* nearest = nullptr;
+        for (DisplayView* control : controls) {
+            const QRect r = placeOf(control);
+            const bool sameLine = r.top() <= at.center().y() && at.center().y() <= r.bottom();
+            if (sameLine && r.left() >= at.right() && (!nearest || r.left() < placeOf(nearest).left()))
+                nearest = control;
+        }
+        if (nearest)
+            return nearest;
+    }
+    return nullptr;
+}
+
+bool ScriptRunner::slideSwitchPosition(const ScriptCommand& c, QPoint* point)
+{
+    const QString name = labelArgument(c.args[0]);
+    auto* slide = qobject_cast<SlideSwitch*>(controlNamed(name, "SlideSwitch"));
+    if (!slide) {
+        fail(c, QStringLiteral("no shown slide switch named or labelled '%1'").arg(quoted(name)));
+        return false;
+    }
+    const QStringList positions = slide->positions();
+    const auto it = std::find_if(positions.begin(), positions.end(), [&](const QString& p) {
+        return p.simplified().compare(labelArgument(c.args[1]).simplified(), Qt::CaseInsensitive) == 0;
+    });
+    if (it == positions.end()) {
+        fail(c, QStringLiteral("the slide switch '%1' has no position '%2' (it has %3)")
+                    .arg(quoted(name), quoted(c.args[1]), positions.join(QLatin1Char('/'))));
+        return false;
+    }
+    if (!slide->isEffectivelyEnabled()) {
+        fail(c, QStringLiteral("the slide switch '%1' is disabled").arg(quoted(name)));
+        return false;
+    }
+    const int index = int(it - positions.begin());
+    const int segment = slide->width() / int(positions.size());
+    *point = slide->mapToRoot(QPoint(index * segment + segment / 2, slide->height() / 2));
+    return true;
+}
+
+bool ScriptRunner::buttonOfTopmostPopup(const ScriptCommand& c, QPoint* point)
+{
+    const QString label = labelArgument(c.args[0]);
+    PopupView* popup = theCenterDisplay->topmostPopup();
+    if (!popup) {
+        fail(c, QStringLiteral("no popup is open to answer '%1'").arg(quoted(label)));
+        return false;
+    }
+    DisplayView* button = nullptr;
+    for (DisplayView* view : mHost->findShownViews(label, true)) {
+        if (view->isChildOf(popup))
+            button = view;
+    }
+    if (!button) {
+        fail(c, QStringLiteral("the open popup '%1' has no button '%2'").arg(popup->describe(), quoted(label)));
+        return false;
+    }
+    *point = button->rootGeometry().center();
+    return true;
+}
+
+bool ScriptRunner::choose(const ScriptCommand& c)
+{
+    if (c.args.size() == 2) {
+        const QString name = labelArgument(c.args[0]);
+        auto* picker = qobject_cast<DropDownPicker*>(controlNamed(name, "DropDownPicker"));
+        if (!picker || !picker->face()) {
+            fail(c, QStringLiteral("no shown picker named or labelled '%1'").arg(quoted(name)));
             return false;
         }
-    } else if (c.name == QLatin1String("expect-enabled") || c.name == QLatin1String("expect-disabled")
-               || c.name == QLatin1String("wait-for-enabled")) {
-        const QString label = labelArgument(a0);
-        const bool wanted = c.name != QLatin1String("expect-disabled");
-        const auto settled = [&] {
-            const QList<DisplayView*> views = mHost->findShownViews(label);
-            return !views.isEmpty() && views.last()->isEffectivelyEnabled() == wanted;
-        };
-        if (c.name == QLatin1String("wait-for-enabled"))
-            waitUntil(settled, ViewPatienceMs);
+        if (!picker->isEffectivelyEnabled()) {
+            fail(c, QStringLiteral("the picker '%1' is disabled").arg(quoted(name)));
+            return false;
+        }
+        mFinger.tap(picker->face()->rootGeometry().center(), DefaultTapHoldMs);
+        if (!picker->isOpen()) {
+            fail(c, QStringLiteral("the picker '%1' did not open").arg(quoted(name)));
+            return false;
+        }
+        return chooseRow(c, picker->listView(), labelArgument(c.args[1]));
+    }
+    // The open list is the topmost table of the overlay.
+    TableView* list = nullptr;
+    for (DisplayView* view : mHost->shownViews(true)) {
+        if (auto* table = qobject_cast<TableView*>(view))
+            list = table;
+    }
+    if (!list) {
+        fail(c, QStringLiteral("no list is open to choose '%1'").arg(quoted(c.args[0])));
+        return false;
+    }
+    return chooseRow(c, list, labelArgument(c.args[0]));
+}
+
+bool ScriptRunner::chooseRow(const ScriptCommand& c, TableView* list, const QString& text)
+{
+    TableModel* model = list->model();
+    const int sections = model ? model->sectionCount(list->path()) : 0;
+    for (int s = 1; s <= sections; ++s) {
+        const int rows = model->sectionItemCount(TableModelIndex(list->path(), s, 0));
+        for (int r = 0; r < rows; ++r) {
+            const TableModelIndex index(list->path(), s, r);
+            if (model->item(index).toString().simplified().compare(text.simplified(), Qt::CaseInsensitive) != 0)
+                continue;
+            if (!list->cellForIndex(index))
+                list->scrollToRow(index);
+            TableCell* cell = list->cellForIndex(index);
+            if (!cell || !cell->isEffectivelyEnabled()) {
+                fail(c, QStringLiteral("the row '%1' cannot be tapped").arg(quoted(text)));
+                return false;
+            }
+            // A row scrolled to the top may still be partly under the list's edge.
+            const QRect visible = cell->rootGeometry().intersected(list->rootGeometry());
+            mFinger.tap(visible.center(), DefaultTapHoldMs);
+            return true;
+        }
+    }
+    fail(c, QStringLiteral("the open list has no row '%1'").arg(quoted(text)));
+    return false;
+}
+
+bool ScriptRunner::waitForView(const ScriptCommand& c)
+{
+    const QString label = labelArgument(c.args[0]);
+    const bool wanted = c.name == QLatin1String("wait-for");
+    if (!waitUntil([&] { return mHost->findShownViews(label).isEmpty() != wanted; }, ViewPatienceMs)) {
+        fail(c, QStringLiteral("a view labelled '%1' %2 for %3 s")
+                    .arg(quoted(c.args[0]), wanted ? "never showed" : "kept showing")
+                    .arg(ViewPatienceMs / 1000));
+        return false;
+    }
+    return true;
+}
+
+bool ScriptRunner::expectView(const ScriptCommand& c)
+{
+    const bool wanted = c.name == QLatin1String("expect-view");
+    if (mHost->findShownViews(labelArgument(c.args[0])).isEmpty() == wanted) {
+        fail(c, QString::fromLatin1(wanted ? "no shown view labelled '%1'" : "a view labelled '%1' is shown").arg(quoted(c.args[0])));
+        return false;
+    }
+    return true;
+}
+
+bool ScriptRunner::expectEnabled(const ScriptCommand& c)
+{
+    const QString label = labelArgument(c.args[0]);
+    const bool wanted = c.name != QLatin1String("expect-disabled");
+    const auto settled = [&] {
         const QList<DisplayView*> views = mHost->findShownViews(label);
-        if (views.isEmpty()) {
-            fail(c, QStringLiteral("no shown view labelled '%1'").arg(a0));
-            return false;
-        }
-        if (!settled()) {
-            fail(c, QStringLiteral("the view labelled '%1' is %2").arg(a0, wanted ? "disabled" : "enabled"));
-            return false;
-        }
+        return !views.isEmpty() && views.last()->isEffectivelyEnabled() == wanted;
+    };
+    if (c.name == QLatin1String("wait-for-enabled"))
+        waitUntil(settled, ViewPatienceMs);
+    if (mHost->findShownViews(label).isEmpty()) {
+        fail(c, QStringLiteral("no shown view labelled '%1'").arg(quoted(c.args[0])));
+        return false;
+    }
+    if (!settled()) {
+        fail(c, QStringLiteral("the view labelled '%1' is %2").arg(quoted(c.args[0]), wanted ? "disabled" : "enabled"));
+        return false;
+    }
+    return true;
+}
+
+bool ScriptRunner::expectJournal(const ScriptCommand& c)
+{
+    // Host commands report from their own processes: give them a moment to arrive.
+    if (!waitUntil([&] { return PlatformJournal::instance()->contains(c.args[0]); }, JournalPatienceMs)) {
+        fail(c, QStringLiteral("expected the journal line '%1'; the journal has: %2")
+                    .arg(quoted(c.args[0]), PlatformJournal::instance()->lines().join(QStringLiteral(" | "))));
+        return false;
+    }
+    return true;
+}
+
+bool ScriptRunner::expectLog(const ScriptCommand& c)
+{
+    const QStringList lines = mLog->lines();
+    if (!std::any_of(lines.begin(), lines.end(), [&](const QString& line) { return line.contains(c.args[0]); })) {
+        fail(c, QStringLiteral("expected a log line with '%1'").arg(quoted(c.args[0])));
+        return false;
     }
     return true;
 }
@@ -388,7 +461,7 @@ bool ScriptRunner::waitUntil(const std::function<bool()>& done, int patienceMs)
     return done();
 }
 
-bool ScriptRunner::tapKeys(const Command& c, const QString& text)
+bool ScriptRunner::tapKeys(const ScriptCommand& c, const QString& text)
 {
     if (!theCenterDisplay->isKeyboardVisible()) {
         fail(c, QStringLiteral("the on-screen keyboard is not showing"));
@@ -405,7 +478,7 @@ bool ScriptRunner::tapKeys(const Command& c, const QString& text)
                 return false;
             }
             const bool typesIt = key->label() == QString(ch) || (ch == QLatin1Char(' ') && key->label() == QLatin1String("SPACE"));
-            mHost->display()->tap(key->rootGeometry().center());
+            mFinger.tap(key->rootGeometry().center(), DefaultTapHoldMs);
             if (typesIt)
                 break;
             if (++taps > 3) {
@@ -417,7 +490,7 @@ bool ScriptRunner::tapKeys(const Command& c, const QString& text)
     return true;
 }
 
-bool ScriptRunner::expectValue(const Command& c)
+bool ScriptRunner::expectValue(const ScriptCommand& c)
 {
     DataValue* value = DataValueRegistry::find(c.args[0]);
     const QString& wanted = c.args[1];
@@ -437,7 +510,7 @@ bool ScriptRunner::expectValue(const Command& c)
     }
     if (!matches) {
         fail(c, QStringLiteral("expected %1 %2 to be %3, it is %4")
-                    .arg(c.name == QLatin1String("expect-pending") ? "the pending value of" : "", c.args[0], wanted, actual)
+                    .arg(c.name == QLatin1String("expect-pending") ? "the pending value of" : "", c.args[0], quoted(wanted), quoted(actual))
                     .simplified());
         return false;
     }

@@ -52,6 +52,7 @@ int main(int argc, char** argv)
     BenchHost host(options);
     if (!options.scriptPath.isEmpty()) {
         script = new ScriptRunner(&host, options.scriptPath);
+        script->setKeepGoing(options.keepGoing);
         if (!script->load(&error))
             return usageError(error);
     }
@@ -65,22 +66,25 @@ int main(int argc, char** argv)
     }
 
     int status = 0;
-    bool outputsWritten = false;
     host.settle([&] {
         // The start-up benchmark waits for this line.
         host.display()->render();
         Logger(nullptr, "INFO") << "First frame painted after" << int(sinceStart.elapsed()) << "ms";
         if (script)
             return;
-        if (!options.screenshotPath.isEmpty() && !host.writeScreenshot(options.screenshotPath, &error))
-            status = usageError(error);
-        if (!options.dumpPath.isEmpty() && !host.writeViewDump(options.dumpPath, &error))
-            status = usageError(error);
-        outputsWritten = !options.screenshotPath.isEmpty() || !options.dumpPath.isEmpty();
-        if (outputsWritten || status != 0)
+        if (options.screenshotPath.isEmpty() && options.dumpPath.isEmpty()) {
+            if (options.offscreen)
+                Logger(nullptr, "INFO") << "Running off screen with nothing to write; stop with Ctrl-C";
+            return;
+        }
+        // What is written shows the pages with their data, as a person sees them a moment later.
+        host.settleWithPageData([&] {
+            if (!options.screenshotPath.isEmpty() && !host.writeScreenshot(options.screenshotPath, &error))
+                status = usageError(error);
+            if (!options.dumpPath.isEmpty() && !host.writeViewDump(options.dumpPath, &error))
+                status = usageError(error);
             QApplication::exit(status == 0 ? 0 : 1);
-        else if (options.offscreen)
-            Logger(nullptr, "INFO") << "Running off screen with nothing to write; stop with Ctrl-C";
+        });
     });
     if (script) {
         QObject::connect(script, &ScriptRunner::finished, &app, [](int exitStatus) { QApplication::exit(exitStatus); });

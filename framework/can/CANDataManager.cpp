@@ -194,10 +194,10 @@ void CANDataManager::addInterface(const QString& iface)
     state().runners.push_back(std::move(r));
 }
 
-void CANDataManager::addGenerator(double speed)
+void CANDataManager::addGenerator(double speed, CANTrafficGenerator::ValueSource values)
 {
     auto r = std::make_unique<Runner>();
-    r->source = std::make_unique<CANTrafficGenerator>(CANData::global(), speed);
+    r->source = std::make_unique<CANTrafficGenerator>(CANData::global(), speed, std::move(values));
     state().runners.push_back(std::move(r));
 }
 

@@ -2,6 +2,7 @@
 
 #include "OrvaneExport.h"
 #include "can/CANDecoder.h"
+#include "can/CANTrafficGenerator.h"
 
 #include <QString>
 #include <QStringList>
@@ -43,7 +44,8 @@ public:
     static bool mapInterface(const QString& iface, const QString& bus);
     static void addLogReplay(const QString& path, double speed, bool loop);
     static void addInterface(const QString& iface);
-    static void addGenerator(double speed = 1.0);
+    // Traffic from the catalogue; signals `values` knows carry its values instead of waves.
+    static void addGenerator(double speed = 1.0, CANTrafficGenerator::ValueSource values = {});
     // Stops and forgets every source, forgets values and counters, and replays this log
     // instead (interface mappings kept).
     static void switchToLogReplay(const QString& path, double speed, bool loop);

@@ -69,9 +69,10 @@ void rangeOf(const DbcSignal& s, double& lo, double& hi)
 
 } // namespace
 
-CANTrafficGenerator::CANTrafficGenerator(const CANData& catalogue, double speed)
+CANTrafficGenerator::CANTrafficGenerator(const CANData& catalogue, double speed, ValueSource values)
     : mCatalogue(catalogue)
     , mSpeed(speed > 0 ? speed : 1.0)
+    , mValues(std::move(values))
 {
 }
 
@@ -80,7 +81,8 @@ QString CANTrafficGenerator::description() const
     return QStringLiteral("traffic generator");
 }
 
-void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double seconds, uint64_t n, CanFrame& frame)
+void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double seconds, uint64_t n, CanFrame& frame,
+                                    const ValueSource& values)
 {
     const DbcMessage& m = message.definition();
     frame.id = m.id;
@@ -110,6 +112,10 @@ void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double second
         if (!s.labels.empty()) {
             const size_t step = size_t(seconds / (2.0 + 4.0 * hashUnit(seed)) + hashUnit(seed + 1) * 97);
             s.layout.insert(frame.data, uint64_t(s.labels[step % s.labels.size()].value));
+            continue;
+        }
+        if (const std::optional<double> given = values ? values(message, s) : std::nullopt) {
+            s.layout.insert(frame.data, rawBitsFor(s, *given));
             continue;
         }
         double lo, hi;
@@ -167,7 +173,7 @@ CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const std:
         }
         queue.pop();
         const CANMessageNode* m = mCatalogue.busAt(next.bus)->messageAt(next.message);
-        makeFrame(*m, next.at, next.count, frame);
+        makeFrame(*m, next.at, next.count, frame, mValues);
         decoder.decode(frame, next.bus);
         mSent.fetch_add(1, std::memory_order_relaxed);
         const double cycle = (m->cycleTimeMs() > 0 ? m->cycleTimeMs() : DefaultCycleMs) / 1000.0;

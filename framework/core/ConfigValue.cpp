@@ -278,9 +278,38 @@ ConfigValueBase::ConfigValueBase(const QString& key, const QVariant& defaultValu
 
 ConfigValueBase::~ConfigValueBase() = default;
 
+namespace {
+struct HostDefaults {
+    QMutex mutex;
+    QHash<QString, QVariant> values;
+};
+
+HostDefaults& hostDefaults()
+{
+    static HostDefaults instance;
+    return instance;
+}
+} // namespace
+
+void ConfigHostDefaults::set(const QString& key, const QVariant& value)
+{
+    HostDefaults& d = hostDefaults();
+    QMutexLocker lock(&d.mutex);
+    d.values.insert(key, value);
+}
+
+QVariant ConfigHostDefaults::value(const QString& key)
+{
+    HostDefaults& d = hostDefaults();
+    QMutexLocker lock(&d.mutex);
+    return d.values.value(key);
+}
+
 QVariant ConfigValueBase::stored() const
 {
     QVariant v = ConfigStore::read(mKey);
+    if (!v.isValid())
+        v = ConfigHostDefaults::value(mKey);
     if (!v.isValid())
         return mDefault;
     if (mDefault.type() == QVariant::Bool) {

@@ -31,6 +31,15 @@ public:
     static bool parse(const QString& path, QList<QPair<QString, QString>>* entries, QString* error);
 };
 
+// What the host running the UI puts in place of a key's built-in default, for values that
+// depend on the host (the address of its service endpoint). A value in the store still wins.
+// Safe to use from any thread.
+class ORVANE_EXPORT ConfigHostDefaults {
+public:
+    static void set(const QString& key, const QVariant& value);
+    static QVariant value(const QString& key);
+};
+
 class ORVANE_EXPORT ConfigValueBase {
 public:
     ConfigValueBase(const QString& key, const QVariant& defaultValue);

@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QJsonValue>
 #include <QMutex>
 #include <QThread>
 
@@ -370,4 +371,19 @@ void DataValueRegistry::remove(DataValue* value)
         r.byName.remove(value->name());
         r.ordered.removeAll(value);
     }
+}
+
+QJsonObject DataValue::toJson() const
+{
+    QJsonObject out;
+    out.insert(QStringLiteral("name"), name());
+    out.insert(QStringLiteral("type"), typeName(type()));
+    ConditionalLocker lock(this);
+    out.insert(QStringLiteral("value"), QJsonValue::fromVariant(variant()));
+    out.insert(QStringLiteral("valid"), isValid());
+    out.insert(QStringLiteral("pending"), hasPending());
+    if (hasPending())
+        out.insert(QStringLiteral("pendingValue"), QJsonValue::fromVariant(pendingVariant()));
+    out.insert(QStringLiteral("display"), toDisplayString());
+    return out;
 }

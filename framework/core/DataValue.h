@@ -9,6 +9,8 @@
 // A named, typed, observable vehicle-state or request slot. Each value is a global object and
 // is also listed in DataValueRegistry. Readers and writers on any thread take the value's own
 // lock; observers are told on the value's (UI) thread.
+class QJsonObject;
+
 class ORVANE_EXPORT DataValue : public QObject {
     Q_OBJECT
 public:
@@ -57,6 +59,9 @@ public:
     QString toValueString() const;
     // The value with its state: "85", "85 (invalid)", "85 → 90 (pending)".
     QString toDisplayString() const;
+    // Name, type, value, validity, the pending request and the display text, read under the
+    // value's lock: what a dump or the service endpoint shows of it.
+    QJsonObject toJson() const;
 
     // From now on every change is logged at INFO with the value's state, for values whose
     // history a technician needs afterwards. Asking again changes nothing.

@@ -11,6 +11,8 @@
 #include <QPainter>
 #include <QTimer>
 
+#include <sys/mman.h>
+
 namespace {
 DisplayDevice* gDisplay = nullptr;
 ConfigBoolValue CompositeRedirect(QStringLiteral("display/composite_redirect"), true);
@@ -43,9 +45,37 @@ DisplayDevice* DisplayDevice::instance()
     return gDisplay;
 }
 
+namespace {
+
+// A full frame is megabytes: touched page by page the first time, its faults cost tens of
+// milliseconds on a virtual machine; asked for populated, one call.
+struct MappedPixels {
+    void* memory;
+    size_t bytes;
+};
+
+QImage populatedImage(const QSize& size)
+{
+    const size_t bytes = size_t(qMax(0, size.width())) * size_t(qMax(0, size.height())) * 4;
+    void* memory = bytes > 0 ? mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0)
+                             : MAP_FAILED;
+    if (memory == MAP_FAILED)
+        return QImage(size, QImage::Format_RGB32);
+    return QImage(
+        static_cast<uchar*>(memory), size.width(), size.height(), size.width() * 4, QImage::Format_RGB32,
+        [](void* info) {
+            const auto* pixels = static_cast<MappedPixels*>(info);
+            munmap(pixels->memory, pixels->bytes);
+            delete pixels;
+        },
+        new MappedPixels{memory, bytes});
+}
+
+} // namespace
+
 QImage DisplayDevice::render() const
 {
-    QImage image(mSize, QImage::Format_RGB32);
+    QImage image = populatedImage(mSize);
     image.fill(Qt::black);
     QPainter painter(&image);
     paint(painter);
@@ -158,6 +188,13 @@ void DisplayDevice::tap(const QPoint& rootPosition)
     touch(int(TouchEvent::Kind::Release), rootPosition);
 }
 
+void DisplayDevice::cancelTouch()
+{
+    DisplayView* holder = mTouchGrab;
+    mTouchGrab = nullptr;
+    holder->touchEvent({TouchEvent::Kind::Cancel, localTo(holder, mPressPosition)});
+}
+
 void DisplayDevice::key(QKeyEvent* event)
 {
     for (DisplayView* v = mKeyFocus; v; v = v->parentView()) {
@@ -221,4 +258,16 @@ void DisplayDevice::viewDestroyed(DisplayView* view)
         gDisplay->mKeyFocus = nullptr;
     if (gDisplay->mRoot == view)
         gDisplay->mRoot = nullptr;
+}
+
+void DisplayDevice::viewWithdrawn(DisplayView* view)
+{
+    if (gDisplay && gDisplay->mTouchGrab && gDisplay->mTouchGrab->isChildOf(view))
+        gDisplay->cancelTouch();
+}
+
+void DisplayDevice::modalShown(DisplayView* overlay)
+{
+    if (gDisplay && gDisplay->mTouchGrab && !gDisplay->mTouchGrab->isChildOf(overlay))
+        gDisplay->cancelTouch();
 }

@@ -47,6 +47,11 @@ public:
     static void setKeyFocus(DisplayView* view);
     static DisplayView* keyFocus();
     static void viewDestroyed(DisplayView* view);
+    // The view was hidden, disabled or relabelled: a finger held on it or inside it no longer
+    // counts, so its holder gets a Cancel instead of a release that would act on what is gone.
+    static void viewWithdrawn(DisplayView* view);
+    // A modal popup came over the application: a finger held outside `overlay` is cancelled.
+    static void modalShown(DisplayView* overlay);
 
     // A native window's content for a view to paint, redirected off screen and followed as it
     // changes. Null when the setting "display/composite_redirect" is off, the X server cannot
@@ -63,6 +68,7 @@ private:
     void paintView(QPainter& painter, DisplayView* view, const QRect& area) const;
     DisplayView* pressAlong(DisplayView* deepest, const QPoint& rootPosition);
     void takeOver(const QPoint& movedBy);
+    void cancelTouch();
 
     DisplayView* mRoot;
     QSize mSize;

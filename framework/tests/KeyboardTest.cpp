@@ -175,6 +175,23 @@ TEST_F(KeyboardTest, ATextFieldEditsThroughTheKeyboardAndHidesItWhenLeft)
     EXPECT_FALSE(theCenterDisplay->isKeyboardVisible()) << "the field let go of the keyboard";
 }
 
+TEST_F(KeyboardTest, AKeyHeldWhileTheKeyboardHidesTypesNothing)
+{
+    TextFieldView field(&root, "ab");
+    field.setGeometry(QRect(500, 10, 400, 60));
+    display.tap(QPoint(600, 30));
+    ASSERT_TRUE(theCenterDisplay->isKeyboardVisible());
+    ButtonView* key = keyboard()->keyTowards(QLatin1Char('c'));
+    ASSERT_TRUE(key);
+    display.touch(int(TouchEvent::Kind::Press), key->rootGeometry().center());
+    // Focus moved on (the page took it) while the finger rested on the key.
+    recorder.setKeyFocus();
+    ASSERT_FALSE(theCenterDisplay->isKeyboardVisible());
+    display.touch(int(TouchEvent::Kind::Release), key->rootGeometry().center());
+    EXPECT_EQ(field.text(), "ab");
+    EXPECT_TRUE(recorder.events.isEmpty()) << recorder.events.join(' ').toStdString();
+}
+
 TEST_F(KeyboardTest, PageDialogsAnswerOnceWithTheirButtonsAndThePromptsText)
 {
     const auto buttons = [](PopupView* popup) {

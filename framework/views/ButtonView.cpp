@@ -1,5 +1,6 @@
 #include "views/ButtonView.h"
 
+#include "display/DisplayDevice.h"
 #include "services/FontManager.h"
 #include "services/Skin.h"
 
@@ -50,6 +51,8 @@ void ButtonView::setLabel(const QString& label)
     if (mLabel == label)
         return;
     mLabel = label;
+    // A finger on the old label did not choose the new one (a tab bar that gained a tab).
+    DisplayDevice::viewWithdrawn(this);
     update();
 }
 
@@ -92,6 +95,13 @@ void ButtonView::valueChanged()
         update();
     }
     setToggled((r.valid || r.pending) && r.shown().toBool());
+}
+
+QString ButtonView::describe() const
+{
+    if (!mLabel.isEmpty())
+        return mLabel;
+    return objectName().isEmpty() ? mImage : objectName();
 }
 
 void ButtonView::activated()

@@ -35,7 +35,8 @@ public:
     int insetBottom() const { return 5; }
 
     void draw(QPainter& painter) override;
-    QString describe() const override { return mLabel.isEmpty() ? mImage : mLabel; }
+    // An image button is known by its name when it has one, else by its image.
+    QString describe() const override;
     void dumpProperties(QJsonObject& out) const override;
 
 protected:

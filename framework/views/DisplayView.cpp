@@ -166,6 +166,8 @@ void DisplayView::show(bool visible)
     if (mVisible == visible)
         return;
     mVisible = visible;
+    if (!visible)
+        DisplayDevice::viewWithdrawn(this);
     if (mParentView)
         mParentView->update();
     update();
@@ -186,6 +188,8 @@ void DisplayView::enable(bool on, bool redraw)
     if (mEnabled == on)
         return;
     mEnabled = on;
+    if (!on)
+        DisplayDevice::viewWithdrawn(this);
     if (redraw)
         update();
     if (on)

@@ -48,6 +48,8 @@ public:
     void setMaxItemsToDisplay(qreal items) { mMaxItems = items; }
     qreal maxItemsToDisplay() const { return mMaxItems; }
 
+    // What a finger taps to open the list: the given button, or the picker itself.
+    DisplayView* face() const;
     bool isOpen() const;
     // The open (or last opened) list; null before the first opening.
     TableView* listView() const { return mTable; }
@@ -70,7 +72,6 @@ private slots:
     void rowTapped(TableView* table, const TableModelIndex& index);
 
 private:
-    DisplayView* face() const;
     int rowHeight() const;
     void syncListSelection();
 

@@ -6,15 +6,51 @@
 #include <QApplication>
 #include <QJsonObject>
 #include <QMouseEvent>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QPainter>
 #include <QWebFrame>
 #include <QWebPage>
 #include <QWebSettings>
 
+#include <functional>
+#include <memory>
+#include <utility>
+
 namespace {
 // How far a finger may wander before a tap becomes a drag.
 constexpr int TapSlop = 12;
-}
+
+// Tells of every request the page makes, its scripts' included, when it starts and when it
+// is done, so the view knows when the page has what it asked for.
+class CountingNetworkAccess : public QNetworkAccessManager {
+public:
+    CountingNetworkAccess(QObject* parent, std::function<void(int)> changed)
+        : QNetworkAccessManager(parent)
+        , mChanged(std::move(changed))
+    {
+    }
+
+protected:
+    QNetworkReply* createRequest(Operation op, const QNetworkRequest& request, QIODevice* data) override
+    {
+        QNetworkReply* reply = QNetworkAccessManager::createRequest(op, request, data);
+        mChanged(+1);
+        // Finished, or gone without finishing: counted down once either way.
+        auto done = std::make_shared<bool>(false);
+        const auto end = [this, done] {
+            if (!std::exchange(*done, true))
+                mChanged(-1);
+        };
+        connect(reply, &QNetworkReply::finished, this, end);
+        connect(reply, &QObject::destroyed, this, end);
+        return reply;
+    }
+
+private:
+    std::function<void(int)> mChanged;
+};
+} // namespace
 
 WebView::WebView(DisplayView* parent, qreal zoomFactor)
     : DisplayView(parent)
@@ -33,6 +69,12 @@ WebView::WebView(DisplayView* parent, qreal zoomFactor)
     connect(mPage, &QWebPage::scrollRequested, this, [this] { update(); });
     connect(frame, &QWebFrame::contentsSizeChanged, this, &WebView::contentsChanged);
     connect(frame, &QWebFrame::loadFinished, this, &WebView::pageLoaded);
+    connect(frame, &QWebFrame::loadStarted, this, [this] { mLoading = true; });
+    mPage->setNetworkAccessManager(new CountingNetworkAccess(mPage, [this](int change) {
+        mRequestsInFlight += change;
+        if (!isBusy())
+            emit settled();
+    }));
     connect(mScroller, &KineticScroller::offsetChanged, this, &WebView::scrolled);
 }
 
@@ -61,8 +103,14 @@ void WebView::resized()
     contentsChanged();
 }
 
+bool WebView::isBusy() const
+{
+    return mLoading || mRequestsInFlight > 0;
+}
+
 void WebView::pageLoaded(bool ok)
 {
+    mLoading = false;
     const QUrl url = mPage->mainFrame()->requestedUrl();
     // Unloading loads the empty address, which the engine reports as a failure.
     if (!ok && !url.isEmpty())
@@ -70,6 +118,8 @@ void WebView::pageLoaded(bool ok)
     mScroller->setOffset(QPointF(0, 0));
     contentsChanged();
     emit loadFinished(ok);
+    if (!isBusy())
+        emit settled();
 }
 
 void WebView::contentsChanged()

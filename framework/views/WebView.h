@@ -23,6 +23,8 @@ public:
     qreal zoomFactor() const;
     void setZoomFactor(qreal factor);
     KineticScroller* scroller() const { return mScroller; }
+    // Loading, or waiting for requests the page made (a dashboard fetching its first values).
+    bool isBusy() const;
 
     void draw(QPainter& painter) override;
     bool touchEvent(const TouchEvent& event) override;
@@ -35,6 +37,8 @@ public slots:
 
 signals:
     void loadFinished(bool ok);
+    // isBusy() went false.
+    void settled();
 
 private:
     void pageLoaded(bool ok);
@@ -47,4 +51,6 @@ private:
     QPoint mPressPoint;
     bool mDragging = false;
     bool mPressStoppedGlide = false;
+    bool mLoading = false;
+    int mRequestsInFlight = 0;
 };

@@ -9,113 +9,15 @@
 #include <QProcess>
 #include <QTcpServer>
 #include <QTemporaryDir>
+#include <QUrl>
 #include <algorithm>
 #include <functional>
-#include "BenchProcess.h"
+#include "BenchFixture.h"
 #include "TestSupport.h"
 #include "services/PlacesHistoryDB.h"
 #include "services/StorageUtils.h"
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-
-namespace {
-
-class BenchEndToEnd : public ::testing::Test {
-protected:
-    BenchRun bench(const QStringList& arguments) { return runBench(arguments, dir.path()); }
-
-    QString file(const QString& name, const QByteArray& content = QByteArray())
-    {
-        const QString path = dir.filePath(name);
-        if (!content.isNull()) {
-            QFile f(path);
-            f.open(QIODevice::WriteOnly);
-            f.write(content);
-        }
-        return path;
-    }
-
-    QJsonObject dump(const QString& name)
-    {
-        QFile f(dir.filePath(name));
-        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << name.toStdString();
-        return QJsonDocument::fromJson(f.readAll()).object();
-    }
-
-    // Depth-first search for the first view matching a predicate.
-    static QJsonObject find(const QJsonObject& view, const std::function<bool(const QJsonObject&)>& match)
-    {
-        if (match(view))
-            return view;
-        for (const QJsonValue& child : view["children"].toArray()) {
-            const QJsonObject hit = find(child.toObject(), match);
-            if (!hit.isEmpty())
-                return hit;
-        }
-        return QJsonObject();
-    }
-
-    static QJsonObject byClass(const QJsonObject& root, const QString& cls)
-    {
-        return find(root, [&](const QJsonObject& v) { return v["class"].toString() == cls; });
-    }
-
-    static QJsonObject byLabel(const QJsonObject& root, const QString& label)
-    {
-        return find(root, [&](const QJsonObject& v) { return v["label"].toString() == label; });
-    }
-
-    // The tabs as a person sees them, left to right.
-    static QStringList tabTitles(const QJsonObject& root)
-    {
-        QStringList titles;
-        for (const QJsonValue& tab : byClass(root, "TabSelectorView")["children"].toArray())
-            titles << tab["label"].toString();
-        return titles;
-    }
-
-    // The lit tab, and the page that is actually shown: they must agree.
-    static QString currentTitle(const QJsonObject& root)
-    {
-        QString lit;
-        for (const QJsonValue& tab : byClass(root, "TabSelectorView")["children"].toArray()) {
-            if (tab["toggled"].toBool())
-                lit = tab["label"].toString();
-        }
-        const QJsonObject pages = byClass(root, "MultiPageView");
-        const QString shown =
-            find(pages, [](const QJsonObject& v) { return v.contains("title") && v["visible"].toBool(); })["title"].toString();
-        return lit == shown ? shown : "lit " + lit + " but shown " + shown;
-    }
-
-    // The shown rows of a kind of cell, in table order: "label" or, for drawn rows, "text".
-    static QStringList shownRows(const QJsonObject& root, const QString& cls, const QString& property = "label")
-    {
-        QList<QPair<QPair<int, int>, QString>> rows;
-        std::function<void(const QJsonObject&)> visit = [&](const QJsonObject& v) {
-            if (v["class"].toString() == cls && v["shown"].toBool() && v["row"].toInt() >= 0)
-                rows.append({{v["section"].toInt(), v["row"].toInt()}, v[property].toString()});
-            for (const QJsonValue& child : v["children"].toArray())
-                visit(child.toObject());
-        };
-        visit(root);
-        std::sort(rows.begin(), rows.end());
-        QStringList out;
-        for (const auto& r : rows)
-            out << r.second;
-        return out;
-    }
-
-    QByteArray contents(const QString& name)
-    {
-        QFile f(dir.filePath(name));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(missing)");
-    }
-
-    QTemporaryDir dir;
-};
-
-} // namespace
 
 TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
 {
@@ -174,8 +76,7 @@ TEST_F(BenchEndToEnd, SettingsAndActionsAreDrivenAndObservedByScript)
                                 "expect-log \"INFO user changed esp mode request\"\n"
                                 "expect-disabled \"60\"\n"
                                 "set GUI_enableSpeedLimitRequest true\n"
-                                "tap \"60\"\n"
-                                "choose \"90\"\n"
+                                "choose \"Speed Limit\" \"90\"\n"
                                 "expect-pending GUI_speedLimitRequest 90\n"
                                 "wait 400\n"
                                 "expect-value GUI_speedLimitRequest 90\n"
@@ -224,7 +125,7 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
     const QString script = file("factory.txt",
                                 "tap \"FACTORY\"\n"
                                 "# English: factory mode is asked of the car at once, no question.\n"
-                                "tap \"OFF/FACTORY/TRANSPORT\"\n"
+                                "tap \"FACTORY MODE\" \"FACTORY\"\n"
                                 "expect-no-view \"FACTORY MODE\"\n"
                                 "expect-pending GUI_factoryMode true\n"
                                 "wait 250\n"
@@ -250,7 +151,7 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "set GUI_powerOffRailsRequest false\n"
                                 "# Another language: the restart notice, and CANCEL changes nothing.\n"
                                 "set GUI_language 42\n"
-                                "tap \"OFF/FACTORY/TRANSPORT\"\n"
+                                "tap \"FACTORY MODE\" \"FACTORY\"\n"
                                 "expect-view \"FACTORY MODE\"\n"
                                 "answer \"CANCEL\"\n"
                                 "expect-value GUI_factoryMode false\n"
@@ -577,7 +478,7 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
                               "dump all.json\n"
                               "tap \"sample : Odometer\"\n"
                               "dump removed.json\n"
-                              "tap \"canview/back.png\"\n"
+                              "tap \"CAN BACK\"\n"
                               "wait 600\n"
                               "expect-view \"sample Messages\"\n"
                               "screenshot can.png\n");
@@ -612,7 +513,7 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
     EXPECT_TRUE(csv.contains("time,sample:VehicleSpeed:Speed,sample:VehicleSpeed:WheelSpeedFL,sample:VehicleSpeed:WheelSpeedFR"));
 
     // The next start brings the selection back; clear empties the file.
-    const QString clear = file("clear.txt", "tap \"CAN\"\ndump restored.json\ntap \"canview/clear.png\"\ndump cleared.json\n");
+    const QString clear = file("clear.txt", "tap \"CAN\"\ndump restored.json\ntap \"CAN CLEAR\"\ndump cleared.json\n");
     run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--script", clear});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_EQ(shownRows(dump("restored.json"), "TableCellRendererAdapter"),
@@ -656,4 +557,61 @@ TEST_F(BenchEndToEnd, TheBenchRunsThePluginsBrowserRuntimeOnceStartedUp)
     const BenchRun run = bench({"--offscreen", "--script", file("ready.txt", "expect-value GUI_allReady true\n")});
     EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_FALSE(run.output.contains("no browser runtime")) << run.output.toStdString();
+}
+
+TEST_F(BenchEndToEnd, TheFirstScreenShowsTheCarsLiveValuesFromTheBenchsOwnEndpointWhateverItsPort)
+{
+    const auto shownPage = [](const QJsonObject& root) {
+        return find(root, [](const QJsonObject& v) { return v["class"].toString() == "WebView" && v["shown"].toBool(); });
+    };
+    QDir::setCurrent(dir.path());
+    BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--dump-views",
+                          file("first.json")});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    // The dump waits for the dashboard's first answer: the values are there, not "--".
+    const QJsonObject vitals = shownPage(dump("first.json"));
+    EXPECT_EQ(vitals["pageTitle"].toString(), "Vitals (live)") << vitals["url"].toString().toStdString();
+
+    const QString script = file("dravik.txt", "tap \"DRAVIK\"\nwait-for \"~Service\"\ndump dravik.json\n");
+    run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QString endpoint = run.output.section("Service endpoint on ", 1).section('\n', 0, 0).trimmed();
+    ASSERT_TRUE(endpoint.startsWith("http://127.0.0.1:")) << run.output.toStdString();
+    EXPECT_EQ(shownPage(dump("dravik.json"))["url"].toString(), endpoint);
+
+    // An address the user configured is theirs to keep.
+    const QString mine = QUrl::fromLocalFile(file("mine.html", "<title>Mine</title>")).toString();
+    run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--config",
+                 file("mine.ini", "[diag]\ndravik_url=" + mine.toUtf8() + "\n"), "--script",
+                 file("mine.txt", "tap \"DRAVIK\"\nwait-for \"Mine\"\ndump mine.json\n")});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_EQ(shownPage(dump("mine.json"))["url"].toString(), mine);
+}
+
+TEST_F(BenchEndToEnd, OnADriveTheCarsCanTrafficCarriesTheSpeedTheCarReports)
+{
+    const QString script = file("drive.txt",
+                                "tap \"CAN\"\n"
+                                "tap \"sample\"\n"
+                                "wait 400\n"
+                                "tap \"VehicleSpeed\"\n"
+                                "wait 400\n"
+                                "tap \"Speed\"\n"
+                                "wait 500\n"
+                                "dump drive.json\n");
+    QDir::setCurrent(dir.path());
+    // Well into the motorway stretch, where the speed holds for over a minute.
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", dir.filePath("data"),
+                                "--service-port", "0", "--drive-at", "130", "--script", script});
+    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
+    const QJsonObject drive = dump("drive.json");
+    EXPECT_EQ(dataValue(drive, "VAPI_vehicleSpeed")["value"].toDouble(), 110);
+    EXPECT_EQ(dataValue(drive, "VAPI_gear")["value"].toInt(), 4);
+    const QStringList rows = shownRows(drive, "TableCellRendererAdapter", "text");
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_TRUE(rows[0].startsWith("sample : Speed 110.")) << rows[0].toStdString();
+
+    const BenchRun bad = bench({"--offscreen", "--drive-at", "soon"});
+    EXPECT_EQ(bad.exitCode, 2);
+    EXPECT_TRUE(bad.output.contains("--drive-at wants seconds from 0, not \"soon\"")) << bad.output.toStdString();
 }

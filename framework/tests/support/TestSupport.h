@@ -27,10 +27,16 @@ inline void drainEvents()
 }
 
 #include <QString>
+#include <QStringList>
 #include <ostream>
 
 // Readable failure messages for Qt strings (and, through them, string lists).
 inline void PrintTo(const QString& text, std::ostream* out)
 {
     *out << '"' << text.toStdString() << '"';
+}
+
+inline void PrintTo(const QStringList& list, std::ostream* out)
+{
+    *out << '[' << list.join(QStringLiteral(", ")).toStdString() << ']';
 }

@@ -1,5 +1,6 @@
 #include "views/popup/OverlayView.h"
 
+#include "display/DisplayDevice.h"
 #include "services/CenterDisplay.h"
 #include "views/popup/PopupView.h"
 
@@ -54,6 +55,8 @@ void OverlayView::popupOpened(PopupView* popup)
     mPopups.removeAll(popup);
     // Listeners ask for the stack as it will be drawn.
     mPopups.append(popup);
+    if (popup->isModal())
+        DisplayDevice::modalShown(this);
     emit theCenterDisplay->popupWillShow(popup);
     update();
 }

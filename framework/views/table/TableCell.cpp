@@ -1,6 +1,7 @@
 #include "views/table/TableCell.h"
 
 #include "services/FontManager.h"
+#include "views/table/TableModel.h"
 #include "views/table/TableRenderer.h"
 #include "views/table/TableView.h"
 
@@ -91,6 +92,7 @@ void TableCell::setPressed(bool pressed)
 void TableCell::forgetTouch()
 {
     mTracking = false;
+    mHeldItem.clear();
     setPressed(false);
 }
 
@@ -134,6 +136,8 @@ bool TableCell::touchEvent(const TouchEvent& event)
             return false;
         // A finger that stops a gliding list only stops it.
         mTracking = !mTable->stopScrolling();
+        if (mTracking && mTable->model())
+            mHeldItem = mTable->model()->item(mIndex);
         setPressed(mTracking);
         return true;
     case TouchEvent::Kind::Move:

@@ -4,6 +4,7 @@
 #include "views/table/TableModelIndex.h"
 
 #include <QStaticText>
+#include <QVariant>
 
 class TableView;
 
@@ -55,6 +56,10 @@ private:
     void setSelected(bool selected);
     void setPressed(bool pressed);
     void forgetTouch();
+    // Under a finger that may still become a tap.
+    bool isHeld() const { return mTracking; }
+    // What the row showed when the finger came down: a reload keeps the cell only for it.
+    QVariant heldItem() const { return mHeldItem; }
 
     TableView* mTable;
     int mKind;
@@ -68,5 +73,6 @@ private:
     bool mSelected = false;
     bool mPressed = false;
     bool mTracking = false;
+    QVariant mHeldItem;
     int mTextPixelSize = 0;
 };

@@ -44,8 +44,15 @@ void TableView::setHeaderHeight(int height)
 
 void TableView::reloadData()
 {
-    for (TableCell* cell : qAsConst(mVisible))
-        releaseCell(cell);
+    // A refresh while a finger is on a row must not swallow the tap: the row's cell stays if
+    // the row still shows what the finger came down on.
+    TableCell* held = nullptr;
+    for (TableCell* cell : qAsConst(mVisible)) {
+        if (cell->isHeld())
+            held = cell;
+        else
+            releaseCell(cell);
+    }
     mVisible.clear();
     mEntries.clear();
     mRowCount = 0;
@@ -67,9 +74,24 @@ void TableView::reloadData()
         }
     }
     mContentHeight = y;
+    if (held)
+        keepHeldCell(held);
     updateBounds();
     layoutCells();
     update();
+}
+
+void TableView::keepHeldCell(TableCell* cell)
+{
+    const TableModelIndex index = cell->index();
+    if (!entryFor(index) || mModel->item(index) != cell->heldItem()) {
+        releaseCell(cell);
+        return;
+    }
+    mVisible.insert(index, cell);
+    // Disabling it cancels the finger.
+    cell->enable(mModel->isEnabled(index), false);
+    cell->update();
 }
 
 void TableView::resized()

@@ -78,6 +78,7 @@ private:
     void layoutCells();
     TableCell* makeCell(const TableModelIndex& index);
     void releaseCell(TableCell* cell);
+    void keepHeldCell(TableCell* cell);
     const Entry* entryFor(const TableModelIndex& index) const;
 
     QPointer<TableModel> mModel;

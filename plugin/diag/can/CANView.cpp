@@ -47,12 +47,15 @@ CANView::CANView(DisplayView* parent, AppInfo* appInfo, bool showAll)
 
     mBackButton = new ButtonView(this, Style(), QString());
     mBackButton->setImage(QStringLiteral("canview/back.png"));
+    // Image buttons have no label: a name lets dumps and scripts tell them apart.
+    mBackButton->setObjectName(QStringLiteral("CAN BACK"));
     mBackButton->resize(100, 100);
     mBackButton->moveTo(0, 0);
     connect(mBackButton, &ControlBase::tapped, this, &CANView::backPressed);
 
     mClearButton = new ButtonView(this, Style(), QString());
     mClearButton->setImage(QStringLiteral("canview/clear.png"));
+    mClearButton->setObjectName(QStringLiteral("CAN CLEAR"));
     mClearButton->resize(100, 100);
     connect(mClearButton, &ControlBase::tapped, this, &CANView::clearPressed);
 
