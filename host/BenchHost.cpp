@@ -3,6 +3,7 @@
 #include "BenchDrive.h"
 #include "BrowserScreen.h"
 #include "CANCommandLine.h"
+#include "InputFile.h"
 #include "hostcommand/HostCommandReport.h"
 #include "can/CANDataManager.h"
 #include "core/ConfigValue.h"
@@ -84,6 +85,9 @@ bool BenchHost::start(QString* error)
             *error = QStringLiteral("cannot create configuration file %1: %2").arg(configPath, created.errorString());
             return false;
         }
+    } else if (const QString problem = InputFile::problem(configPath); !problem.isEmpty()) {
+        *error = QStringLiteral("--config: %1").arg(problem);
+        return false;
     } else if (!ConfigStore::check(configPath, error)) {
         return false;
     }

@@ -127,6 +127,12 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         return false;
     }
     options->size = QSize(size.captured(1).toInt(), size.captured(2).toInt());
+    if (options->size.width() > MaxDisplaySide || options->size.height() > MaxDisplaySide) {
+        *error = QStringLiteral("--size: the display paints at most %1x%1, not '%2'")
+                     .arg(MaxDisplaySide)
+                     .arg(parser.value(QStringLiteral("size")));
+        return false;
+    }
     for (const QString& assignment : options->assignments) {
         if (assignment.indexOf(QLatin1Char('=')) <= 0) {
             *error = QStringLiteral("--set wants NAME=VALUE, not '%1'").arg(assignment);

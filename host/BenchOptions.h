@@ -6,6 +6,9 @@
 
 class QCommandLineParser;
 
+// The largest display side the bench paints: a frame of 8192x8192 is 256 MB already.
+constexpr int MaxDisplaySide = 8192;
+
 // What orvane-bench was asked to do.
 struct BenchOptions {
     QString pluginPath;

@@ -1,5 +1,8 @@
 #include "CANCommandLine.h"
 
+#include "InputFile.h"
+
+#include "can/CANData.h"
 #include "can/CANDataManager.h"
 #include "core/Logger.h"
 
@@ -85,6 +88,24 @@ bool CANCommandLine::apply(const QCommandLineParser& parser, const QString& asse
     for (const QString& i : interfaces)
         if (i.isEmpty() || i.startsWith(QLatin1Char('=')) || i.endsWith(QLatin1Char('=')))
             return fail(error, QStringLiteral("--can-if wants IFACE[=BUS], not \"%1\"").arg(i));
+
+    for (const QString& d : dbcs) {
+        QString bus, path;
+        CANData::splitBusArgument(d, &bus, &path);
+        const QString problem = InputFile::problem(path);
+        if (!problem.isEmpty())
+            return fail(error, QStringLiteral("--dbc: %1").arg(problem));
+    }
+    if (!log.isEmpty()) {
+        const QString problem = InputFile::problem(log, InputFile::RegularOrPipe);
+        if (!problem.isEmpty())
+            return fail(error, QStringLiteral("--can-log: %1").arg(problem));
+        if (InputFile::isPipe(log)) {
+            if (loop)
+                return fail(error, QStringLiteral("--can-loop: %1 is a pipe, which cannot start over").arg(log));
+            Logger(nullptr, "INFO") << "CAN log" << log << "is a pipe: frames are replayed as its writer sends them";
+        }
+    }
 
     const bool anySource = !log.isEmpty() || !interfaces.isEmpty() || generate;
     CANDataManager::loadCatalogue(dbcs.isEmpty() ? QStringList{sampleCatalogue(assetsDir)} : dbcs);

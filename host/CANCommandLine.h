@@ -19,8 +19,10 @@ class CANCommandLine {
 public:
     static void addOptions(QCommandLineParser& parser);
     // Loads the catalogue and starts the sources. `assetsDir` holds can/sample.dbc. False
-    // (with a reason) only for unusable option values; unreadable files and interfaces are
-    // logged and the rest runs. Generated traffic takes the signals `generated` knows from it.
+    // (with a reason) for unusable option values and for catalogues and logs that are not
+    // there or not regular files (a log may be a pipe); a catalogue that cannot be parsed and
+    // interfaces that cannot be read are logged and the rest runs. Generated traffic takes the
+    // signals `generated` knows from it.
     static bool apply(const QCommandLineParser& parser, const QString& assetsDir, QString* error,
                       const CANTrafficGenerator::ValueSource& generated = {});
 

@@ -6,26 +6,20 @@
 #include "core/Logger.h"
 #include "services/PlatformJournal.h"
 
-#include <httplib.h>
+#include "LoopbackHttpServer.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include <sys/socket.h>
-
-#include <cerrno>
-#include <cstring>
+#include <QThread>
 
 namespace {
 
 const char* const LoopbackAddress = "127.0.0.1";
 // Enough of the journal to see what just happened; the bench's panel keeps the rest.
 constexpr int JournalTail = 200;
-// Loopback clients are few; a small pool keeps the endpoint off the UI's two cores.
-constexpr size_t WorkerThreads = 4;
 
 QJsonObject valueToJson(const DataValue* value)
 {
@@ -90,35 +84,20 @@ QByteArray servicePage()
     return page.readAll();
 }
 
-bool isDecimal(const std::string& text)
+HttpResponse json(const QByteArray& body)
 {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-}
-
-const char* reasonPhrase(int status)
-{
-    switch (status) {
-    case 400: return "Bad Request";
-    case 404: return "Not Found";
-    case 405: return "Method Not Allowed";
-    case 413: return "Payload Too Large";
-    case 414: return "URI Too Long";
-    default: return status / 100 == 4 ? "Client Error" : "Server Error";
-    }
-}
-
-void sendJson(httplib::Response& res, const QByteArray& json)
-{
-    // The vitals dashboard is a local file page: it reads the JSON across origins.
-    res.set_header("Access-Control-Allow-Origin", "*");
-    res.set_header("Cache-Control", "no-store");
-    res.set_content(json.constData(), size_t(json.size()), "application/json");
+    HttpResponse response;
+    response.contentType = "application/json";
+    response.body = body;
+    return response;
 }
 
 } // namespace
 
-ServiceEndpoint::ServiceEndpoint(QObject* parent)
+ServiceEndpoint::ServiceEndpoint(QObject* parent, const HttpLimits& limits)
     : QObject(parent)
+    , mLimits(limits)
+    , mPage(servicePage())
 {
     mCanTimer.setInterval(1000);
     connect(&mCanTimer, &QTimer::timeout, this, &ServiceEndpoint::snapshotCan);
@@ -138,69 +117,23 @@ bool ServiceEndpoint::start(int port, QString* error)
 {
     stop();
     snapshotCan();
-    auto server = std::make_unique<httplib::Server>();
-    server->new_task_queue = [] { return new httplib::ThreadPool(WorkerThreads); };
-    // Few requests per connection: with a handful of workers, a busy client must let the
-    // queued ones have their turn instead of starving them into time-outs.
-    server->set_keep_alive_max_count(4);
-    server->set_keep_alive_timeout(2);
-    server->set_read_timeout(5, 0);
-    server->set_write_timeout(5, 0);
-    server->set_payload_max_length(64 * 1024);
-    // The library's default adds SO_REUSEPORT, which would let a second bench share the port
-    // silently and take half the requests.
-    server->set_socket_options([](int sock) {
-        int yes = 1;
-        ::setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    });
-    server->set_pre_routing_handler([](const httplib::Request& req, httplib::Response& res) {
-        if (req.has_header("Content-Length") && !isDecimal(req.get_header_value("Content-Length"))) {
-            res.status = 400;
-            return httplib::Server::HandlerResponse::Handled;
-        }
-        return httplib::Server::HandlerResponse::Unhandled;
-    });
-
-    const QByteArray page = servicePage();
-    server->Get("/", [page](const httplib::Request&, httplib::Response& res) {
-        res.set_header("Cache-Control", "no-store");
-        res.set_content(page.constData(), size_t(page.size()), "text/html; charset=utf-8");
-    });
-    server->Get("/api/values", [](const httplib::Request&, httplib::Response& res) { sendJson(res, valuesJson()); });
-    server->Get("/api/journal", [](const httplib::Request&, httplib::Response& res) { sendJson(res, journalJson()); });
-    server->Get("/api/can", [this](const httplib::Request&, httplib::Response& res) { sendJson(res, canJson()); });
-    server->Get("/api/state", [this](const httplib::Request&, httplib::Response& res) { sendJson(res, stateJson()); });
-    // Read-only: whatever would change something is refused as a method this endpoint lacks.
-    const auto refuse = [](const httplib::Request&, httplib::Response& res) {
-        res.status = 405;
-        res.set_header("Allow", "GET, HEAD");
-    };
-    server->Post(".*", refuse);
-    server->Put(".*", refuse);
-    server->Patch(".*", refuse);
-    server->Delete(".*", refuse);
-    server->set_error_handler([](const httplib::Request&, httplib::Response& res) {
-        res.set_content(std::to_string(res.status) + " " + reasonPhrase(res.status) + "\n", "text/plain");
-    });
-
-    int bound = 0;
-    errno = 0;
-    if (port == 0)
-        bound = server->bind_to_any_port(LoopbackAddress);
-    else if (server->bind_to_port(LoopbackAddress, port))
-        bound = port;
-    if (bound <= 0) {
-        const int reason = errno;
+    mThread = std::make_unique<QThread>();
+    mThread->setObjectName(QStringLiteral("ServiceEndpoint"));
+    mThread->start();
+    mServer = new LoopbackHttpServer(mLimits, [this](const HttpRequest& request) { return answer(request); });
+    mServer->moveToThread(mThread.get());
+    QString reason;
+    // The port is set on the server's thread before it takes a request, which checks it.
+    QMetaObject::invokeMethod(mServer, [&] { mPort = mServer->listen(port, &reason); }, Qt::BlockingQueuedConnection);
+    if (mPort == 0) {
+        stop();
         *error = QStringLiteral("cannot listen on %1:%2 (%3): is another bench or service using the port? "
                                 "Choose another with --service-port")
                      .arg(QLatin1String(LoopbackAddress))
                      .arg(port)
-                     .arg(QString::fromLocal8Bit(std::strerror(reason ? reason : EADDRINUSE)));
+                     .arg(reason);
         return false;
     }
-    mPort = bound;
-    mServer = std::move(server);
-    mThread = std::thread([server = mServer.get()] { server->listen_after_bind(); });
     mCanTimer.start();
     return true;
 }
@@ -208,13 +141,61 @@ bool ServiceEndpoint::start(int port, QString* error)
 void ServiceEndpoint::stop()
 {
     mCanTimer.stop();
-    if (!mServer)
+    if (!mThread)
         return;
-    mServer->stop();
-    if (mThread.joinable())
-        mThread.join();
-    mServer.reset();
+    // Deleted on its own thread as that thread ends, its connections with it.
+    mServer->deleteLater();
+    mServer = nullptr;
+    mThread->quit();
+    mThread->wait();
+    mThread.reset();
     mPort = 0;
+}
+
+bool ServiceEndpoint::isOwnAuthority(const QByteArray& host) const
+{
+    const QByteArray port = ':' + QByteArray::number(mPort);
+    return host.compare(LoopbackAddress + port, Qt::CaseInsensitive) == 0
+        || host.compare("localhost" + port, Qt::CaseInsensitive) == 0;
+}
+
+bool ServiceEndpoint::isOwnOrigin(const QByteArray& origin) const
+{
+    return origin.startsWith("http://") && isOwnAuthority(origin.mid(7));
+}
+
+HttpResponse ServiceEndpoint::answer(const HttpRequest& request) const
+{
+    // A name that resolves here but is not ours is a page elsewhere reaching in (DNS
+    // rebinding); an HTTP/1.0 request without a Host is a local tool.
+    const QByteArray host = request.header("Host");
+    if (!host.isNull() && !isOwnAuthority(host))
+        return HttpResponse::error(421);
+    const QByteArray origin = request.header("Origin");
+    if (!origin.isNull() && !isOwnOrigin(origin))
+        return HttpResponse::error(403);
+    if (request.method != "GET" && request.method != "HEAD") {
+        // Read-only: whatever would change something is a method this endpoint lacks.
+        HttpResponse refused = HttpResponse::error(405);
+        refused.headers.append(qMakePair(QByteArray("Allow"), QByteArray("GET, HEAD")));
+        return refused;
+    }
+    const QByteArray path = request.path();
+    if (path == "/") {
+        HttpResponse page;
+        page.contentType = "text/html; charset=utf-8";
+        page.body = mPage;
+        return page;
+    }
+    if (path == "/api/values")
+        return json(valuesJson());
+    if (path == "/api/journal")
+        return json(journalJson());
+    if (path == "/api/can")
+        return json(canJson());
+    if (path == "/api/state")
+        return json(stateJson());
+    return HttpResponse::error(404);
 }
 
 QByteArray ServiceEndpoint::valuesJson()

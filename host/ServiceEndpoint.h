@@ -1,5 +1,7 @@
 #pragma once
 
+#include "HttpMessage.h"
+
 #include <QByteArray>
 #include <QMutex>
 #include <QObject>
@@ -7,22 +9,22 @@
 #include <QTimer>
 
 #include <memory>
-#include <thread>
 
-namespace httplib {
-class Server;
-}
+class LoopbackHttpServer;
+class QThread;
 
 // The car's service tool on the bench: a read-only page a technician reads the car from (data
 // values with their pending requests, the platform journal, CAN bus counters) and the same as
 // JSON. It listens on the loopback address only, on a thread of its own; nothing a client
-// sends reaches the car.
+// sends reaches the car. It answers only requests addressed to the loopback by name or number
+// from no other origin than its own: a web page elsewhere, even one that makes its name point
+// here, reads nothing.
 class ServiceEndpoint : public QObject {
     Q_OBJECT
 public:
     static constexpr int DefaultPort = 8080;
 
-    explicit ServiceEndpoint(QObject* parent = nullptr);
+    explicit ServiceEndpoint(QObject* parent = nullptr, const HttpLimits& limits = HttpLimits());
     ~ServiceEndpoint() override;
 
     // Listens on 127.0.0.1:port (0: a free port). False with the reason when the port is taken.
@@ -41,9 +43,15 @@ public:
 private:
     // The catalogue belongs to the UI thread: bus names and counters are copied from there.
     void snapshotCan();
+    // Runs on the endpoint's thread.
+    HttpResponse answer(const HttpRequest& request) const;
+    bool isOwnAuthority(const QByteArray& host) const;
+    bool isOwnOrigin(const QByteArray& origin) const;
 
-    std::unique_ptr<httplib::Server> mServer;
-    std::thread mThread;
+    const HttpLimits mLimits;
+    const QByteArray mPage;
+    std::unique_ptr<QThread> mThread;
+    LoopbackHttpServer* mServer = nullptr;
     int mPort = 0;
     QTimer mCanTimer;
     mutable QMutex mCanMutex;

@@ -12,6 +12,8 @@
 namespace {
 
 constexpr int MaxProblemsLogged = 30;
+// The largest real catalogues are a few megabytes.
+constexpr qint64 MaxCatalogueBytes = 64 * 1024 * 1024;
 
 // Catalogue text is UTF-8 in newer files and CP-1252 in older ones; try the first strictly.
 QString decodeText(const std::string& bytes)
@@ -83,12 +85,23 @@ void CANData::splitBusArgument(const QString& argument, QString* busName, QStrin
 
 bool CANData::addBusFromFile(const QString& path, const QString& busName)
 {
+    // A pipe or a device could block the reader or never end.
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) {
+        Logger(nullptr, "ERROR") << "CAN catalogue" << path << "is not a regular file; not read";
+        return false;
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         Logger(nullptr, "ERROR") << "CAN catalogue" << path << "cannot be read:" << file.errorString();
         return false;
     }
-    const QByteArray text = file.readAll();
+    if (file.size() > MaxCatalogueBytes) {
+        Logger(nullptr, "ERROR") << "CAN catalogue" << path << "holds" << file.size()
+                                 << "bytes, more than any catalogue; not read";
+        return false;
+    }
+    const QByteArray text = file.read(MaxCatalogueBytes);
     const QString name = busName.isEmpty() ? QFileInfo(path).completeBaseName() : busName;
     return addBusFromText(text, name, path);
 }
@@ -122,6 +135,9 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
         Logger(nullptr, "ERROR") << "CAN catalogue" << sourceName << "holds no messages; not loaded";
         return false;
     }
+    if (file->messages.empty())
+        Logger(nullptr, "WARN") << "CAN catalogue" << sourceName << "holds no messages: bus" << busName
+                                << "decodes nothing";
 
     auto bus = std::make_unique<CANBusNode>();
     bus->mName = name;

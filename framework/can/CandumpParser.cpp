@@ -71,8 +71,10 @@ bool parseTime(std::string_view s, double& t)
     const char* b = s.data();
     const char* e = b + s.size();
     auto r = std::from_chars(b, e, t);
-    if (r.ec == std::errc() && r.ptr == e && std::isfinite(t))
-        return true;
+    // Seconds from 1970 up to the end of year 9999, as in the date form: nothing else is a log's.
+    constexpr double LastSecond = 253402300800.0;
+    if (r.ec == std::errc() && r.ptr == e)
+        return t >= 0 && t < LastSecond;
     long year = 0;
     unsigned mon = 0, day = 0, hh = 0, mm = 0;
     double ss = 0;

@@ -6,10 +6,14 @@
 
 #include <QFile>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <thread>
@@ -18,6 +22,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto BatchDelay = std::chrono::milliseconds(2);
+constexpr double MaxTimeLeap = 24 * 3600.0;
 
 // Sleeps until `due` in short slices so a stop request is honoured promptly.
 bool sleepUntil(Clock::time_point due, const std::atomic<bool>& stop)
@@ -33,9 +38,29 @@ bool sleepUntil(Clock::time_point due, const std::atomic<bool>& stop)
     }
 }
 
-struct FileCloser {
-    void operator()(FILE* f) const { std::fclose(f); }
+struct FdCloser {
+    int fd;
+    ~FdCloser() { ::close(fd); }
 };
+
+// Reads what is there, up to `size`: 0 at the end, -1 on an error. A pipe is waited on in short
+// slices, so a stop request is honoured while its writer is quiet or not there yet.
+ssize_t readSome(int fd, bool pipe, char* into, size_t size, const std::atomic<bool>& stop)
+{
+    for (;;) {
+        if (pipe) {
+            pollfd ready{fd, POLLIN, 0};
+            if (stop.load(std::memory_order_relaxed))
+                return 0;
+            // Before a writer has come, a pipe is neither readable nor hung up.
+            if (::poll(&ready, 1, 20) <= 0)
+                continue;
+        }
+        const ssize_t n = ::read(fd, into, size);
+        if (n >= 0 || (errno != EINTR && errno != EAGAIN))
+            return n;
+    }
+}
 
 } // namespace
 
@@ -59,11 +84,17 @@ CandumpReplay::Statistics CandumpReplay::statistics() const
 
 CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomic<bool>& stop)
 {
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(QFile::encodeName(mPath).constData(), "rb"));
-    if (!file) {
+    // Not blocking: opening a pipe would otherwise wait for its writer, stop requests or not.
+    const int fd = ::open(QFile::encodeName(mPath).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
         Logger(nullptr, "ERROR") << "CAN log" << mPath << "cannot be read:" << std::strerror(errno);
         return Outcome::Failed;
     }
+    const FdCloser closer{fd};
+    struct stat st;
+    const bool pipe = ::fstat(fd, &st) == 0 && S_ISFIFO(st.st_mode);
+    if (!pipe)
+        ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
 
     constexpr size_t BufferSize = 1 << 20;
     std::unique_ptr<char[]> buffer(new char[BufferSize]);
@@ -94,6 +125,11 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomi
         if (record.iface != lastIface) {
             lastIface.assign(record.iface);
             lastBus = mRoutes.busFor(record.iface);
+        }
+        // A time that goes back, or leaps ahead more than a day, is no recording's.
+        if (record.hasTime && passHasTime && (record.time < passLast || record.time - passLast > MaxTimeLeap)) {
+            mMalformed.fetch_add(1, std::memory_order_relaxed);
+            return true;
         }
         if (record.hasTime) {
             if (!passHasTime) {
@@ -134,15 +170,15 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomi
         while (!eof) {
             if (stop.load(std::memory_order_relaxed))
                 return Outcome::Stopped;
-            const size_t n = std::fread(buffer.get() + have, 1, BufferSize - have, file.get());
-            if (n == 0) {
-                if (std::ferror(file.get())) {
-                    Logger(nullptr, "ERROR") << "CAN log" << mPath << "read failed:" << std::strerror(errno);
-                    return Outcome::Failed;
-                }
-                eof = true;
+            const ssize_t n = readSome(fd, pipe, buffer.get() + have, BufferSize - have, stop);
+            if (n < 0) {
+                Logger(nullptr, "ERROR") << "CAN log" << mPath << "read failed:" << std::strerror(errno);
+                return Outcome::Failed;
             }
-            have += n;
+            if (stop.load(std::memory_order_relaxed))
+                return Outcome::Stopped;
+            eof = n == 0;
+            have += size_t(n);
             size_t pos = 0;
             for (;;) {
                 const void* nl = std::memchr(buffer.get() + pos, '\n', have - pos);
@@ -172,7 +208,8 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomi
             have -= pos;
         }
         mPasses.fetch_add(1);
-        if (!mLoop || stop.load())
+        // A pipe's writer is gone: there is nothing to start over.
+        if (!mLoop || pipe || stop.load())
             break;
         if (passFrames == 0) {
             Logger(nullptr, "WARN") << "CAN log" << mPath << "holds no frames; not looped";
@@ -184,7 +221,7 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomi
         timeOffset += span + gap;
         passFrames = 0;
         passHasTime = false;
-        std::rewind(file.get());
+        ::lseek(fd, 0, SEEK_SET);
     }
     const Statistics s = statistics();
     Logger(nullptr, "INFO") << "CAN log" << mPath << "replayed:" << (unsigned long long)s.frames << "frames,"

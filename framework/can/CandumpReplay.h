@@ -9,6 +9,8 @@
 // Replays a candump text log. Speed 1 keeps the log's own timing, 10 runs ten times faster,
 // 0 as fast as the decoder goes. Paced frames arrive in small batches, at most 2 ms late. Lines without a time stamp follow their predecessor at once.
 // Looping starts over after the last frame, one mean frame gap later, with time running on.
+// The log may be a pipe another program writes as it goes: it is read until that program
+// closes it, and not looped.
 class ORVANE_EXPORT CandumpReplay : public CANFrameSource {
 public:
     struct Statistics {

@@ -1,12 +1,11 @@
 #include "core/ConfigValue.h"
 
 #include "core/Logger.h"
+#include "services/StorageUtils.h"
 
 #include <QFile>
 #include <QHash>
 #include <QMutex>
-#include <QSaveFile>
-#include <QTextStream>
 
 #include <sys/stat.h>
 #include <time.h>
@@ -68,12 +67,13 @@ void refreshLocked(Store& s)
     timespec readAt;
     clock_gettime(CLOCK_REALTIME, &readAt);
     QList<QPair<QString, QString>> entries;
+    QString error;
+    // A line nothing can read costs its own value only.
+    if (!ConfigStore::parse(s.path, &entries, &error) && !(s.cached && now == s.stamp))
+        Logger(nullptr, "WARN") << "Configuration:" << error << "- that line is skipped";
     s.values.clear();
-    // A malformed store reads as defaults rather than as half a file.
-    if (ConfigStore::parse(s.path, &entries, nullptr)) {
-        for (const auto& entry : qAsConst(entries))
-            s.values.insert(entry.first, entry.second); // the last one wins, as in any INI reader
-    }
+    for (const auto& entry : qAsConst(entries))
+        s.values.insert(entry.first, entry.second); // the last one wins, as in any INI reader
     s.cached = true;
     s.stamp = now;
     s.readAt = readAt;
@@ -88,10 +88,67 @@ QString sectionOf(const QString& trimmed)
     return section.compare(QLatin1String("General"), Qt::CaseInsensitive) == 0 ? QStringLiteral("") : section;
 }
 
+// A value is written as it is unless it would not read back the same (a line break, blanks at
+// either end, a leading quote): then in quotes, with \\, \", \n and \r for those characters.
+QString encodeValue(const QString& text)
+{
+    if (!text.contains(QLatin1Char('\n')) && !text.contains(QLatin1Char('\r')) && text == text.trimmed()
+        && !text.startsWith(QLatin1Char('"')))
+        return text;
+    QString out = QStringLiteral("\"");
+    for (const QChar c : text) {
+        if (c == QLatin1Char('\\') || c == QLatin1Char('"'))
+            out += QLatin1Char('\\') + c;
+        else if (c == QLatin1Char('\n'))
+            out += QLatin1String("\\n");
+        else if (c == QLatin1Char('\r'))
+            out += QLatin1String("\\r");
+        else
+            out += c;
+    }
+    return out + QLatin1Char('"');
+}
+
+// A trimmed value as read: verbatim, or the text inside one pair of quotes with those escapes
+// undone (any other backslash stays, so quoted paths read as they always did).
+QString decodeValue(const QString& raw)
+{
+    if (raw.size() < 2 || !raw.startsWith(QLatin1Char('"')) || !raw.endsWith(QLatin1Char('"')))
+        return raw;
+    const QString inner = raw.mid(1, raw.size() - 2);
+    QString out;
+    out.reserve(inner.size());
+    for (int i = 0; i < inner.size(); ++i) {
+        const QChar next = i + 1 < inner.size() ? inner[i + 1] : QChar();
+        if (inner[i] == QLatin1Char('\\') && QStringLiteral("\\\"nr").contains(next) && !next.isNull()) {
+            out += next == QLatin1Char('n') ? QChar('\n') : next == QLatin1Char('r') ? QChar('\r') : next;
+            ++i;
+        } else {
+            out += inner[i];
+        }
+    }
+    return out;
+}
+
+// The file's lines as they are on disk, each with its line ending.
+QList<QByteArray> rawLines(const QByteArray& content)
+{
+    QList<QByteArray> lines;
+    for (int start = 0; start < content.size();) {
+        const int newline = content.indexOf('\n', start);
+        const int end = newline < 0 ? content.size() : newline + 1;
+        lines.append(content.mid(start, end - start));
+        start = end;
+    }
+    return lines;
+}
+
 } // namespace
 
 void ConfigStore::setPath(const QString& path)
 {
+    if (!path.isEmpty())
+        StorageUtils::removeSaveLeftovers(path);
     QMutexLocker lock(&store().mutex);
     store().path = path;
     store().cached = false;
@@ -106,17 +163,16 @@ QString ConfigStore::path()
 bool ConfigStore::parse(const QString& path, QList<QPair<QString, QString>>* entries, QString* error)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+    if (!file.open(QIODevice::ReadOnly)) {
         if (error)
             *error = QStringLiteral("cannot read configuration file %1: %2").arg(path, file.errorString());
         return false;
     }
-    QTextStream in(&file);
-    in.setCodec("UTF-8");
     QString section;
     int number = 0;
-    while (!in.atEnd()) {
-        const QString line = in.readLine().trimmed();
+    bool wellFormed = true;
+    for (const QByteArray& raw : rawLines(file.readAll())) {
+        const QString line = QString::fromUtf8(raw).trimmed();
         ++number;
         if (line.isEmpty() || line.startsWith(QLatin1Char(';')) || line.startsWith(QLatin1Char('#')))
             continue;
@@ -128,17 +184,16 @@ bool ConfigStore::parse(const QString& path, QList<QPair<QString, QString>>* ent
         const int eq = line.indexOf(QLatin1Char('='));
         const QString name = eq > 0 ? line.left(eq).trimmed() : QString();
         if (name.isEmpty()) {
-            if (error)
+            if (error && wellFormed)
                 *error = QStringLiteral("%1:%2: expected [section], key=value or a comment, found '%3'")
                              .arg(path).arg(number).arg(line);
-            return false;
+            wellFormed = false;
+            continue;
         }
-        QString value = line.mid(eq + 1).trimmed();
-        if (value.size() >= 2 && value.startsWith(QLatin1Char('"')) && value.endsWith(QLatin1Char('"')))
-            value = value.mid(1, value.size() - 2);
-        entries->append({section.isEmpty() ? name : section + QLatin1Char('/') + name, value});
+        entries->append({section.isEmpty() ? name : section + QLatin1Char('/') + name,
+                         decodeValue(line.mid(eq + 1).trimmed())});
     }
-    return true;
+    return wellFormed;
 }
 
 bool ConfigStore::check(const QString& path, QString* error)
@@ -166,23 +221,23 @@ bool ConfigStore::write(const QString& key, const QVariant& value)
         Logger(nullptr, "ERROR") << "Configuration value" << key << "not written: no configuration store";
         return false;
     }
-    // Every line but the key's own stays as it is, comments and lines we cannot read included.
-    QStringList lines;
+    // Every line but the key's own stays byte for byte, comments, line endings and lines that
+    // are not UTF-8 or not readable at all included.
+    QList<QByteArray> lines;
     QFile in(s.path);
     if (in.exists()) {
-        if (!in.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        if (!in.open(QIODevice::ReadOnly)) {
             Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << in.errorString();
             return false;
         }
-        lines = QString::fromUtf8(in.readAll()).split(QLatin1Char('\n'));
-        if (!lines.isEmpty() && lines.last().isEmpty())
-            lines.removeLast();
+        lines = rawLines(in.readAll());
     }
-    const QString text = value.toString();
+    const QByteArray newline = !lines.isEmpty() && lines.first().endsWith("\r\n") ? "\r\n" : "\n";
+    const QString text = encodeValue(value.toString());
     QString section;
     bool replaced = false;
-    for (QString& line : lines) {
-        const QString trimmed = line.trimmed();
+    for (QByteArray& line : lines) {
+        const QString trimmed = QString::fromUtf8(line).trimmed();
         const QString opened = sectionOf(trimmed);
         if (!opened.isNull()) {
             section = opened;
@@ -193,25 +248,22 @@ bool ConfigStore::write(const QString& key, const QVariant& value)
             continue;
         const QString name = trimmed.left(eq).trimmed();
         if ((section.isEmpty() ? name : section + QLatin1Char('/') + name) == key) {
-            line = name + QLatin1Char('=') + text;
+            const QByteArray ending = line.endsWith("\r\n") ? "\r\n" : line.endsWith('\n') ? "\n" : "";
+            line = (name + QLatin1Char('=') + text).toUtf8() + ending;
             replaced = true;
         }
     }
     if (!replaced) {
+        if (!lines.isEmpty() && !lines.last().endsWith('\n'))
+            lines.last() += newline;
         // Keys stay flat ("area/name=value"): that reads back the same and keeps blanks intact.
         if (!section.isEmpty())
-            lines.append(QStringLiteral("[General]"));
-        lines.append(key + QLatin1Char('=') + text);
+            lines.append("[General]" + newline);
+        lines.append((key + QLatin1Char('=') + text).toUtf8() + newline);
     }
-    QSaveFile out(s.path);
-    bool ok = out.open(QIODevice::WriteOnly | QIODevice::Text);
-    if (ok) {
-        for (const QString& line : qAsConst(lines))
-            out.write((line + QLatin1Char('\n')).toUtf8());
-        ok = out.commit();
-    }
-    if (!ok) {
-        Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << out.errorString();
+    QString error;
+    if (!StorageUtils::replaceFile(s.path, lines.join(), &error)) {
+        Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << error;
         return false;
     }
     s.cached = false;

@@ -6,16 +6,19 @@
 #include <QVariant>
 
 // The one configuration store: an INI file whose path the host sets. A read sees the file as
-// it is now: it is parsed again only when it changed. Safe to use from any thread. Values are taken verbatim (after trimming
-// and one pair of surrounding quotes): user agents carry commas and semicolons. Keys may hold
-// blanks; "[area]" then "name=..." is the key "area/name".
+// it is now: it is parsed again only when it changed. Safe to use from any thread. Values are
+// taken verbatim after trimming (user agents carry commas and semicolons), or from inside one
+// pair of quotes, where \\, \", \n and \r stand for those characters. Keys may hold blanks;
+// "[area]" then "name=..." is the key "area/name". A line that is none of these is skipped.
 class ORVANE_EXPORT ConfigStore {
 public:
+    // Also removes what a save killed halfway left beside the file.
     static void setPath(const QString& path);
     static QString path();
 
     static QVariant read(const QString& key);
-    // Replaces or adds one key, keeping every other line; the file is replaced atomically.
+    // Replaces or adds one key, keeping every other line byte for byte; the file is replaced
+    // atomically. Any value reads back exactly as written.
     // False (and logged) when the file cannot be read or written.
     static bool write(const QString& key, const QVariant& value);
 
@@ -23,7 +26,8 @@ public:
     // comment or blank; names the first bad line otherwise.
     static bool check(const QString& path, QString* error);
 
-    // Every key and raw value of a file; false with a reason when it cannot be read or is malformed.
+    // Every key and value a file holds; false with a reason when it cannot be read or has a
+    // malformed line (the first is named; the readable lines are still given).
     static bool parse(const QString& path, QList<QPair<QString, QString>>* entries, QString* error);
 };
 

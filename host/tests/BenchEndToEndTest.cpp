@@ -17,6 +17,7 @@
 #include "services/PlacesHistoryDB.h"
 #include "services/StorageUtils.h"
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
 {
@@ -281,14 +282,48 @@ TEST_F(BenchEndToEnd, BadInputIsAClearMessageAndANonZeroExit)
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("orvane-bench: --can-speed wants a number")) << run.output.toStdString();
 
-    // A missing catalogue is logged and the bench runs on without it.
-    run = bench({"--offscreen", "--dbc", "/no/such/bus.dbc", "--dump-views", file("v.json")});
-    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
-    EXPECT_TRUE(run.output.contains("/no/such/bus.dbc")) << run.output.toStdString();
-
     run = bench({"--offscreen", "--size", "huge"});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("--size wants WIDTHxHEIGHT")) << run.output.toStdString();
+    for (const char* size : {"99999x99999", "8193x600", "800x65536"}) {
+        run = bench({"--offscreen", "--size", size});
+        EXPECT_EQ(run.exitCode, 2) << size;
+        EXPECT_TRUE(run.output.contains(QString("--size: the display paints at most 8192x8192, not '%1'").arg(size)))
+            << run.output.toStdString();
+    }
+}
+
+TEST_F(BenchEndToEnd, InputFilesThatAreNotThereOrNotFilesStopTheStart)
+{
+    const QString fifo = dir.filePath("no-writer");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const QString folder = dir.filePath("folder.dbc");
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QList<QPair<QStringList, QString>> refused{
+        {{"--dbc", "/no/such/bus.dbc"}, "--dbc: /no/such/bus.dbc does not exist"},
+        {{"--dbc", "PT=" + folder}, "--dbc: " + folder + " is a folder, not a file"},
+        {{"--dbc", fifo}, "--dbc: " + fifo + " is not a regular file"},
+        {{"--config", fifo}, "--config: " + fifo + " is not a regular file"},
+        {{"--config", folder}, "--config: " + folder + " is a folder, not a file"},
+        {{"--can-log", "/no/such/drive.log"}, "--can-log: /no/such/drive.log does not exist"},
+        {{"--can-log", folder}, "--can-log: " + folder + " is a folder, not a file"},
+        {{"--can-log", "/dev/zero"}, "--can-log: /dev/zero is not a regular file"},
+        {{"--can-log", fifo, "--can-loop"}, "--can-loop: " + fifo + " is a pipe, which cannot start over"},
+    };
+    for (const auto& bad : refused) {
+        const BenchRun run = bench(QStringList{"--offscreen", "--dump-views", file("v.json")} + bad.first);
+        EXPECT_EQ(run.exitCode, 2) << bad.first.join(' ').toStdString();
+        EXPECT_TRUE(run.output.contains("orvane-bench: " + bad.second)) << run.output.toStdString();
+    }
+
+    // A pipe is what a live log is: the bench says so and runs, whether a writer comes or not;
+    // an empty catalogue loads with a warning.
+    const QString empty = file("empty.dbc", "");
+    const BenchRun run = bench({"--offscreen", "--dbc", empty, "--can-log", fifo, "--dump-views", file("v.json")});
+    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("CAN log " + fifo + " is a pipe: frames are replayed as its writer sends them"))
+        << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("WARN CAN catalogue " + empty + " holds no messages")) << run.output.toStdString();
 }
 
 TEST_F(BenchEndToEnd, PluginConfigAndDataFolderOptionsAreOurs)

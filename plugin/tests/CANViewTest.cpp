@@ -229,10 +229,62 @@ TEST_F(SampleViewer, SavedSelectionComesBackInFileOrderAndOddEntriesAreSkipped)
     view->refreshData();
     drainEvents();
     EXPECT_EQ(readFile(selectionFile()), saved);
-    // The first change writes the list as it is.
+    // The first change writes the list as it is, and keeps the file it had read beside it.
     view->selectedModel()->removeItemAt(TableModelIndex(nullptr, 1, 1));
     drainEvents();
     EXPECT_EQ(readFile(selectionFile()), "sample:VehicleSpeed:Odometer\nsample:ClimateSensors:CabinTemp\n");
+    EXPECT_EQ(readFile(selectionFile() + ".bak"), saved);
+}
+
+TEST_F(SampleViewer, AWrongCatalogueCostsNoSavedSelection)
+{
+    const QByteArray saved = "sample:Transmission:Gear\nsample:VehicleSpeed:Speed\n";
+    writeFile(selectionFile(), saved);
+    writeFile(selectionFile() + ".bak", "an older generation\n");
+    // A start with a mistyped catalogue: nothing saved matches, and the user picks one signal.
+    useCatalogue({{"typo", {{"M", {"S", "T"}}}}});
+    {
+        auto view = makeView();
+        EXPECT_TRUE(names(*view).isEmpty());
+        view->selectedModel()->addItem(signalNamed("typo", "M", "S"), true);
+        drainEvents();
+        EXPECT_EQ(readFile(selectionFile()), "typo:M:S\n");
+        EXPECT_EQ(readFile(selectionFile() + ".bak"), saved);
+        // Later saves of the same start leave the kept file alone.
+        view->selectedModel()->addItem(signalNamed("typo", "M", "T"), true);
+        drainEvents();
+        EXPECT_EQ(readFile(selectionFile() + ".bak"), saved);
+    }
+    // A start whose catalogue knows every saved entry keeps no copy.
+    {
+        auto view = makeView();
+        view->clearPressed();
+        drainEvents();
+        EXPECT_EQ(readFile(selectionFile()), QByteArray());
+        EXPECT_EQ(readFile(selectionFile() + ".bak"), saved);
+    }
+    // Brought back as the README says, with the right catalogue, it loads whole.
+    ASSERT_TRUE(QFile::remove(selectionFile()));
+    ASSERT_TRUE(QFile::rename(selectionFile() + ".bak", selectionFile()));
+    ASSERT_TRUE(CANDataManager::loadCatalogue({testSourceDir() + "/assets/can/sample.dbc"}));
+    auto view = makeView();
+    EXPECT_EQ(names(*view), QStringList({"sample : Gear", "sample : Speed"}));
+}
+
+TEST_F(SampleViewer, WhatAnInterruptedSaveLeftIsRemovedAtTheNextStart)
+{
+    writeFile(selectionFile(), "sample:Transmission:Gear\n");
+    for (const char* name : {"canViewer.txt.saving-a1B2c3", "canViewer.txt.saving-ZZZZZZ"})
+        writeFile(scratch.dataFile(name), "sample:VehicleSpeed:Speed\n");
+    // Not what a save leaves: somebody's own files.
+    for (const char* name : {"canViewer.txt.bak", "canViewer.txt.backup", "canViewer.txt.saving", "other.txt.saving-a1B2c3"})
+        writeFile(scratch.dataFile(name), "kept");
+    auto view = makeView();
+    EXPECT_EQ(names(*view), QStringList({"sample : Gear"}));
+    QStringList left = QDir(QFileInfo(selectionFile()).path()).entryList(QDir::Files);
+    left.sort();
+    EXPECT_EQ(left, QStringList({"canViewer.txt", "canViewer.txt.backup", "canViewer.txt.bak", "canViewer.txt.saving",
+                                 "other.txt.saving-a1B2c3"}));
 }
 
 TEST_F(SampleViewer, NamesWithSeparatorsAreSavedAsTheyAreAndSkippedWhenRead)

@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+
 #include <thread>
 
 namespace {
@@ -305,6 +307,34 @@ TEST(CANDataManager, BadCatalogueFilesAreLoggedAndTheRestWorks)
     EXPECT_TRUE(CANDataManager::isHighPrecision(QStringLiteral("Latitude")));
     CANDataManager::stopCapture(speed);
     EXPECT_FALSE(CANDataManager::decoder()->isCaptured(speed->id()));
+}
+
+TEST(CANData, EmptyPipesAndDevicesAreNoCatalogue)
+{
+    QTemporaryDir dir;
+    const QString empty = dir.filePath(QStringLiteral("empty.dbc"));
+    const QString comments = dir.filePath(QStringLiteral("comments.dbc"));
+    const QString fifo = dir.filePath(QStringLiteral("fifo.dbc"));
+    {
+        QFile e(empty);
+        ASSERT_TRUE(e.open(QIODevice::WriteOnly));
+        QFile c(comments);
+        ASSERT_TRUE(c.open(QIODevice::WriteOnly));
+        c.write("VERSION \"\"\n\nNS_ :\n\nBS_:\n\nBU_: ECU\n");
+    }
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    CapturingLogSink log;
+    CANData data;
+    EXPECT_TRUE(data.addBusFromFile(empty));
+    EXPECT_TRUE(log.contains(QStringLiteral("WARN"), QStringLiteral("CAN catalogue %1 holds no messages: bus empty decodes nothing").arg(empty)));
+    EXPECT_TRUE(data.addBusFromFile(comments));
+    EXPECT_TRUE(log.contains(QStringLiteral("WARN"), QStringLiteral("CAN catalogue %1 holds no messages: bus comments decodes nothing").arg(comments)));
+    // No writer will ever come: reading must not wait for one.
+    EXPECT_FALSE(data.addBusFromFile(fifo));
+    EXPECT_TRUE(log.contains(QStringLiteral("ERROR"), QStringLiteral("CAN catalogue %1 is not a regular file; not read").arg(fifo)));
+    EXPECT_FALSE(data.addBusFromFile(QStringLiteral("/dev/zero"), QStringLiteral("zero")));
+    EXPECT_FALSE(data.addBusFromFile(dir.path(), QStringLiteral("folder")));
+    EXPECT_EQ(data.busCount(), 2);
 }
 
 // A bench that switches to another log starts from nothing: no old values, no old counts,

@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 
 #include <cmath>
+#include <sys/stat.h>
+
 #include <thread>
 
 #include <unistd.h>
@@ -65,6 +67,10 @@ const LineCase lineCases[] = {
     {"(1.0) can0 123456789#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
     {"(1.0) can0 DFFFFFFF#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},      // beyond 29 bits, no error flag
     {"(1.0 can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
+    {"(-5.0) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
+    {"(1e300) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
+    {"(253402300800.0) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
+    {"(nan) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
     {"(4430640669306406-07-10 08:17:32.25) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},  // year overflows
     {"(abc) can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},
     {"(1.0) can0", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
@@ -162,7 +168,7 @@ TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
 {
     QTemporaryDir dir;
     const QString path = writeLog(dir, 5, 0.001,
-        "garbage line\n(1.0) can0 064#0\n(1.0) can0 20000004#0000000000000000\n\n(1.0) can0 064#2A");  // no final newline
+        "garbage line\n(1001.0) can0 064#0\n(1001.0) can0 20000004#0000000000000000\n\n(1001.0) can0 064#2A");  // no final newline
     ReplayRig rig;
     CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
     std::atomic<bool> stop{false};
@@ -175,6 +181,26 @@ TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
     EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("42"));
     EXPECT_TRUE(log.contains(QStringLiteral("INFO"),
         QStringLiteral("CAN log %1 replayed: 6 frames, 2 malformed lines and 1 error frames skipped").arg(path)));
+}
+
+TEST(CandumpReplay, TimesThatGoBackOrLeapADayAreMalformedLines)
+{
+    QTemporaryDir dir;
+    const QString path = writeLog(dir, 3, 0.01,
+        "(-5.0) can0 064#01\n"           // before 1970
+        "(1e300) can0 064#02\n"          // beyond any date
+        "(999.0) can0 064#03\n"          // before the line above it
+        "(87400.03) can0 064#04\n"       // a day and a bit later
+        "(1000.02) can0 064#05\n"        // the same time as the last good line
+        "can0 064#06\n"                  // no time at all
+        "(1086400.0) can0 064#07\n");   // more than a day after the one before
+    ReplayRig rig;
+    CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.statistics().frames, 5u);
+    EXPECT_EQ(replay.statistics().malformedLines, 5u);
+    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("6"));
 }
 
 TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
@@ -195,6 +221,40 @@ TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
     EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 2u);
     EXPECT_EQ(replay.statistics().malformedLines, 2u);
+    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
+}
+
+TEST(CandumpReplay, APipeIsReadAsItsWriterWritesAndStopsWithoutOne)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("live.log"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    {
+        // Nobody ever writes: a stop request still ends the replay.
+        ReplayRig rig;
+        CandumpReplay replay(path, 0, true, CANInterfaceRoutes(rig.data));
+        std::atomic<bool> stop{false};
+        CANFrameSource::Outcome outcome = CANFrameSource::Outcome::Failed;
+        std::thread worker([&] { outcome = replay.run(*rig.decoder, stop); });
+        stop = true;
+        worker.join();
+        EXPECT_EQ(outcome, CANFrameSource::Outcome::Stopped);
+    }
+    ReplayRig rig;
+    CandumpReplay replay(path, 0, true, CANInterfaceRoutes(rig.data));
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        QFile live(path);
+        ASSERT_TRUE(live.open(QIODevice::WriteOnly)); // once the replay has opened its end
+        live.write("(1.0) can0 064#07\n");
+        live.flush();
+        live.write("(2.0) can0 064#09\n");
+    });
+    // The writer closing ends it, looping or not.
+    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    writer.join();
+    EXPECT_EQ(replay.statistics().frames, 2u);
+    EXPECT_EQ(replay.statistics().passes, 1u);
     EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
 }
 

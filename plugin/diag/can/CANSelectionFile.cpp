@@ -3,9 +3,9 @@
 #include "can/CANData.h"
 #include "can/CANDataManager.h"
 #include "core/Logger.h"
+#include "services/StorageUtils.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 namespace {
 // Far more than any catalogue has signals to pick: a larger file is not a selection.
@@ -61,17 +61,22 @@ QByteArray CANSelectionFile::read(const QString& path)
     return file.readAll();
 }
 
-bool CANSelectionFile::write(const QString& path, const QVector<CANSignalNode*>& signalList, QString* error)
+bool CANSelectionFile::backUp(const QString& path, QString* error)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        *error = file.errorString();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("%1: %2").arg(path, file.errorString());
         return false;
     }
-    const QByteArray text = format(signalList);
-    if (file.write(text) != text.size() || !file.commit()) {
-        *error = file.errorString();
+    const QString backup = path + QStringLiteral(".bak");
+    if (!StorageUtils::replaceFile(backup, file.readAll(), error)) {
+        *error = QStringLiteral("%1: %2").arg(backup, *error);
         return false;
     }
     return true;
+}
+
+bool CANSelectionFile::write(const QString& path, const QVector<CANSignalNode*>& signalList, QString* error)
+{
+    return StorageUtils::replaceFile(path, format(signalList), error);
 }

@@ -18,6 +18,8 @@ public:
     // The file's text; null when there is none or it cannot be read. A file too large to be
     // a selection is logged and not read.
     static QByteArray read(const QString& path);
+    // Keeps the file as it is now beside it as path.bak, replacing an older copy in one step.
+    static bool backUp(const QString& path, QString* error);
     // Replaces the file in one step: a crash leaves the old file or the new one. False with a
     // reason when it cannot be written; the old file then stays.
     static bool write(const QString& path, const QVector<CANSignalNode*>& signalList, QString* error);

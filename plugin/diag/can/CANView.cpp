@@ -141,6 +141,7 @@ void CANView::leftTableChanged(TableView* table)
 
 void CANView::loadSettings()
 {
+    StorageUtils::removeSaveLeftovers(selectionFilePath());
     const QByteArray text = CANSelectionFile::read(selectionFilePath());
     if (text.isNull())
         return;
@@ -148,6 +149,7 @@ void CANView::loadSettings()
     const QVector<CANSignalNode*> found = CANSelectionFile::parse(text, &skipped);
     if (skipped > 0)
         Logger(this, "INFO") << "CAN selection:" << skipped << "saved entries name no signal of this catalogue; left out";
+    mBackUpBeforeSaving = skipped > 0;
     {
         // One redraw for the whole list, after it is read.
         const QSignalBlocker quiet(mSelectedModel);
@@ -165,6 +167,17 @@ void CANView::saveSettings()
     if (current == mSavedSignals)
         return;
     QString error;
+    // The entries left out at load may only be a catalogue given by mistake: the file that
+    // has them is kept before the first save drops them.
+    if (mBackUpBeforeSaving) {
+        if (!CANSelectionFile::backUp(selectionFilePath(), &error)) {
+            Logger(this, "WARN") << "CAN selection not saved: its entries this catalogue lacks could not be kept:" << error;
+            return;
+        }
+        Logger(this, "INFO") << "CAN selection: the file with the entries this catalogue lacks is kept as"
+                             << selectionFilePath() + QStringLiteral(".bak");
+        mBackUpBeforeSaving = false;
+    }
     if (!CANSelectionFile::write(selectionFilePath(), current, &error)) {
         Logger(this, "WARN") << "CAN selection not saved to" << selectionFilePath() << ":" << error;
         return;

@@ -74,6 +74,9 @@ private:
     // What the file holds now, as far as this view knows: nothing is written for a list
     // that did not change.
     QVector<CANSignalNode*> mSavedSignals;
+    // The file held entries the catalogue lacks: it is kept as canViewer.txt.bak before the
+    // first save drops them.
+    bool mBackUpBeforeSaving = false;
     int mHeaderHeight = 0;
     QString mLeftTitle;
 };

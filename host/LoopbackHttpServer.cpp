@@ -1,0 +1,107 @@
+#include "LoopbackHttpServer.h"
+
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+// Qt listens with a backlog of 50: a burst of clients beyond it would be turned away by the
+// kernel before the event loop sees them.
+constexpr int ListenBacklog = 128;
+
+} // namespace
+
+LoopbackHttpServer::LoopbackHttpServer(const HttpLimits& limits, HttpConnection::Handler handler)
+    : mLimits(limits)
+    , mHandler(std::move(handler))
+    , mServer(new QTcpServer(this))
+{
+    // Half the descriptors the process may open at most, so the rest of it keeps working.
+    rlimit files{};
+    if (::getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY)
+        mLimits.maxConnections = int(qMin<rlim_t>(rlim_t(mLimits.maxConnections), files.rlim_cur / 2));
+    connect(mServer, &QTcpServer::newConnection, this, &LoopbackHttpServer::acceptConnections);
+}
+
+LoopbackHttpServer::~LoopbackHttpServer() = default;
+
+int LoopbackHttpServer::listen(int port, QString* reason)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    // Not SO_REUSEPORT: a second bench must not share the port and take half the requests.
+    int yes = 1;
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(uint16_t(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0
+        || ::listen(fd, ListenBacklog) != 0
+        || ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        *reason = QString::fromLocal8Bit(std::strerror(errno));
+        if (fd >= 0)
+            ::close(fd);
+        return 0;
+    }
+    if (!mServer->setSocketDescriptor(fd)) {
+        *reason = mServer->errorString();
+        ::close(fd);
+        return 0;
+    }
+    return ntohs(address.sin_port);
+}
+
+void LoopbackHttpServer::acceptConnections()
+{
+    while (QTcpSocket* socket = mServer->nextPendingConnection()) {
+        auto* connection = new HttpConnection(socket, mLimits, mHandler, this);
+        connect(connection, &HttpConnection::finished, this, &LoopbackHttpServer::release);
+        ++mConnections;
+        AddressShare& share = mAddresses[connection->peerAddress()];
+        if (share.served < mLimits.servedPerAddress) {
+            ++share.served;
+            mServed.insert(connection);
+            connection->start();
+        } else if (share.waiting.size() < mLimits.waitingPerAddress) {
+            share.waiting.append(connection);
+        } else {
+            connection->refuse(503);
+        }
+    }
+    if (mConnections >= mLimits.maxConnections)
+        mServer->pauseAccepting();
+}
+
+void LoopbackHttpServer::release(HttpConnection* connection)
+{
+    --mConnections;
+    const QString peer = connection->peerAddress();
+    AddressShare& share = mAddresses[peer];
+    if (mServed.remove(connection)) {
+        --share.served;
+        if (!share.waiting.isEmpty()) {
+            HttpConnection* next = share.waiting.takeFirst();
+            ++share.served;
+            mServed.insert(next);
+            // Started from the event loop: starting may finish it, and that comes back here.
+            QMetaObject::invokeMethod(next, &HttpConnection::start, Qt::QueuedConnection);
+        }
+    } else {
+        share.waiting.removeOne(connection);
+    }
+    if (share.served == 0 && share.waiting.isEmpty())
+        mAddresses.remove(peer);
+    connection->deleteLater();
+    if (mConnections < mLimits.maxConnections)
+        mServer->resumeAccepting();
+}

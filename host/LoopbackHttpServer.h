@@ -1,0 +1,39 @@
+#pragma once
+
+#include "HttpConnection.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+
+class QTcpServer;
+
+// An HTTP server on the loopback address for a handful of local readers, driven by the event
+// loop of the thread it lives in, so a slow client costs a socket and never a worker. Each
+// client address has a share of the connections served at once; the rest wait their turn.
+class LoopbackHttpServer : public QObject {
+    Q_OBJECT
+public:
+    LoopbackHttpServer(const HttpLimits& limits, HttpConnection::Handler handler);
+    ~LoopbackHttpServer() override;
+
+    // Listens on 127.0.0.1:port (0: a free one). The port, or 0 with the reason.
+    int listen(int port, QString* reason);
+
+private:
+    struct AddressShare {
+        int served = 0;
+        QList<HttpConnection*> waiting;
+    };
+
+    void acceptConnections();
+    void release(HttpConnection* connection);
+
+    HttpLimits mLimits;
+    const HttpConnection::Handler mHandler;
+    QTcpServer* mServer;
+    QHash<QString, AddressShare> mAddresses;
+    QSet<HttpConnection*> mServed;
+    int mConnections = 0;
+};
