@@ -21,26 +21,11 @@ const char* const LoopbackAddress = "127.0.0.1";
 // Enough of the journal to see what just happened; the bench's panel keeps the rest.
 constexpr int JournalTail = 200;
 
-QJsonObject valueToJson(const DataValue* value)
-{
-    QJsonObject out;
-    out.insert(QStringLiteral("name"), value->name());
-    out.insert(QStringLiteral("type"), DataValue::typeName(value->type()));
-    DataValue::ConditionalLocker lock(value);
-    out.insert(QStringLiteral("value"), QJsonValue::fromVariant(value->variant()));
-    out.insert(QStringLiteral("valid"), value->isValid());
-    out.insert(QStringLiteral("pending"), value->hasPending());
-    if (value->hasPending())
-        out.insert(QStringLiteral("pendingValue"), QJsonValue::fromVariant(value->pendingVariant()));
-    out.insert(QStringLiteral("display"), value->toDisplayString());
-    return out;
-}
-
 QJsonArray valuesArray()
 {
     QJsonArray values;
     for (const DataValue* value : DataValueRegistry::all())
-        values.append(valueToJson(value));
+        values.append(value->toJson());
     return values;
 }
 
