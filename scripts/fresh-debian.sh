@@ -18,10 +18,11 @@ command -v debootstrap >/dev/null || { apt-get update -q && apt-get install -y -
 step() {
   local name=$1
   shift
-  local start=$SECONDS
+  local start=$SECONDS status=0
   echo "fresh-debian: $name..."
-  "$@"
-  echo "fresh-debian: $name took $((SECONDS - start)) s"
+  "$@" || status=$?
+  echo "fresh-debian: $name took $((SECONDS - start)) s (exit status $status)"
+  return "$status"
 }
 
 mounted=()
