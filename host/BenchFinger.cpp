@@ -15,7 +15,6 @@ constexpr int InstantDragSteps = 10;
 
 void BenchFinger::press(const QPoint& at)
 {
-    mDown = true;
     mAt = at;
     DisplayDevice::instance()->touch(int(TouchEvent::Kind::Press), at);
 }
@@ -28,7 +27,6 @@ void BenchFinger::moveTo(const QPoint& at)
 
 void BenchFinger::release()
 {
-    mDown = false;
     DisplayDevice::instance()->touch(int(TouchEvent::Kind::Release), mAt);
 }
 

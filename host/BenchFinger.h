@@ -7,9 +7,6 @@
 // It touches the process's display.
 class BenchFinger {
 public:
-    bool isDown() const { return mDown; }
-    QPoint position() const { return mAt; }
-
     void press(const QPoint& at);
     void moveTo(const QPoint& at);
     void release();
@@ -22,6 +19,5 @@ public:
     static void runFor(int ms);
 
 private:
-    bool mDown = false;
     QPoint mAt;
 };
