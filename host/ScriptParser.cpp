@@ -6,14 +6,21 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace {
 
 struct Syntax {
+    Syntax(QVector<int> arities, QString timing = QString(), int defaultMs = 0)
+        : arities(std::move(arities))
+        , timing(std::move(timing))
+        , defaultMs(defaultMs)
+    {
+    }
     QVector<int> arities;
     // The trailing "WORD MS" a command may end with: "hold" for taps, "over" for drags.
     QString timing;
-    int defaultMs = 0;
+    int defaultMs;
 };
 
 const QHash<QString, Syntax>& syntaxes()
@@ -33,13 +40,6 @@ const QHash<QString, Syntax>& syntaxes()
 
 // A touch lasting longer than this is a mistake in the script, not a gesture.
 constexpr int LongestTouchMs = 60000;
-
-bool isNumber(const QString& text, bool allowNegative)
-{
-    bool ok = false;
-    const int n = text.toInt(&ok);
-    return ok && (allowNegative || n >= 0);
-}
 
 // Words separated by blanks; double quotes keep blanks inside one word, and "" is an empty word.
 std::optional<QStringList> splitWords(const QString& line)
@@ -77,20 +77,20 @@ QString numberProblem(const ScriptCommand& c)
         return QStringLiteral("'%1' wants %2, found '%3'").arg(c.name, what, quoted(a.join(QLatin1Char(' '))));
     };
     const bool touchesAt = c.name == QLatin1String("tap") || c.name == QLatin1String("press");
-    if (c.name == QLatin1String("wait") && !isNumber(a[0], false))
+    if (c.name == QLatin1String("wait") && !isWholeNumber(a[0], false))
         return wants(QStringLiteral("whole non-negative numbers"));
-    if (touchesAt && a.size() == 2 && isNumber(a[0], true) && !(isNumber(a[0], false) && isNumber(a[1], false)))
+    if (touchesAt && a.size() == 2 && isWholeNumber(a[0], true) && !(isWholeNumber(a[0], false) && isWholeNumber(a[1], false)))
         return wants(QStringLiteral("whole non-negative numbers"));
-    if (touchesAt && a.size() == 2 && !isNumber(a[0], true) && isNumber(a[1], true) && a[1].toInt() < 1)
+    if (touchesAt && a.size() == 2 && !isWholeNumber(a[0], true) && isWholeNumber(a[1], true) && a[1].toInt() < 1)
         return wants(QStringLiteral("a label and a count from 1"));
-    if (c.name == QLatin1String("press") && a.size() == 2 && !isNumber(a[0], true) && !isNumber(a[1], true))
+    if (c.name == QLatin1String("press") && a.size() == 2 && !isWholeNumber(a[0], true) && !isWholeNumber(a[1], true))
         return wants(QStringLiteral("a label and a count from 1"));
-    if (c.name == QLatin1String("move") && !(isNumber(a[0], false) && isNumber(a[1], false)))
+    if (c.name == QLatin1String("move") && !(isWholeNumber(a[0], false) && isWholeNumber(a[1], false)))
         return wants(QStringLiteral("whole non-negative numbers"));
     if (c.name == QLatin1String("drag")) {
-        if (a.size() == 4 && !std::all_of(a.begin(), a.end(), [](const QString& n) { return isNumber(n, false); }))
+        if (a.size() == 4 && !std::all_of(a.begin(), a.end(), [](const QString& n) { return isWholeNumber(n, false); }))
             return wants(QStringLiteral("X1 Y1 X2 Y2 as whole non-negative numbers"));
-        if (a.size() == 3 && !(isNumber(a[1], true) && isNumber(a[2], true)))
+        if (a.size() == 3 && !(isWholeNumber(a[1], true) && isWholeNumber(a[2], true)))
             return wants(QStringLiteral("a label and a whole DX DY"));
     }
     return QString();
@@ -118,7 +118,7 @@ QString takeTiming(ScriptCommand* c, const Syntax& syntax)
     if (syntax.timing.isEmpty() || n < 2 || c->args[n - 2] != syntax.timing)
         return QString();
     const QString ms = c->args[n - 1];
-    if (!isNumber(ms, false) || ms.toInt() > LongestTouchMs)
+    if (!isWholeNumber(ms, false) || ms.toInt() > LongestTouchMs)
         return QStringLiteral("'%1 MS' wants milliseconds from 0 to %2, found '%3'")
             .arg(syntax.timing)
             .arg(LongestTouchMs)
@@ -129,6 +129,13 @@ QString takeTiming(ScriptCommand* c, const Syntax& syntax)
 }
 
 } // namespace
+
+bool isWholeNumber(const QString& text, bool allowNegative)
+{
+    bool ok = false;
+    const int n = text.toInt(&ok);
+    return ok && (allowNegative || n >= 0);
+}
 
 QString quoted(const QString& text)
 {

@@ -27,6 +27,9 @@ QString scriptCommandHelp();
 // Expectations: with --keep-going a failed one is reported and the script goes on.
 bool isExpectation(const ScriptCommand& command);
 
+// A script's numbers are whole: coordinates, counts, milliseconds.
+bool isWholeNumber(const QString& text, bool allowNegative = true);
+
 // Labels are written on one line: "IN\nSERVICE" names a two-line label.
 QString labelArgument(const QString& text);
 

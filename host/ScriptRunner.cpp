@@ -34,13 +34,6 @@ constexpr int JournalPatienceMs = 5000;
 // How long wait-for waits for a view: pages load from a browser that may be starting.
 constexpr int ViewPatienceMs = 20000;
 
-bool isNumber(const QString& text)
-{
-    bool ok = false;
-    text.toInt(&ok);
-    return ok;
-}
-
 } // namespace
 
 ScriptRunner::ScriptRunner(BenchHost* host, const QString& path)
@@ -210,11 +203,11 @@ bool ScriptRunner::touchPoint(const ScriptCommand& c, QPoint* point)
     const QStringList& a = c.args;
     if (c.name == QLatin1String("answer"))
         return buttonOfTopmostPopup(c, point);
-    if (a.size() == 2 && isNumber(a[0])) {
+    if (a.size() == 2 && isWholeNumber(a[0])) {
         *point = QPoint(a[0].toInt(), a[1].toInt());
         return true;
     }
-    if (a.size() == 2 && !isNumber(a[1]))
+    if (a.size() == 2 && !isWholeNumber(a[1]))
         return slideSwitchPosition(c, point);
     DisplayView* view = viewToTouch(c, labelArgument(a[0]), a.size() == 2 ? a[1].toInt() : 0, false);
     if (view)

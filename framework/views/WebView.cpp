@@ -70,11 +70,8 @@ WebView::WebView(DisplayView* parent, qreal zoomFactor)
     connect(frame, &QWebFrame::contentsSizeChanged, this, &WebView::contentsChanged);
     connect(frame, &QWebFrame::loadFinished, this, &WebView::pageLoaded);
     connect(frame, &QWebFrame::loadStarted, this, [this] { mLoading = true; });
-    mPage->setNetworkAccessManager(new CountingNetworkAccess(mPage, [this](int change) {
-        mRequestsInFlight += change;
-        if (!isBusy())
-            emit settled();
-    }));
+    mPage->setNetworkAccessManager(
+        new CountingNetworkAccess(mPage, [this](int change) { mRequestsInFlight += change; }));
     connect(mScroller, &KineticScroller::offsetChanged, this, &WebView::scrolled);
 }
 
@@ -118,8 +115,6 @@ void WebView::pageLoaded(bool ok)
     mScroller->setOffset(QPointF(0, 0));
     contentsChanged();
     emit loadFinished(ok);
-    if (!isBusy())
-        emit settled();
 }
 
 void WebView::contentsChanged()

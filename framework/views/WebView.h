@@ -37,8 +37,6 @@ public slots:
 
 signals:
     void loadFinished(bool ok);
-    // isBusy() went false.
-    void settled();
 
 private:
     void pageLoaded(bool ok);

@@ -18,8 +18,9 @@ TEST(DriveScenario, MovesAsACarDoesOverRoundAfterRound)
         ASSERT_GE(now.speedKmh, 0);
         // No more than 4 m/s² either way: no jumps, no rocket starts.
         ASSERT_LE(std::abs(now.speedKmh - before.speedKmh) / 3.6 / Step, 4.0);
-        if (now.gear == 1)
+        if (now.gear == 1) {
             ASSERT_EQ(now.speedKmh, 0) << "parked but moving";
+        }
         ASSERT_GE(now.odometerKm, before.odometerKm);
         ASSERT_LE(now.stateOfCharge, before.stateOfCharge);
         ASSERT_TRUE(now.battery12V == 12.8 || now.battery12V == 14.1);
