@@ -18,9 +18,9 @@ BrowserImpl::BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInf
 
 BrowserImpl::~BrowserImpl() {}
 
-CefRefPtr<CefRequestHandler> BrowserImpl::RequestHandler() {
+UiReleasedRef<CefRequestHandler> BrowserImpl::RequestHandler() {
   std::lock_guard<std::mutex> l(frames_mutex_);
-  return request_handler_;
+  return UiReleasedRef<CefRequestHandler>(request_handler_);
 }
 
 std::string BrowserImpl::TargetId() {

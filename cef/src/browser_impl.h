@@ -201,7 +201,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   const int id_;
   CefRefPtr<CefClient> client_;
   CefRefPtr<CefRequestHandler> request_handler_;  // under frames_mutex_ off the UI thread
-  CefRefPtr<CefRequestHandler> RequestHandler();
+  UiReleasedRef<CefRequestHandler> RequestHandler();
   CefWindowInfo window_info_;
   const bool is_popup_;
 

@@ -40,7 +40,7 @@ void BrowserImpl::ScreenInternalPage(const std::string& url, TransitionType tran
       void Cancel() override {}
       IMPLEMENT_REFCOUNTING(Answer);
     };
-    CefRefPtr<CefRequestHandler> handler = self->RequestHandler();
+    UiReleasedRef<CefRequestHandler> handler = self->RequestHandler();
     ReturnValue rv = handler ? handler->OnBeforeResourceLoad(self.get(), self->GetMainFrame(),
                                                              req.get(), new Answer)
                              : RV_CANCEL;

@@ -72,7 +72,7 @@ void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
   const Json& req = params["request"];
   std::string url = req["url"].str();
   if (req.has("urlFragment")) url += req["urlFragment"].str();
-  CefRefPtr<CefRequestHandler> handler = RequestHandler();
+  UiReleasedRef<CefRequestHandler> handler = RequestHandler();
   if (!handler || closed_) {
     c->Send("Fetch.continueRequest", Json::object().set("requestId", request_id), session);
     return;
@@ -93,7 +93,7 @@ void BrowserImpl::HandlePaused(const std::string& session, const Json& params) {
 void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& params) {
   const std::string target = TargetId();
   std::string url = params["url"].str();
-  CefRefPtr<CefRequestHandler> handler = RequestHandler();
+  UiReleasedRef<CefRequestHandler> handler = RequestHandler();
   if (!handler || !IsInternalPage(url)) return;
   {
     std::lock_guard<std::mutex> l(nav_mutex_);

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -84,6 +85,8 @@ bool Connection::Launch(const std::string& program, const std::vector<std::strin
   }
   close(to_child[0]);
   close(from_child[1]);
+  // The I/O thread writes as far as the pipe takes; the rest waits in the outbox.
+  fcntl(to_child[1], F_SETFL, fcntl(to_child[1], F_GETFL) | O_NONBLOCK);
   write_fd_ = to_child[1];
   read_fd_ = from_child[0];
   pid_ = pid;
@@ -95,21 +98,29 @@ void Connection::Start(EventSink sink, std::function<void(int)> on_death) {
   sink_ = std::move(sink);
   on_death_ = std::move(on_death);
   io_thread_ = std::thread([this] { IoLoop(); });
+  pthread_setname_np(io_thread_.native_handle(), "vexorcef-io");
 }
 
 int Connection::Send(const std::string& method, Json params, const std::string& session,
                      Callback cb) {
   int id;
+  bool gone;
+  Callback refuse_now;
   {
     std::lock_guard<std::mutex> lock(mutex_);
     id = next_id_++;
-    if (!alive_) {
-      if (cb) io_tasks_.Post([cb] { cb(Json(), Json("Chromium is not running")); });
-    } else if (cb) {
-      pending_[id] = Pending{session, std::move(cb)};
+    gone = !alive_;
+    if (!gone) {
+      if (cb) pending_[id] = Pending{session, std::move(cb)};
+    } else if (cb && !io_done_) {
+      io_tasks_.Post([cb] { cb(Json(), Json("Chromium is not running")); });
+    } else {
+      refuse_now = std::move(cb);
     }
   }
-  if (!alive_) return id;
+  // No I/O thread is left to run it.
+  if (refuse_now) refuse_now(Json(), Json("Chromium is not running"));
+  if (gone) return id;
   std::string text;
   text.reserve(128);
   text += "{\"id\":";
@@ -126,19 +137,51 @@ int Connection::Send(const std::string& method, Json params, const std::string& 
   text += '}';
   if (record_) Record('>', text.data(), text.size());
   text += '\0';
+  {
+    std::lock_guard<std::mutex> lock(write_mutex_);
+    if (write_fd_ < 0) return id;  // the read side fails the callback
+    outbox_ += text;
+  }
+  if (OnIoThread()) Flush();
+  else io_tasks_.Wake();
+  return id;
+}
+
+void Connection::Flush() {
+  // Beyond this, Chromium has not read for long: it hangs, and memory would run out.
+  constexpr size_t kMostQueued = 64u << 20;
   std::lock_guard<std::mutex> lock(write_mutex_);
-  const char* p = text.data();
-  size_t left = text.size();
-  while (left > 0 && write_fd_ >= 0) {
-    ssize_t n = write(write_fd_, p, left);
+  while (outbox_sent_ < outbox_.size() && write_fd_ >= 0) {
+    ssize_t n = write(write_fd_, outbox_.data() + outbox_sent_, outbox_.size() - outbox_sent_);
     if (n < 0) {
       if (errno == EINTR) continue;
-      break;  // EOF handling on the read side fails the callback
+      if (errno == EAGAIN) break;
+      GiveUp("Chromium closed its command pipe");
+      return;
     }
-    p += n;
-    left -= n;
+    outbox_sent_ += static_cast<size_t>(n);
   }
-  return id;
+  // Sent bytes go in bulk: erasing each write's worth would copy a long backlog each time.
+  if (outbox_sent_ == outbox_.size() || outbox_sent_ > outbox_.size() / 2) {
+    outbox_.erase(0, outbox_sent_);
+    outbox_sent_ = 0;
+  }
+  if (outbox_.size() - outbox_sent_ > kMostQueued)
+    GiveUp("Chromium stopped reading its commands");
+}
+
+void Connection::GiveUp(const char* why) {
+  if (given_up_) return;
+  given_up_ = true;
+  if (!stopping_) VLOG_ERROR(why);
+  if (write_fd_ >= 0) close(write_fd_);
+  write_fd_ = -1;
+  outbox_.clear();
+  outbox_sent_ = 0;
+  if (pid_ > 0) {
+    kill(-pid_, SIGKILL);
+    kill(pid_, SIGKILL);
+  }
 }
 
 bool Connection::SendSync(const std::string& method, Json params, int timeout_ms, Json* result,
@@ -225,17 +268,33 @@ void Connection::Dispatch(const std::string& text) {
 }
 
 void Connection::IoLoop() {
+  // A write to a pipe Chromium closed raises SIGPIPE in the writing thread, which is this
+  // one only: blocked here, it stays pending and harmless, and the write fails with EPIPE.
+  sigset_t pipe_signal;
+  sigemptyset(&pipe_signal);
+  sigaddset(&pipe_signal, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipe_signal, nullptr);
   std::string buffer;
   std::vector<char> chunk(1 << 16);
   bool eof = false;
   while (!eof) {
-    pollfd fds[2] = {{read_fd_, POLLIN, 0}, {io_tasks_.fd(), POLLIN, 0}};
-    int n = poll(fds, 2, -1);
+    bool writing;
+    int write_fd;
+    {
+      std::lock_guard<std::mutex> lock(write_mutex_);
+      writing = outbox_sent_ < outbox_.size() && write_fd_ >= 0;
+      write_fd = write_fd_;
+    }
+    pollfd fds[3] = {{read_fd_, POLLIN, 0},
+                     {io_tasks_.fd(), POLLIN, 0},
+                     {writing ? write_fd : -1, POLLOUT, 0}};
+    int n = poll(fds, 3, -1);
     if (n < 0) {
       if (errno == EINTR) continue;
       break;
     }
     io_tasks_.RunAll();
+    Flush();
     if (stopping_ && !(fds[0].revents & (POLLIN | POLLHUP | POLLERR))) continue;
     if (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) {
       ssize_t got = read(read_fd_, chunk.data(), chunk.size());
@@ -271,6 +330,10 @@ void Connection::IoLoop() {
   }
   wait_status_ = status;
   FailAll("Chromium exited");
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    io_done_ = true;
+  }
   // Run what was queued before the end so nothing waits forever.
   io_tasks_.RunAll();
   if (on_death_ && !stopping_) on_death_(status);
@@ -302,6 +365,8 @@ void Connection::Shutdown(int timeout_ms) {
     std::lock_guard<std::mutex> lock(write_mutex_);
     if (write_fd_ >= 0) close(write_fd_);
     write_fd_ = -1;
+    outbox_.clear();
+    outbox_sent_ = 0;
   }
   io_tasks_.Wake();
   io_thread_.join();

@@ -39,7 +39,8 @@ class Connection {
   // Starts the I/O thread; events go to sink on that thread, death is reported once.
   void Start(EventSink sink, std::function<void(int wait_status)> on_death);
 
-  // Thread-safe. The callback runs on the I/O thread; callers hop threads themselves.
+  // Thread-safe and never blocks: the I/O thread writes. The callback runs on the I/O
+  // thread; callers hop threads themselves.
   int Send(const std::string& method, Json params, const std::string& session = std::string(),
            Callback cb = Callback());
   // Blocks up to timeout_ms for the answer; false on timeout or error.
@@ -59,6 +60,10 @@ class Connection {
 
  private:
   void IoLoop();
+  // I/O thread: writes what the pipe takes now.
+  void Flush();
+  // Chromium no longer takes commands: it is ended, and the read side reports the death.
+  void GiveUp(const char* why);  // under write_mutex_
   void Dispatch(const std::string& text);
   void FailAll(const std::string& why);
   void Record(char direction, const char* text, size_t size);
@@ -72,9 +77,13 @@ class Connection {
   EventSink sink_;
   std::function<void(int)> on_death_;
 
-  std::mutex write_mutex_;
-  std::mutex mutex_;  // guards next_id_, pending_
+  std::mutex write_mutex_;  // guards write_fd_, outbox_, outbox_sent_
+  std::string outbox_;
+  size_t outbox_sent_ = 0;  // bytes of outbox_ already written
+  bool given_up_ = false;  // I/O thread
+  std::mutex mutex_;  // guards next_id_, pending_, io_done_
   int next_id_ = 1;
+  bool io_done_ = false;  // the I/O thread runs no more tasks
   struct Pending {
     std::string session;
     Callback cb;

@@ -206,11 +206,17 @@ void Engine::EnsureChromium() {
     RestartFailed(error);
     return;
   }
+  // Held here, not in its own callbacks, so that a shutdown meanwhile ends it.
+  starting_ = c;
+  std::weak_ptr<Connection> weak = c;
   auto answered = std::make_shared<std::atomic<bool>>(false);
   c->Send("Browser.getVersion", Json::object(), std::string(),
-          [this, c, answered](const Json& r, const Json& err) {
+          [this, weak, answered](const Json& r, const Json& err) {
             if (answered->exchange(true)) return;
-            PostUi([this, c, r, err] {
+            PostUi([this, weak, r, err] {
+              std::shared_ptr<Connection> c = weak.lock();
+              if (!c || c != starting_) return;
+              starting_ = nullptr;
               if (!err.isNull()) {
                 c->Shutdown(200);
                 RestartFailed("Chromium exited at start");
@@ -223,8 +229,10 @@ void Engine::EnsureChromium() {
               StartNextCreation();
             });
           });
-  PostUiDelayed(start_timeout_ms_, [this, c, answered] {
-    if (answered->exchange(true)) return;
+  PostUiDelayed(start_timeout_ms_, [this, weak, answered] {
+    std::shared_ptr<Connection> c = weak.lock();
+    if (answered->exchange(true) || !c || c != starting_) return;
+    starting_ = nullptr;
     c->Shutdown(200);
     RestartFailed("Chromium did not answer in time");
   });
@@ -247,14 +255,7 @@ void Engine::Shutdown() {
   for (auto& b : browsers_)
     if (!b->closed() && !b->target_id().empty() && chromium_alive())
       conn()->Send("Target.closeTarget", Json::object().set("targetId", b->target_id()));
-  std::shared_ptr<Connection> c;
-  {
-    std::lock_guard<std::mutex> lock(conn_mutex_);
-    c = conn_;
-  }
-  if (c) c->Shutdown(3000);
-  for (auto& d : dead_conns_) d->Shutdown(100);
-  x_.Close();
+  StopChromiumAndThreads();
   browsers_.clear();
   creation_queue_.clear();
   creating_ = nullptr;
@@ -268,7 +269,24 @@ void Engine::Shutdown() {
     conn_.reset();
     dead_conns_.clear();
   }
+}
+
+void Engine::StopChromiumAndThreads() {
+  std::shared_ptr<Connection> c = conn();
+  if (c) c->Shutdown(3000);
+  if (starting_) starting_->Shutdown(200);
+  starting_ = nullptr;
+  for (auto& d : dead_conns_) d->Shutdown(100);
+  x_.Close();
   RemoveTempProfile();
+}
+
+void Engine::StopAtExit() {
+  // The host's objects, the clients among them, may be gone already: none is called, and
+  // none is released. Only Chromium and the engine's own threads end.
+  exiting_ = true;
+  StopChromiumAndThreads();
+  g_engine = nullptr;
 }
 
 void Engine::RemoveTempProfile() {
@@ -366,9 +384,12 @@ void Engine::StartNextCreation() {
     } else {
       b->Recreate();
     }
-    // A page that never shows up must not hold up the browsers behind it.
-    PostUiDelayed(10000, [this, b] {
-      if (creating_ == b) b->OnTargetCreateFailed("no page within 10 s");
+    // A page that never shows up must not hold up the browsers behind it. The same browser
+    // may be made again by then (Chromium died meanwhile): only this creation is given up.
+    const int creation = ++creations_started_;
+    PostUiDelayed(10000, [this, b, creation] {
+      if (creating_ == b && creations_started_ == creation)
+        b->OnTargetCreateFailed("no page within 10 s");
     });
   }
 }
@@ -411,6 +432,7 @@ void Engine::UnmapSession(const std::string& session) {
 }
 
 void Engine::OnIoEvent(const std::string& method, Json params, const std::string& session) {
+  if (exiting_) return;
   if (method == "Fetch.requestPaused") {
     CefRefPtr<BrowserImpl> b = BrowserForSession(session);
     if (b) {
@@ -507,6 +529,13 @@ using vexorcef::Engine;
 
 namespace {
 Engine* g_owned = nullptr;
+
+// Hosts never shut the engine down: it ends with the process, before static objects go
+// that its threads might reach.
+void StopEngineAtExit() {
+  if (Engine* e = Engine::Get()) e->StopAtExit();
+}
+
 // The caller of CefInitialize, also when the start failed: the host's UI runs on without
 // browsers, and its thread checks must still pass.
 std::atomic<std::thread::id> g_ui_thread;
@@ -526,6 +555,8 @@ bool CefInitialize(const CefMainArgs& args, const CefSettings& settings,
     return false;
   }
   g_owned = e;
+  static bool stop_registered = false;
+  if (!stop_registered) stop_registered = std::atexit(StopEngineAtExit) == 0;
   return true;
 }
 

@@ -29,6 +29,8 @@ class Engine {
 
   bool Initialize(const CefMainArgs& args, const CefSettings& settings, CefRefPtr<CefApp> app);
   void Shutdown();
+  // At process exit, on the thread that exits.
+  void StopAtExit();
 
   // Thread-safe; the task runs in a later CefDoMessageLoopWork.
   void PostUi(std::function<void()> task);
@@ -72,6 +74,8 @@ class Engine {
   std::shared_ptr<Connection> Spawn(std::string* error);
   void Adopt(std::shared_ptr<Connection> c, const Json& version);
   void RestartFailed(const std::string& why);
+  // Ends Chromium, every engine thread (joined) and the temporary profile.
+  void StopChromiumAndThreads();
   void RemoveTempProfile();
   void RemoveStaleProfiles();
   void OnIoEvent(const std::string& method, Json params, const std::string& session);
@@ -80,6 +84,7 @@ class Engine {
   void StartNextCreation();
 
   std::thread::id ui_thread_;
+  std::atomic<bool> exiting_{false};
   std::mutex ui_mutex_;
   std::deque<std::function<void()>> ui_tasks_;
   std::atomic<bool> ui_has_work_{false};
@@ -93,6 +98,7 @@ class Engine {
   std::mutex conn_mutex_;
   std::shared_ptr<Connection> conn_;
   std::vector<std::shared_ptr<Connection>> dead_conns_;
+  std::shared_ptr<Connection> starting_;  // a restarted Chromium not answering yet; UI thread
   bool restarting_ = false;
   XWindows x_;
 
@@ -110,6 +116,7 @@ class Engine {
   std::vector<CefRefPtr<BrowserImpl>> browsers_;  // UI thread
   std::deque<CefRefPtr<BrowserImpl>> creation_queue_;
   CefRefPtr<BrowserImpl> creating_;
+  int creations_started_ = 0;
   std::map<std::string, std::string> early_attach_;  // targetId -> session
   std::map<BrowserImpl*, std::pair<std::string, std::string>> popup_args_;
 
@@ -117,6 +124,25 @@ class Engine {
   std::map<std::string, CefRefPtr<BrowserImpl>> sessions_;
 
   std::vector<std::pair<std::string, std::string>> routers_;
+};
+
+// A reference to a client object taken on the I/O thread. Client objects may be the host's
+// UI objects, whose last reference must go on the UI thread: this one is handed back there.
+template <typename T>
+class UiReleasedRef {
+ public:
+  explicit UiReleasedRef(CefRefPtr<T> ref) : ref_(std::move(ref)) {}
+  UiReleasedRef(const UiReleasedRef&) = delete;
+  UiReleasedRef& operator=(const UiReleasedRef&) = delete;
+  ~UiReleasedRef() {
+    Engine* e = Engine::Get();
+    if (ref_ && e && !e->OnUiThread()) e->PostUi([ref = ref_] {});
+  }
+  T* operator->() const { return ref_.get(); }
+  explicit operator bool() const { return ref_ != nullptr; }
+
+ private:
+  CefRefPtr<T> ref_;
 };
 
 // Maps Chromium's network error name ("net::ERR_NAME_NOT_RESOLVED") to its number.

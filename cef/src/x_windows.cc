@@ -4,6 +4,7 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <poll.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -41,6 +42,7 @@ bool XWindows::Open(std::string* error) {
   atom_pid_ = XInternAtom(dpy_, "_NET_WM_PID", False);
   stop_ = false;
   thread_ = std::thread([this] { Loop(); });
+  pthread_setname_np(thread_.native_handle(), "vexorcef-x");
   return true;
 }
 

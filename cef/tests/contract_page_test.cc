@@ -15,41 +15,6 @@ namespace {
 
 HttpServer* g_server = nullptr;
 
-// Answers "ping" with "pong:<frame url>", holds "hold" forever, declines the rest.
-class Handler : public CefMessageRouterBrowserSide::Handler {
- public:
-  bool OnQuery(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame, int64 query_id,
-               const CefString& request, bool, CefRefPtr<Callback> callback) override {
-    std::string r = request.ToString();
-    frames.push_back(frame ? frame->GetURL().ToString() : "<none>");
-    if (r == "ping") {
-      callback->Success("pong:" + (frame ? frame->GetURL().ToString() : std::string()));
-      return true;
-    }
-    if (r == "hold") {
-      held = callback;
-      held_id = query_id;
-      return true;
-    }
-    return false;
-  }
-  void OnQueryCanceled(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, int64 query_id) override {
-    canceled.push_back(query_id);
-  }
-  std::vector<std::string> frames;
-  CefRefPtr<Callback> held;
-  int64 held_id = -1;
-  std::vector<int64> canceled;
-};
-
-void InstallRouter(CefRefPtr<TestClient> c, Handler* h) {
-  CefMessageRouterConfig config;
-  config.js_query_function = "vexorQuery";
-  config.js_cancel_function = "vexorQueryCancel";
-  c->router = CefMessageRouterBrowserSide::Create(config);
-  c->router->AddHandler(h, false);
-}
-
 }  // namespace
 
 TEST_F(Fresh, PopupsAreOfferedFirstAndVanishWhenCancelled) {
@@ -269,7 +234,7 @@ TEST_F(Fresh, TheFirstTapRightAfterALoadReachesThePageOnce) {
 }
 
 TEST_F(Fresh, RouterQueriesAnswerTheFrameThatAsked) {
-  Handler h;
+  QueryHandler h;
   InstallRouter(c, &h);
   std::string cross = "http://localhost:" + std::to_string(g_server->port());
   g_server->Serve("/router.html",
@@ -340,7 +305,7 @@ TEST_F(Fresh, PermissionRequestsAreRefusedWithoutAPrompt) {
 }
 
 TEST_F(Fresh, RendererCrashIsReportedAndTheNextLoadWorks) {
-  Handler h;
+  QueryHandler h;
   InstallRouter(c, &h);
   g_server->Serve("/victim.html", "<title>victim</title>");
   ASSERT_TRUE(c->Load(g_server->Url("/victim.html")));

@@ -42,6 +42,11 @@ HttpServer::~HttpServer() {
   shutdown(listen_fd_, SHUT_RDWR);
   thread_.join();
   close(listen_fd_);
+  // Connections still served end now: their threads use this object.
+  std::unique_lock<std::mutex> l(mutex_);
+  for (int fd : open_fds_) shutdown(fd, SHUT_RDWR);
+  stopped_.notify_all();
+  stopped_.wait(l, [&] { return open_fds_.empty(); });
 }
 
 std::string HttpServer::Url(const std::string& path) const {
@@ -79,7 +84,17 @@ void HttpServer::Loop() {
     if (poll(&p, 1, 200) <= 0) continue;
     int fd = accept4(listen_fd_, nullptr, nullptr, SOCK_CLOEXEC);
     if (fd < 0) continue;
-    std::thread([this, fd] { Handle(fd); }).detach();
+    {
+      std::lock_guard<std::mutex> l(mutex_);
+      open_fds_.insert(fd);
+    }
+    std::thread([this, fd] {
+      Handle(fd);
+      std::lock_guard<std::mutex> l(mutex_);
+      close(fd);
+      open_fds_.erase(fd);
+      stopped_.notify_all();
+    }).detach();
   }
 }
 
@@ -91,9 +106,9 @@ void HttpServer::Handle(int fd) {
     size_t end;
     while ((end = buf.find("\r\n\r\n")) == std::string::npos) {
       pollfd p = {fd, POLLIN, 0};
-      if (poll(&p, 1, 5000) <= 0) { close(fd); return; }
+      if (poll(&p, 1, 5000) <= 0) return;
       ssize_t n = read(fd, chunk, sizeof chunk);
-      if (n <= 0) { close(fd); return; }
+      if (n <= 0) return;
       buf.append(chunk, n);
     }
     std::string head = buf.substr(0, end);
@@ -127,11 +142,16 @@ void HttpServer::Handle(int fd) {
       r.status = 404;
       r.body = "<html><body>not found</body></html>";
     }
-    if (r.delay_ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(r.delay_ms));
+    if (r.delay_ms > 0) {
+      std::unique_lock<std::mutex> l(mutex_);
+      if (stopped_.wait_for(l, std::chrono::milliseconds(r.delay_ms), [&] { return stop_.load(); }))
+        return;
+    }
     std::string out = "HTTP/1.1 " + std::to_string(r.status) + " X\r\nContent-Type: " + r.type +
                       "\r\nContent-Length: " + std::to_string(r.body.size()) +
                       "\r\nCache-Control: " + r.cache_control + "\r\n\r\n" + r.body;
-    if (write(fd, out.data(), out.size()) < 0) { close(fd); return; }
+    // The browser may have closed the connection meanwhile: no SIGPIPE for that.
+    if (send(fd, out.data(), out.size(), MSG_NOSIGNAL) < 0) return;
   }
 }
 
@@ -627,6 +647,16 @@ void Click(CefRefPtr<CefBrowser> browser, int x, int y, int button) {
   browser->GetHost()->SendMouseMoveEvent(e, false);
   browser->GetHost()->SendMouseClickEvent(e, b, false, 1);
   browser->GetHost()->SendMouseClickEvent(e, b, true, 0);
+}
+
+// ---- Page queries
+
+void InstallRouter(CefRefPtr<TestClient> c, QueryHandler* h) {
+  CefMessageRouterConfig config;
+  config.js_query_function = "vexorQuery";
+  config.js_cancel_function = "vexorQueryCancel";
+  c->router = CefMessageRouterBrowserSide::Create(config);
+  c->router->AddHandler(h, false);
 }
 
 }  // namespace testing_support

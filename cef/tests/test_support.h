@@ -4,9 +4,11 @@
 #define VEXOR_CEF_TESTS_TEST_SUPPORT_H_
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -51,6 +53,8 @@ class HttpServer {
   std::atomic<bool> stop_{false};
   std::thread thread_;
   std::mutex mutex_;
+  std::condition_variable stopped_;  // stop_ set, or a connection ended
+  std::set<int> open_fds_;
   std::map<std::string, Response> routes_;
   std::vector<std::string> requests_;
 };
@@ -219,6 +223,37 @@ void TypeText(CefRefPtr<CefBrowser> browser, const std::u16string& text);
 void PressKey(CefRefPtr<CefBrowser> browser, int windows_key_code, char16_t character,
               uint32_t modifiers = 0);
 void Click(CefRefPtr<CefBrowser> browser, int x, int y, int button = 0);
+
+// Answers "ping" with "pong:<frame url>", holds "hold" forever, declines the rest.
+class QueryHandler : public CefMessageRouterBrowserSide::Handler {
+ public:
+  // Here, not beside the X code, whose headers make "Success" a macro.
+  bool OnQuery(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame, int64 query_id,
+               const CefString& request, bool, CefRefPtr<Callback> callback) override {
+    std::string r = request.ToString();
+    frames.push_back(frame ? frame->GetURL().ToString() : "<none>");
+    if (r == "ping") {
+      callback->Success("pong:" + (frame ? frame->GetURL().ToString() : std::string()));
+      return true;
+    }
+    if (r == "hold") {
+      held = callback;
+      held_id = query_id;
+      return true;
+    }
+    return false;
+  }
+  void OnQueryCanceled(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>, int64 query_id) override {
+    canceled.push_back(query_id);
+  }
+  std::vector<std::string> frames;
+  CefRefPtr<Callback> held;
+  int64 held_id = -1;
+  std::vector<int64> canceled;
+};
+
+// Gives the client a router for vexorQuery/vexorQueryCancel that asks h.
+void InstallRouter(CefRefPtr<TestClient> c, QueryHandler* h);
 
 // A test with a new browser of its own, whose event log is printed when the test fails.
 class Fresh : public ::testing::Test {
