@@ -14,8 +14,8 @@ packages=(
   libx11-dev libxext-dev
   # native windows shown inside the UI: redirected, followed and read through shared memory
   libxcomposite-dev libxdamage-dev libxfixes-dev
-  # browser engine; its DevTools messages are parsed with simdjson
-  chromium libsimdjson-dev
+  # browser engine; its DevTools messages are parsed with simdjson, its windows made through XCB
+  chromium libsimdjson-dev libxcb1-dev
   # display for tests and screenshots
   xvfb xauth
   # the framework's five proportional and five monospaced fonts, and CJK samples

@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
@@ -14,7 +15,7 @@
 
 #include "task_queue.h"
 
-struct _XDisplay;
+struct xcb_connection_t;
 
 namespace vexorcef {
 
@@ -50,10 +51,12 @@ class XWindows {
   void Loop();
   void Post(std::function<void()> task);
   void HandleEvents();
+  // A mapped top-level window of pid not seen before, the topmost if several; 0 for none.
+  unsigned long FindTopLevelOf(pid_t pid);
   bool TrySearch(Search& s);
   void FitChild(unsigned long container);
 
-  _XDisplay* dpy_ = nullptr;
+  xcb_connection_t* conn_ = nullptr;
   bool stop_ = false;
   std::thread thread_;
   WakeableTaskQueue tasks_;
@@ -63,7 +66,9 @@ class XWindows {
   std::set<unsigned long> seen_;
   std::map<unsigned long, unsigned long> child_of_;   // container -> Chromium window
   std::map<unsigned long, unsigned long> container_of_;  // Chromium window -> container
-  unsigned long atom_pid_ = 0;
+  uint32_t root_ = 0;
+  uint32_t white_pixel_ = 0;
+  uint32_t atom_pid_ = 0;
 };
 
 }  // namespace vexorcef

@@ -153,6 +153,21 @@ TEST(Browser, WindowHandleIsAnEngineWindowThatChromiumFillsAndFollows) {
   EXPECT_FALSE(WindowGeometry(w, &x, &y, &width, &height, &mapped)) << "window survives close";
 }
 
+TEST(Browser, TheEnginesWindowWorkLeavesTheProgramsXErrorHandlerAlone) {
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create("", 400, 300));
+  unsigned long w = c->browser->GetHost()->GetWindowHandle();
+  ResizeWindow(w, 420, 310);
+  ASSERT_TRUE(PumpUntil([&] {
+    int x, y, cw, ch;
+    bool m;
+    auto kids = WindowChildren(w);
+    return kids.size() == 1 && WindowGeometry(kids[0], &x, &y, &cw, &ch, &m) && cw == 420;
+  }, 5000));
+  c->Close();
+  EXPECT_TRUE(ProgramXErrorHandlerInPlace());
+}
+
 TEST_F(Fresh, LoadEventsCarryStatusFramesAndHistory) {
   g_server->Serve("/one.html", "<title>One</title><iframe src='/frame.html'></iframe>");
   g_server->Serve("/frame.html", "<p>frame</p>");

@@ -69,7 +69,10 @@ bool PumpUntil(const std::function<bool()>& done, int timeout_ms = 15000);
 void PumpFor(int ms);
 
 // Starts the engine once for the test program; fails the test loudly without Chromium.
+// The program's own Xlib error handler is installed first.
 bool StartEngine(CefRefPtr<CefApp> app = nullptr, std::string* why = nullptr);
+// Whether the process's Xlib error handler is still the one StartEngine installed.
+bool ProgramXErrorHandlerInPlace();
 std::string LauncherPath();
 bool ChromiumPresent(std::string* path);
 

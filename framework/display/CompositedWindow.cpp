@@ -1,7 +1,7 @@
 #include "display/CompositedWindow.h"
 
 #include "display/WindowCompositor.h"
-#include "display/XErrorTrap.h"
+#include "services/XErrorTrap.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>

@@ -1,6 +1,7 @@
 #include "services/X11Utils.h"
 
 #include "core/Logger.h"
+#include "services/XErrorTrap.h"
 
 #include <QMutex>
 #include <X11/Xlib.h>
@@ -11,13 +12,6 @@ namespace {
 QMutex gMutex;
 Display* gDisplay = nullptr;
 bool gTried = false;
-int gLastError = 0;
-
-int recordError(Display*, XErrorEvent* event)
-{
-    gLastError = event->error_code;
-    return 0;
-}
 
 // Our own connection: the toolkit's may be off screen or elsewhere.
 Display* display()
@@ -27,8 +21,6 @@ Display* display()
         gDisplay = XOpenDisplay(nullptr);
         if (!gDisplay)
             Logger(nullptr, "WARN") << "X11Utils: no X display, window requests are ignored";
-        else
-            XSetErrorHandler(recordError);
     }
     return gDisplay;
 }
@@ -42,11 +34,10 @@ void run(const char* what, unsigned long window, Request request)
     Display* dpy = display();
     if (!dpy)
         return;
-    gLastError = 0;
+    XErrorTrap trap(dpy);
     request(dpy, Window(window));
-    XSync(dpy, False);
-    if (gLastError)
-        Logger(nullptr, "WARN") << "X11Utils:" << what << "failed for window" << window << "error" << gLastError;
+    if (const int error = trap.sync())
+        Logger(nullptr, "WARN") << "X11Utils:" << what << "failed for window" << window << "error" << error;
 }
 
 } // namespace

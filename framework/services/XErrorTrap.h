@@ -1,11 +1,15 @@
 #pragma once
 
+#include "OrvaneExport.h"
+
 struct _XDisplay;
 
 // Catches the X errors of one connection while it lives, so a window that another program
-// destroyed fails a request instead of ending the process. Errors of other connections go on
-// to the handler that was installed before. UI thread only; traps nest.
-class XErrorTrap {
+// destroyed fails a request instead of ending the process. The first trap installs the
+// process's one Xlib error handler for good; errors of connections no trap of the reporting
+// thread watches go on to the handler that was installed before it. Traps nest per thread;
+// a trap ends on the thread that opened it.
+class ORVANE_EXPORT XErrorTrap {
 public:
     explicit XErrorTrap(_XDisplay* display);
     ~XErrorTrap();
