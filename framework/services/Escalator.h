@@ -11,8 +11,13 @@ class ORVANE_EXPORT Escalator {
 public:
     Escalator(const QString& command, const QStringList& arguments);
 
-    // The command's exit status; non-zero also when it could not be started or crashed.
+    // The command's exit status; non-zero also when it could not be started, crashed or did
+    // not finish in time (it is then killed). A failure leaves errno saying which, for perror.
     int runCommand();
+
+    // How long runCommand() waits for the command; the UI thread waits with it.
+    static int timeoutMs();
+    static void setTimeoutMs(int ms);
 
 private:
     QString mCommand;

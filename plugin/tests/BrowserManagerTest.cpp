@@ -1,7 +1,9 @@
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
 #include "core/Logger.h"
+#include "core/PendingSaves.h"
 #include "gui/cef/ChromiumManager.h"
+#include "services/Escalator.h"
 
 #include "BrowserTestSupport.h"
 
@@ -81,13 +83,39 @@ TEST(ChromiumManager, RemovalIsLoggedWithTheCountInDebugMode)
         << log.lines().join("\n").toStdString();
 }
 
-TEST(ChromiumManagerDeathTest, AFailedMoveToTheBrowserGroupEndsTheProcess)
+TEST(ChromiumManagerDeathTest, AFailedMoveToTheBrowserGroupEndsTheProcessAfterThePendingSaves)
 {
-    ControlGroupCommands commands(3);
-    ChromiumManager manager;
-    int a = 0;
-    EXPECT_EXIT(manager.initializeCef(fakeClient(a)), ::testing::ExitedWithCode(1),
-                "failed to set internet-cgroups");
+    QTemporaryDir scratch;
+    const QString saved = scratch.filePath("saved");
+    int owner = 0;
+    // A save the loop would have made in its next turn, which never comes.
+    PendingSaves::add(&owner, [&] {
+        QFile file(saved);
+        file.open(QIODevice::WriteOnly);
+        file.write("selection");
+    });
+    {
+        ControlGroupCommands commands(3);
+        ChromiumManager manager;
+        int a = 0;
+        EXPECT_EXIT(manager.initializeCef(fakeClient(a)), ::testing::ExitedWithCode(1),
+                    "failed to set internet-cgroups: Operation not permitted");
+    }
+    EXPECT_TRUE(QFile::exists(saved)) << "the process ended before the pending save";
+    QFile::remove(saved);
+    {
+        // A command that never answers is ended; the display is not frozen for good.
+        ControlGroupCommands commands(ControlGroupCommands::Hangs);
+        const int before = Escalator::timeoutMs();
+        Escalator::setTimeoutMs(300);
+        ChromiumManager manager;
+        int a = 0;
+        EXPECT_EXIT(manager.initializeCef(fakeClient(a)), ::testing::ExitedWithCode(1),
+                    "failed to set internet-cgroups: Connection timed out");
+        Escalator::setTimeoutMs(before);
+    }
+    EXPECT_TRUE(QFile::exists(saved));
+    PendingSaves::remove(&owner);
 }
 
 TEST(ChromiumManager, SettingsFollowTheHostLocale)

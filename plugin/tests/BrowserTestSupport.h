@@ -33,6 +33,9 @@ inline bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
 // Stand-ins for the host's control-group commands, found first on PATH; each run is recorded.
 class ControlGroupCommands {
 public:
+    // A command that hangs until it is killed.
+    static constexpr int Hangs = -1;
+
     explicit ControlGroupCommands(int internetStatus = 0)
     {
         write("internet-cgroup", internetStatus);
@@ -62,8 +65,10 @@ private:
     {
         QFile file(mDir.filePath(name));
         file.open(QIODevice::WriteOnly);
-        file.write(QStringLiteral("#!/bin/sh\necho \"$(basename \"$0\") $#\" >> '%1'\nexit %2\n")
-                       .arg(mDir.filePath("runs")).arg(status).toUtf8());
+        file.write(QStringLiteral("#!/bin/sh\necho \"$(basename \"$0\") $#\" >> '%1'\n%2\n")
+                       .arg(mDir.filePath("runs"),
+                            status == Hangs ? QStringLiteral("exec sleep 600") : QStringLiteral("exit %1").arg(status))
+                       .toUtf8());
         file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
 

@@ -3,6 +3,7 @@
 
 #include "can/CANDecoder.h"
 #include "core/Logger.h"
+#include "core/PendingSaves.h"
 #include "diag/can/CANDataModel.h"
 #include "diag/can/CANSelectionFile.h"
 #include "diag/can/CANView.h"
@@ -207,6 +208,15 @@ TEST_F(SampleViewer, NoSavedFileMeansAnEmptyTableAndNoFileUntilTheFirstChange)
     drainEvents();
     EXPECT_TRUE(QFile::exists(selectionFile()));
     EXPECT_EQ(readFile(selectionFile()), QByteArray());
+}
+
+TEST_F(SampleViewer, AChangeNotYetSavedIsWrittenWhenPendingSavesAreFlushed)
+{
+    auto view = makeView();
+    view->selectedModel()->addItem(sample("Transmission", "Gear"), false);
+    // The process ends before the loop turns again.
+    PendingSaves::flushAll();
+    EXPECT_EQ(readFile(selectionFile()), "sample:Transmission:Gear\n");
 }
 
 TEST_F(SampleViewer, SavedSelectionComesBackInFileOrderAndOddEntriesAreSkipped)

@@ -1,6 +1,7 @@
 #include "diag/can/CANView.h"
 
 #include "core/Logger.h"
+#include "core/PendingSaves.h"
 #include "diag/can/CANDataModel.h"
 #include "diag/can/CANSelectionFile.h"
 #include "diag/can/CANSelectorTableController.h"
@@ -74,6 +75,10 @@ CANView::CANView(DisplayView* parent, AppInfo* appInfo, bool showAll)
     mSaveTimer.setInterval(0);
     connect(&mSaveTimer, &QTimer::timeout, this, &CANView::saveSettings);
     connect(mSelectedModel, &TableModel::modelItemCountChanged, &mSaveTimer, qOverload<>(&QTimer::start));
+    PendingSaves::add(this, [this] {
+        if (mSaveTimer.isActive())
+            saveSettings();
+    });
 
     auto* overlay = new BorderImageView(
         this, {QStringLiteral("tabselector/container_overlay.png"), QStringLiteral("tabselector/container_corners.png")},
@@ -83,6 +88,7 @@ CANView::CANView(DisplayView* parent, AppInfo* appInfo, bool showAll)
 
 CANView::~CANView()
 {
+    PendingSaves::remove(this);
     // A change made in the last turn of the loop is not lost with the view.
     if (mSaveTimer.isActive())
         saveSettings();

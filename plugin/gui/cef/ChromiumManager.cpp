@@ -2,6 +2,7 @@
 
 #include "core/DataValues.h"
 #include "core/Logger.h"
+#include "core/PendingSaves.h"
 #include "diag/DiagConfig.h"
 #include "gui/cef/ChromiumApp.h"
 #include "gui/cef/ChromiumUtils.h"
@@ -20,6 +21,8 @@ namespace {
 void moveToControlGroup(const char* command, const char* failure)
 {
     if (Escalator(QString::fromLatin1(command), QStringList()).runCommand() != 0) {
+        // exit() skips the loop's later turns, where deferred saves would have run.
+        PendingSaves::flushAll();
         perror(failure);
         exit(1);
     }
