@@ -8,6 +8,7 @@
 #include "gui/cef/ChromiumUtils.h"
 #include "services/Escalator.h"
 #include "services/VehicleUtils.h"
+#include "services/VxWebContentFilter.h"
 #include "services/WifiManager.h"
 #include "views/DisplayView.h"
 
@@ -79,6 +80,9 @@ void ChromiumManager::startEngine()
     const CefSettings settings = engineSettings();
 
     moveToControlGroup("internet-cgroup", "failed to set internet-cgroups");
+    // The engine stops its threads when the process exits, after the statics built later are
+    // gone: the filter the request policy reads there is built first.
+    VxWebContentFilter::instance();
     char program[] = "chromium";
     char noStackTraces[] = "--disable-in-process-stack-traces";
     char* argv[] = {program, noStackTraces, nullptr};
