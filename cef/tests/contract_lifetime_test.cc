@@ -23,12 +23,6 @@ namespace {
 
 HttpServer* g_server = nullptr;
 
-// How often each fault is repeated: the sanitizer run asks for more than the quick run.
-int Rounds() {
-  const char* n = getenv("VEXOR_STRESS_ROUNDS");
-  return n && atoi(n) > 0 ? atoi(n) : 10;
-}
-
 // Threads the engine started that are still there: it names each "vexorcef-...".
 int EngineThreads() {
   int n = 0;
@@ -120,7 +114,7 @@ TEST(Lifetime, AClientLeftWhileItsPageLoadsIsReleasedOnTheUiThread) {
   for (int i = 0; i < 20; ++i) page += "<img src='/slow.png?" + std::to_string(i) + "'>";
   g_server->Serve("/busy.html", page);
   const std::thread::id ui = std::this_thread::get_id();
-  for (int round = 0; round < Rounds(); ++round) {
+  for (int round = 0; round < StressRounds(); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     std::thread::id died_on;
     HeldRequest held;
@@ -149,7 +143,7 @@ TEST(Lifetime, ChromiumKilledWhileTheHostTypesIsSurvivedAndComesBack) {
   CefRefPtr<TestClient> c = new TestClient;
   ASSERT_TRUE(c->Create(""));
   StderrCapture err;
-  for (int round = 0; round < Rounds(); ++round) {
+  for (int round = 0; round < StressRounds(); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     const int ends = c->main_load_ends, terminations = c->terminations;
     // Loading brings Chromium back after the last round killed it.

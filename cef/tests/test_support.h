@@ -75,6 +75,8 @@ bool StartEngine(CefRefPtr<CefApp> app = nullptr, std::string* why = nullptr);
 bool ProgramXErrorHandlerInPlace();
 std::string LauncherPath();
 bool ChromiumPresent(std::string* path);
+// How often a stress test repeats its fault: VEXOR_STRESS_ROUNDS, or a quick 10.
+int StressRounds();
 
 class TestClient : public CefClient,
                    public CefDisplayHandler,

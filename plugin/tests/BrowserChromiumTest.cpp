@@ -195,3 +195,29 @@ TEST_F(ChromiumBrowser, AViewDeletedWithALoadAQueryAndADialogPendingLeavesNothin
     mView->loadURL(QUrl(url("/slow.html")));
     // TearDown deletes the view now and waits for the client to go.
 }
+
+TEST_F(ChromiumBrowser, ViewsClosedWhileTheirPagesLoadLoseTheirClientsOnTheUiThread)
+{
+    gRuntime->server.Serve("/slow.png", "", 200, "image/png", 300);
+    QString page = "<title>busy</title>";
+    for (int i = 0; i < 20; ++i)
+        page += QStringLiteral("<img src='/slow.png?%1'>").arg(i);
+    gRuntime->server.Serve("/images.html", page.toStdString());
+    for (int round = 0; round < testing_support::StressRounds(); ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        auto* view = new WebKitView(&mRoot);
+        view->setGeometry(QRect(0, 0, 600, 400));
+        ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); }));
+        QPointer<ChromiumClient> client = view->client();
+        QThread* diedOn = nullptr;
+        QObject::connect(client, &QObject::destroyed, client, [&] { diedOn = QThread::currentThread(); },
+                         Qt::DirectConnection);
+        const int asked = gRuntime->server.CountRequests("/slow.png");
+        view->loadURL(QUrl(url("/images.html")));
+        // Closed while the policy is at work on the engine's I/O thread for the images.
+        ASSERT_TRUE(pumpUntil([&] { return gRuntime->server.CountRequests("/slow.png") > asked; }, 10000));
+        delete view;
+        ASSERT_TRUE(pumpUntil([&] { return client.isNull(); })) << "the client outlived its browser";
+        EXPECT_EQ(diedOn, QThread::currentThread()) << "the client died off the UI thread";
+    }
+}
