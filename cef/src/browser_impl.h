@@ -144,10 +144,11 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void PlaceWindow();
   void WindowReady(unsigned long chromium_window);
   void Navigate(const std::string& url, const std::string& frame_cdp_id);
-  // Asks the request handler about a main-frame load of an internal page before it starts,
-  // then calls go with the (possibly rewritten) address, or reports the load as blocked.
-  void ScreenInternalPage(const std::string& url, TransitionType transition,
-                          std::function<void(const std::string&)> go);
+  // Asks the request handler about a main-frame load of a page that interception never
+  // sees before it starts, then calls go with the (possibly rewritten) address, or reports
+  // the load as blocked.
+  void ScreenUninterceptedPage(const std::string& url, TransitionType transition,
+                               std::function<void(const std::string&)> go);
   void RefreshHistory(std::function<void()> then);
   void SetLoading(bool loading);
   void FinishMainLoad();

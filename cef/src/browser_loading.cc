@@ -19,18 +19,19 @@ void BrowserImpl::LoadUrlInFrame(const std::string& url, const std::string& fram
     if (!e->chromium_alive()) e->EnsureChromium();
     return;
   }
-  if (request_handler_ && frame_cdp_id.empty() && IsInternalPage(url)) {
+  if (request_handler_ && frame_cdp_id.empty() && IsUninterceptedPage(url)) {
     CefRefPtr<BrowserImpl> self = this;
-    ScreenInternalPage(url, TT_EXPLICIT,
-                       [self](const std::string& final_url) { self->Navigate(final_url, std::string()); });
+    ScreenUninterceptedPage(url, TT_EXPLICIT, [self](const std::string& final_url) {
+      self->Navigate(final_url, std::string());
+    });
     return;
   }
   Navigate(url, frame_cdp_id);
 }
 
-void BrowserImpl::ScreenInternalPage(const std::string& url, TransitionType transition,
-                                     std::function<void(const std::string&)> go) {
-  // Chromium never offers internal pages for interception, and they load too fast to stop
+void BrowserImpl::ScreenUninterceptedPage(const std::string& url, TransitionType transition,
+                                          std::function<void(const std::string&)> go) {
+  // Chromium never offers these documents for interception, and they load too fast to stop
   // once started: ask the handler first, on the I/O thread as for any request.
   CefRefPtr<BrowserImpl> self = this;
   Engine::Get()->conn()->PostIo([self, url, transition, go] {
@@ -94,8 +95,8 @@ void BrowserImpl::NavigateHistory(int delta) {
       self->transition_[self->target_id_] = transition;
       self->Cmd("Page.navigateToHistoryEntry", Json::object().set("entryId", id));
     };
-    if (self->request_handler_ && IsInternalPage(url))
-      self->ScreenInternalPage(url, transition, go);
+    if (self->request_handler_ && IsUninterceptedPage(url))
+      self->ScreenUninterceptedPage(url, transition, go);
     else
       go(url);
   });
@@ -132,8 +133,8 @@ void BrowserImpl::ReloadPage(bool ignore_cache) {
       self->transition_[self->target_id_] = TT_RELOAD;
       self->Cmd("Page.reload", Json::object().set("ignoreCache", ignore_cache));
     };
-    if (self->request_handler_ && IsInternalPage(url))
-      self->ScreenInternalPage(url, TT_RELOAD, go);
+    if (self->request_handler_ && IsUninterceptedPage(url))
+      self->ScreenUninterceptedPage(url, TT_RELOAD, go);
     else
       go(url);
   });

@@ -30,9 +30,12 @@ inline bool StartsWith(const std::string& s, const char* prefix) {
   return s.compare(0, std::char_traits<char>::length(prefix), prefix) == 0;
 }
 
-// Top-level pages Chromium serves itself, which request interception never sees.
-inline bool IsInternalPage(const std::string& url) {
-  return StartsWith(url, "chrome:") || StartsWith(url, "chrome-untrusted:") ||
+// Pages Chromium serves itself, its own and its extensions', whose documents request
+// interception never sees (their sub-resources it does): the handler is asked for them as
+// their navigation starts.
+inline bool IsUninterceptedPage(const std::string& url) {
+  return StartsWith(url, "chrome:") || StartsWith(url, "chrome-extension:") ||
+         StartsWith(url, "chrome-untrusted:") ||
          StartsWith(url, "devtools:") || StartsWith(url, "chrome-search:") ||
          (StartsWith(url, "about:") && url != "about:blank" && url != "about:srcdoc");
 }

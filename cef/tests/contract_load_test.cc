@@ -550,6 +550,51 @@ TEST_F(Fresh, ThePdfViewersOwnRequestsReachTheHandler) {
   EXPECT_TRUE(PumpUntil(viewer, 10000)) << ::testing::PrintToString(c->requests);
 }
 
+TEST_F(Fresh, ExtensionPagesReachTheHandlerAsDocumentsBeforeTheyLoad) {
+  // Chromium serves an extension's pages itself, as it does its internal pages.
+  const std::string extension = "chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/";
+  const std::string allowed = extension + "index.html";
+  c->on_request = [extension, allowed](CefRefPtr<CefRequest> r) {
+    std::string u = r->GetURL().ToString();
+    return u.compare(0, extension.size(), extension) == 0 && u != allowed ? RV_CANCEL
+                                                                         : RV_CONTINUE;
+  };
+  auto asked = [&] {
+    std::vector<std::string> documents;
+    std::lock_guard<std::mutex> l(c->mutex);
+    for (auto& r : c->requests)
+      if (r.second == RT_MAIN_FRAME) documents.push_back(r.first);
+    c->requests.clear();
+    return documents;
+  };
+  g_server->Serve("/start.html", "<title>start</title>");
+  for (const std::string& refused : {extension + "other.html", allowed + "?page=2"}) {
+    SCOPED_TRACE(refused);
+    ASSERT_TRUE(c->Load(g_server->Url("/start.html")));
+    asked();
+    int errors = c->main_load_errors;
+    ASSERT_TRUE(c->Load(refused));
+    EXPECT_EQ(asked(), std::vector<std::string>{refused});
+    EXPECT_GT(c->main_load_errors, errors);
+    EXPECT_EQ(c->last_error, -20);
+    PumpFor(300);
+    EXPECT_EQ(c->Eval("location.href"), g_server->Url("/start.html"));
+  }
+
+  // The allowed page loads, asked once; going back to it asks again.
+  asked();
+  ASSERT_TRUE(c->Load(allowed));
+  EXPECT_EQ(asked(), std::vector<std::string>{allowed});
+  EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), allowed);
+  ASSERT_TRUE(c->Load(g_server->Url("/start.html")));
+  asked();
+  int ends = c->main_load_ends;
+  c->browser->GoBack();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }));
+  EXPECT_EQ(asked(), std::vector<std::string>{allowed});
+  c->on_request = nullptr;
+}
+
 TEST_F(Fresh, OnBeforeBrowseCanStopANavigation) {
   g_server->Serve("/here.html", "<title>here</title>");
   g_server->Serve("/forbidden.html", "<title>forbidden</title>");

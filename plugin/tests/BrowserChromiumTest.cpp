@@ -106,6 +106,19 @@ TEST_F(ChromiumBrowser, FilesOutsideTheFolderAreRefusedInChromiumsCanonicalForm)
     }
 }
 
+TEST_F(ChromiumBrowser, OtherPagesOfTheAllowedExtensionAreRefusedAndLogged)
+{
+    for (const char* refused : {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/other.html",
+                                "chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html?page=2"}) {
+        mLog.clear();
+        QSignalSpy failed(mView, &WebKitView::pageLoadDidFail);
+        mView->loadURL(QUrl(QString::fromLatin1(refused)));
+        EXPECT_TRUE(pumpUntil([&] { return mLog.contains("INFO", QStringLiteral("rejecting request ") + refused); }, 10000))
+            << refused << "\n" << mLog.lines().join("\n").toStdString();
+        EXPECT_TRUE(pumpUntil([&] { return !failed.isEmpty(); }, 10000)) << refused;
+    }
+}
+
 TEST_F(ChromiumBrowser, APromptIsAskedThroughTheViewAndThePageSeesTheAnswer)
 {
     gRuntime->server.Serve("/prompt.html", "<title>ready</title>");
