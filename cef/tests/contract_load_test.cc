@@ -595,6 +595,52 @@ TEST_F(Fresh, ExtensionPagesReachTheHandlerAsDocumentsBeforeTheyLoad) {
   c->on_request = nullptr;
 }
 
+TEST_F(Fresh, TitleAndAddressFollowHistoryBothWays) {
+  // Pages Chromium keeps whole in its back/forward cache, of one site or two (each in a
+  // renderer of its own), pages it must fetch again, and local files.
+  g_server->ServeCacheable("/kept-first.html", "<title>First</title><p>first</p>");
+  g_server->ServeCacheable("/kept-second.html", "<title>Second</title><p>second</p>");
+  g_server->Serve("/fresh-first.html", "<title>First</title><p>first</p>");
+  g_server->Serve("/fresh-second.html", "<title>Second</title><p>second</p>");
+  char dir[] = "/tmp/vexor-cef-history-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  std::ofstream(std::string(dir) + "/first.html") << "<title>First</title><p>first</p>";
+  std::ofstream(std::string(dir) + "/second.html") << "<title>Second</title><p>second</p>";
+  const std::pair<std::string, std::string> pairs[] = {
+      {g_server->Url("/kept-first.html"), g_server->Url("/kept-second.html")},
+      {g_server->Url("/kept-first.html"),
+       "http://localhost:" + std::to_string(g_server->port()) + "/kept-second.html"},
+      {g_server->Url("/fresh-first.html"), g_server->Url("/fresh-second.html")},
+      {"file://" + std::string(dir) + "/first.html", "file://" + std::string(dir) + "/second.html"}};
+  auto last_address = [&] {
+    std::string address;
+    for (const std::string& line : c->Log())
+      if (line.compare(0, 13, "address main ") == 0) address = line.substr(13);
+    return address;
+  };
+  for (const auto& pair : pairs) {
+    SCOPED_TRACE(pair.first);
+    ASSERT_TRUE(c->Load(pair.first));
+    ASSERT_TRUE(c->Load(pair.second));
+    ASSERT_EQ(c->title, "Second");
+    for (int round = 0; round < 2; ++round) {
+      int ends = c->main_load_ends;
+      c->browser->GoBack();
+      ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }));
+      EXPECT_TRUE(PumpUntil([&] { return c->title == "First"; }, 5000)) << c->title;
+      EXPECT_EQ(last_address(), pair.first);
+      ends = c->main_load_ends;
+      c->browser->GoForward();
+      ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > ends && !c->loading; }));
+      EXPECT_TRUE(PumpUntil([&] { return c->title == "Second"; }, 5000)) << c->title;
+      EXPECT_EQ(last_address(), pair.second);
+    }
+  }
+  unlink((std::string(dir) + "/first.html").c_str());
+  unlink((std::string(dir) + "/second.html").c_str());
+  rmdir(dir);
+}
+
 TEST_F(Fresh, OnBeforeBrowseCanStopANavigation) {
   g_server->Serve("/here.html", "<title>here</title>");
   g_server->Serve("/forbidden.html", "<title>forbidden</title>");

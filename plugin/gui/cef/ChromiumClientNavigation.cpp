@@ -174,7 +174,8 @@ void ChromiumClient::OnLoadEnd(CefRefPtr<CefBrowser> browser, CefRefPtr<CefFrame
     (void)browser;
     if (!frame->IsMain())
         return;
-    mCurrentUrl = mPendingUrl;
+    // A load the client did not ask for (history, a link) is at the main frame's address.
+    mCurrentUrl = mPendingUrl.isEmpty() ? ChromiumUtils::toQUrl(frame->GetURL()) : mPendingUrl;
     mPendingUrl = QUrl();
     // A page that finished loading ends a crash series.
     mCrashCount = 0;
