@@ -133,9 +133,10 @@ void BrowserImpl::SetupSession(const std::string& session, bool main, const std:
       Cmd("Network.setUserAgentOverride", std::move(ua), nullptr, session);
     }
   }
-  if (request_handler_) {
+  if (request_handler_ || type == "page" || type == "iframe") {
+    // Without a handler, only the page script's dialog questions pause.
     Json pattern = Json::object();
-    pattern.set("urlPattern", "*");
+    pattern.set("urlPattern", request_handler_ ? std::string("*") : kDialogUrl + std::string("*"));
     pattern.set("requestStage", "Request");
     Cmd("Fetch.enable", Json::object().set("patterns", Json::array().push(pattern)), nullptr,
         session);
@@ -254,7 +255,9 @@ void BrowserImpl::CloseBrowser(bool force_close) {
   auto task = [self, force_close] {
     if (self->closing_ || self->closed_) return;
     if (!force_close && !self->session_.empty() && Engine::Get()->chromium_alive()) {
-      // Unload handlers run first; the page's end arrives as the target going away.
+      // Unload handlers run first; the page's end arrives as the target going away. An open
+      // dialog would hold them.
+      self->ResetDialog();
       self->Cmd("Page.close", Json::object());
       return;
     }

@@ -130,6 +130,8 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnRequestPaused(const std::string& session, const Json& params);
   void OnNavigationStarting(const std::string& session, const Json& params);
   void HandlePaused(const std::string& session, const Json& params);
+  // A question of the page script's dialogs, held until the client answers it.
+  void OnDialogRequest(const std::string& session, const Json& params);
 
   // Evaluates an expression in the default world of every document; any thread.
   void EvaluateInDocuments(const std::string& expression);
@@ -182,6 +184,9 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnFrameStoppedLoading(const std::string& session, const Json& params);
   // dialogs,
   void OnDialogOpening(const std::string& session, const Json& params);
+  void OfferDialog(const std::string& type, const std::string& origin_url,
+                   const std::string& message, const std::string& default_text,
+                   CefRefPtr<JSDialogCallbackImpl> cb);
   void OnDialogClosed(const std::string& session = std::string(), const Json& params = Json());
   // popups,
   void OnWindowOpen(const std::string& session, const Json& params);

@@ -244,33 +244,27 @@ inline TerminationStatus TerminationStatusFromText(const std::string& s) {
 }
 
 
+// Answers one JavaScript dialog once, the way it was asked: Chromium's own dialog, or the
+// page script's question, whose page stays blocked until it has an answer.
 class JSDialogCallbackImpl : public CefJSDialogCallback {
  public:
-  JSDialogCallbackImpl(std::shared_ptr<Connection> conn, const std::string& session,
-                       BrowserImpl* browser)
-      : conn_(conn), session_(session), browser_(browser) {}
+  using Answer = std::function<void(JSDialogCallbackImpl* cb, bool accept, const std::string& text)>;
+  JSDialogCallbackImpl(Answer answer, bool refuse_when_abandoned)
+      : answer_(std::move(answer)), refuse_when_abandoned_(refuse_when_abandoned) {}
   void Continue(bool success, const CefString& user_input) override {
     if (done_.exchange(true)) return;
     answered_ = true;
-    Json p = Json::object();
-    p.set("accept", success);
-    p.set("promptText", user_input.ToString());
-    CefRefPtr<JSDialogCallbackImpl> self = this;
-    conn_->Send("Page.handleJavaScriptDialog", std::move(p), session_,
-                [self](const Json&, const Json& err) {
-                  if (err.isNull()) return;
-                  if (Engine* e = Engine::Get())
-                    e->PostUi([self] { self->browser_->DialogLost(self.get()); });
-                });
+    answer_(this, success, user_input.ToString());
   }
-  // The dialog went away without an answer (navigation, crash, close).
-  void Abandon() { done_.store(true); }
+  // The dialog went away without an answer (navigation, crash, close, a newer dialog).
+  void Abandon() {
+    if (!done_.exchange(true) && refuse_when_abandoned_) answer_(this, false, std::string());
+  }
   bool answered() const { return answered_.load(); }
 
  private:
-  std::shared_ptr<Connection> conn_;
-  const std::string session_;
-  CefRefPtr<BrowserImpl> browser_;
+  const Answer answer_;
+  const bool refuse_when_abandoned_;
   std::atomic<bool> done_{false};
   std::atomic<bool> answered_{false};
   IMPLEMENT_REFCOUNTING(JSDialogCallbackImpl);

@@ -14,6 +14,10 @@ namespace vexorcef {
 // Requests (I/O thread)
 
 void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params) {
+  if (StartsWith(params["request"]["url"].str(), kDialogUrl)) {
+    OnDialogRequest(session, params);
+    return;
+  }
   const std::string target = TargetId();
   std::string frame_id = params["frameId"].str();
   bool known;

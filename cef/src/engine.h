@@ -157,6 +157,10 @@ DomKey DomKeyFor(int windows_key_code, bool shift, char16_t character);
 // CEF event flags to DevTools modifier bits.
 int DevToolsModifiers(uint32_t cef_flags);
 
+// Where the page script sends alert, confirm and prompt as a synchronous request, held
+// until the client answers. No such host exists: the engine fulfils every request itself.
+inline constexpr char kDialogUrl[] = "https://dialog.vexor-engine.invalid/";
+
 std::string BuildPageScript();
 std::string RouterScript(const std::string& query_fn, const std::string& cancel_fn);
 

@@ -4,6 +4,8 @@
 namespace vexorcef {
 
 std::string BuildPageScript() {
+  std::string dialog_url;
+  jsonEscape(kDialogUrl, dialog_url);
   return R"JS((function () {
   'use strict';
   if (window.__vexorEngineDeliver) return;
@@ -48,6 +50,37 @@ std::string BuildPageScript() {
         pending.delete(args[1]);
         if (typeof q.f === 'function') q.f(args[3], args[4]);
       }
+    };
+  });
+
+  // Chromium draws alert, confirm and prompt inside the page besides the client's dialog: they
+  // ask the engine instead, blocking as a dialog does, with a request it holds until the
+  // client answers. Where no request may go (a page's content policy, a page being left),
+  // Chromium's own dialog remains.
+  var Request = XMLHttpRequest, requestApi = Request.prototype;
+  var open = requestApi.open, send = requestApi.send;
+  var status = Object.getOwnPropertyDescriptor(requestApi, 'status').get;
+  var responseText = Object.getOwnPropertyDescriptor(requestApi, 'responseText').get;
+  var toJson = JSON.stringify, fromJson = JSON.parse, encode = encodeURIComponent;
+  var ask = function (question) {
+    try {
+      var r = new Request();
+      open.call(r, 'GET', )JS" + dialog_url + R"JS( + '?' + encode(toJson(question)), false);
+      send.call(r);
+      return status.call(r) === 200 ? fromJson(responseText.call(r)) : null;
+    } catch (e) {
+      return null;
+    }
+  };
+  var text = function (v) { return v === undefined ? '' : String(v); };
+  var answers = {alert: function () {},
+                 confirm: function (a) { return a.accept === true; },
+                 prompt: function (a) { return a.accept === true ? String(a.text) : null; }};
+  Object.keys(answers).forEach(function (type) {
+    var chromiums = window[type];
+    window[type] = function (message, value) {
+      var answer = ask({type: type, message: text(message), text: type === 'prompt' ? text(value) : ''});
+      return answer ? answers[type](answer) : chromiums.apply(window, arguments);
     };
   });
 

@@ -150,6 +150,75 @@ TEST_F(Fresh, BeforeUnloadAsksAndCanKeepThePage) {
   EXPECT_EQ(c->Eval("document.body.textContent"), "next");
 }
 
+TEST_F(Fresh, OnlyTheClientShowsADialogAndItsAnswerReachesThePage) {
+  // A page of one colour: a dialog of Chromium's own would show in the window, and Chromium
+  // dims the page behind one.
+  // Its frame, of another site, runs in a renderer of its own.
+  const std::string teal = "style='margin:0;background:rgb(0,128,128)'";
+  g_server->Serve("/plain.html", "<title>plain</title><body " + teal +
+                                     "><iframe style='border:0' src='http://localhost:" +
+                                     std::to_string(g_server->port()) + "/inner.html'></iframe>");
+  g_server->Serve("/inner.html", "<body " + teal +
+                                     "><script>onmessage = () => console.log('FRAME:' + "
+                                     "confirm('from the frame?'))</script>");
+  ASSERT_TRUE(c->Load(g_server->Url("/plain.html")));
+  const unsigned long window = c->browser->GetHost()->GetWindowHandle();
+  auto plain = [&] { return PixelsNotOfColour(window, 0x008080) == 0; };
+  ASSERT_TRUE(PumpUntil(plain)) << "the page never showed";
+  CefRefPtr<CefJSDialogCallback> pending;
+  c->on_dialog = [&](JSDialogType, const std::string&, CefRefPtr<CefJSDialogCallback> cb) {
+    pending = cb;
+    return true;
+  };
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "setTimeout(function () {"
+      "  alert('note');"
+      "  console.log('CONFIRM:' + confirm('sure?'));"
+      "  console.log('CONFIRM:' + confirm('really?'));"
+      "  console.log('PROMPT:' + prompt('name?', 'def'));"
+      "  console.log('PROMPT:' + prompt('again?'));"
+      "  frames[0].postMessage('ask', '*');"
+      "}, 0)",
+      "", 0);
+  const struct {
+    const char* asked;
+    bool accept;
+    const char* typed;
+    const char* seen;
+  } steps[] = {{"dialog 0 note []", true, "", "dialog 1 sure? []"},
+               {"dialog 1 sure? []", true, "", "CONFIRM:true"},
+               {"dialog 1 really? []", false, "", "CONFIRM:false"},
+               {"dialog 2 name? [def]", true, "typed \xE2\x9C\x93", "PROMPT:typed \xE2\x9C\x93"},
+               {"dialog 2 again? []", false, "ignored", "PROMPT:null"},
+               {"dialog 1 from the frame? []", true, "", "FRAME:true"}};
+  for (const auto& step : steps) {
+    SCOPED_TRACE(step.asked);
+    ASSERT_TRUE(c->WaitForLog(step.asked));
+    // Chromium would draw its own within a frame or two of the question.
+    EXPECT_FALSE(PumpUntil([&] { return !plain(); }, 1000)) << "Chromium drew a dialog of its own";
+    CefRefPtr<CefJSDialogCallback> answer = pending;
+    pending = nullptr;
+    answer->Continue(step.accept, step.typed);
+    ASSERT_TRUE(c->WaitForLog(step.seen));
+  }
+}
+
+TEST_F(Fresh, APageThatForbidsTheEnginesRequestStillAsksTheClient) {
+  g_server->Serve("/strict.html",
+                  "<meta http-equiv='Content-Security-Policy' content=\"connect-src 'none'\">"
+                  "<p>strict</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/strict.html")));
+  c->on_dialog = [](JSDialogType, const std::string&, CefRefPtr<CefJSDialogCallback> cb) {
+    cb->Continue(true, "typed");
+    return true;
+  };
+  c->browser->GetMainFrame()->ExecuteJavaScript(
+      "console.log('STRICT:' + confirm('sure?') + ' ' + prompt('name?'))", "", 0);
+  EXPECT_TRUE(c->WaitForLog("STRICT:true typed"));
+  EXPECT_TRUE(c->HasLog("dialog 1 sure? []"));
+  EXPECT_TRUE(c->HasLog("dialog 2 name? []"));
+}
+
 TEST_F(Fresh, KeysTypeIntoThePageWithDomKeysAndCodes) {
   g_server->Serve("/keys.html",
                   "<form onsubmit=\"console.log('SUBMIT:' + a.value); return false\">"

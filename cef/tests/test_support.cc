@@ -2,6 +2,7 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
 #include <X11/extensions/shape.h>
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -545,6 +546,20 @@ void LowerAndShapeWindow(unsigned long window) {
   XRectangle r = {0, 0, 100, 100};
   XShapeCombineRectangles(Dpy(), window, ShapeInput, 0, 0, &r, 1, ShapeSet, Unsorted);
   XSync(Dpy(), False);
+}
+
+int PixelsNotOfColour(unsigned long window, unsigned rgb) {
+  XWindowAttributes a;
+  XSync(Dpy(), False);
+  if (!XGetWindowAttributes(Dpy(), window, &a)) return -1;
+  XImage* image = XGetImage(Dpy(), window, 0, 0, a.width, a.height, AllPlanes, ZPixmap);
+  if (!image) return -1;
+  int others = 0;
+  for (int y = 0; y < a.height; ++y)
+    for (int x = 0; x < a.width; ++x)
+      if ((XGetPixel(image, x, y) & 0xffffff) != rgb) ++others;
+  XDestroyImage(image);
+  return others;
 }
 
 int CountTopLevelsOf(int pid) {

@@ -216,6 +216,9 @@ std::vector<unsigned long> WindowChildren(unsigned long window);
 void ResizeWindow(unsigned long window, int w, int h);
 // Lowers the window and gives it an input shape of its top-left 100x100 pixels.
 void LowerAndShapeWindow(unsigned long window);
+// How many pixels of a window, as the screen shows it, differ from the colour 0xRRGGBB; -1 if
+// the window cannot be read.
+int PixelsNotOfColour(unsigned long window, unsigned rgb);
 // Mapped top-level windows of the given process (popups, menus and bubbles would be such;
 // the engine keeps Chromium's browser windows inside its own).
 int CountTopLevelsOf(int pid);

@@ -18,6 +18,7 @@
 #include "include/wrapper/cef_message_router.h"
 #include "json.h"
 #include "switches.h"
+#include "text_codecs.h"
 
 using vexorcef::Json;
 
@@ -113,6 +114,24 @@ TEST(JsonTest, ParsesAndWritesDevToolsMessages) {
   std::string deep(5000, '[');
   Json::parse(deep, &ok);
   EXPECT_FALSE(ok);
+}
+
+TEST(TextCodecsTest, PercentDecodingUndoesEncodeUriComponentAndKeepsStrayPercents) {
+  using vexorcef::PercentDecode;
+  EXPECT_EQ(PercentDecode("%7B%22m%22%3A%22%E2%9C%93%20it's%22%7D"), "{\"m\":\"\xE2\x9C\x93 it's\"}");
+  EXPECT_EQ(PercentDecode("%2541"), "%41");
+  EXPECT_EQ(PercentDecode("100%"), "100%");
+  EXPECT_EQ(PercentDecode("%4"), "%4");
+  EXPECT_EQ(PercentDecode("%zz%4a"), "%zzJ");
+}
+
+TEST(TextCodecsTest, Base64PadsTheLastGroup) {
+  using vexorcef::Base64Encode;
+  EXPECT_EQ(Base64Encode(""), "");
+  EXPECT_EQ(Base64Encode("f"), "Zg==");
+  EXPECT_EQ(Base64Encode("fo"), "Zm8=");
+  EXPECT_EQ(Base64Encode("foo"), "Zm9v");
+  EXPECT_EQ(Base64Encode(std::string("\xff\xfe\x00", 3)), "//4A");
 }
 
 TEST(NetErrorTest, ChromiumNamesMapToTheirNumbers) {
