@@ -13,3 +13,7 @@ function(orvane_add_gtest name)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
     PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen\\;ORVANE_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
 endfunction()
+
+# The length of stress tests, read the same way by every component's tests.
+add_library(orvane_stress_rounds INTERFACE)
+target_include_directories(orvane_stress_rounds INTERFACE ${PROJECT_SOURCE_DIR}/test-support)

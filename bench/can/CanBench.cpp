@@ -57,7 +57,7 @@ void BM_DecodeCapturedSignals(benchmark::State& state)
     QuietLog quiet;
     CANData data;
     loadAll(data);
-    CANDecoder decoder(data);
+    CANDecoder decoder(std::make_shared<const CANData>(data));
     for (int i = 0; i < data.signalCount(); ++i)
         decoder.capture(i);
     const auto frames = framesFor(data);
@@ -85,15 +85,15 @@ void BM_CandumpReplayAsFastAsPossible(benchmark::State& state)
     QTemporaryDir dir;
     const int frames = 500000;
     const QString log = writeLog(dir.filePath(QStringLiteral("fast.log")), data, 2, frames, 0.0001, "can0");
-    CANDecoder decoder(data);
+    CANDecoder decoder(std::make_shared<const CANData>(data));
     for (int i = 0; i < data.signalCount(); i += 10)  // a viewer's worth and more: every tenth signal
         decoder.capture(i);
     CANInterfaceRoutes routes(data);
     routes.map(QStringLiteral("can0"), QString::fromUtf8(data.busAt(2)->name()));
     for (auto _ : state) {
-        CandumpReplay replay(log, 0, false, routes);
+        CandumpReplay replay(log, 0, false);
         std::atomic<bool> stop{false};
-        replay.run(decoder, stop);
+        replay.run(decoder, routes, stop);
     }
     state.SetItemsProcessed(int64_t(state.iterations()) * frames);
     state.SetLabel("items = frames read from a text log, parsed and decoded");
@@ -152,7 +152,7 @@ void BM_SixSaturatedBuses(benchmark::State& state)
     for (int b = 0; b < 6; ++b)
         logs.push_back(writeLog(dir.filePath(QStringLiteral("bus%1.log").arg(b)), data, b, perBus, 1.0 / 9000,
             qPrintable(QStringLiteral("can%1").arg(b))));
-    CANDecoder decoder(data);
+    CANDecoder decoder(std::make_shared<const CANData>(data));
     for (int i = 0; i < data.signalCount(); ++i)
         decoder.capture(i);
     CANInterfaceRoutes routes(data);
@@ -163,13 +163,13 @@ void BM_SixSaturatedBuses(benchmark::State& state)
     for (auto _ : state) {
         std::vector<std::unique_ptr<CandumpReplay>> replays;
         for (const QString& log : logs)
-            replays.push_back(std::make_unique<CandumpReplay>(log, 1.0, false, routes));
+            replays.push_back(std::make_unique<CandumpReplay>(log, 1.0, false));
         std::atomic<bool> stop{false};
         const double cpu0 = cpuSeconds();
         const auto wall0 = std::chrono::steady_clock::now();
         std::vector<std::thread> threads;
         for (auto& r : replays)
-            threads.emplace_back([&r, &decoder, &stop] { r->run(decoder, stop); });
+            threads.emplace_back([&r, &decoder, &routes, &stop] { r->run(decoder, routes, stop); });
         for (auto& t : threads)
             t.join();
         const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall0).count();

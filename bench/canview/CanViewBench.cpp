@@ -62,7 +62,7 @@ void loadCatalogue()
     QStringList buses = referenceCatalogues();
     buses << "sample1=" + sourceDir() + "/assets/can/sample.dbc" << "sample2=" + sourceDir() + "/assets/can/sample.dbc";
     CANDataManager::loadCatalogue(buses);
-    CANDataManager::catalogue().addBusFromText(syntheticCatalogue(), "SYNTH", "synthetic");
+    CANDataManager::addBusFromText(syntheticCatalogue(), "SYNTH", "synthetic");
 }
 
 int busNamed(const QByteArray& name)

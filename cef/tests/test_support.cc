@@ -181,11 +181,6 @@ void PumpFor(int ms) {
 
 std::string LauncherPath() { return VEXOR_TEST_LAUNCHER; }
 
-int StressRounds() {
-  const char* n = getenv("VEXOR_STRESS_ROUNDS");
-  return n && atoi(n) > 0 ? atoi(n) : 10;
-}
-
 bool ChromiumPresent(std::string* path) {
   const char* env = std::getenv("VEXOR_CHROMIUM_BINARY");
   *path = env && *env ? env : "/usr/lib/chromium/chromium";

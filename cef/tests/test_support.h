@@ -20,6 +20,7 @@
 #include "include/cef_browser.h"
 #include "include/cef_client.h"
 #include "include/wrapper/cef_message_router.h"
+#include "StressRounds.h"
 
 namespace testing_support {
 
@@ -75,8 +76,6 @@ bool StartEngine(CefRefPtr<CefApp> app = nullptr, std::string* why = nullptr);
 bool ProgramXErrorHandlerInPlace();
 std::string LauncherPath();
 bool ChromiumPresent(std::string* path);
-// How often a stress test repeats its fault: VEXOR_STRESS_ROUNDS, or a quick 10.
-int StressRounds();
 
 class TestClient : public CefClient,
                    public CefDisplayHandler,

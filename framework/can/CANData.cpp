@@ -63,12 +63,10 @@ CANMessageNode* CANBusNode::findMessage(const QByteArray& name) const
 
 CANData::CANData() = default;
 CANData::~CANData() = default;
-
-CANData& CANData::global()
-{
-    static CANData instance;
-    return instance;
-}
+CANData::CANData(const CANData&) = default;
+CANData::CANData(CANData&&) noexcept = default;
+CANData& CANData::operator=(const CANData&) = default;
+CANData& CANData::operator=(CANData&&) noexcept = default;
 
 void CANData::splitBusArgument(const QString& argument, QString* busName, QString* path)
 {
@@ -189,15 +187,6 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
     mBusesByName.insert(name, bus->mIndex);
     mBuses.push_back(std::move(bus));
     return true;
-}
-
-void CANData::clear()
-{
-    mBusesByName.clear();
-    mBuses.clear();
-    mSignalsById.clear();
-    mHighPrecisionNames.clear();
-    mMessageCount = 0;
 }
 
 CANBusNode* CANData::findBus(const QString& name) const

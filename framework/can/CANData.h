@@ -17,9 +17,10 @@ class CANBusNode;
 class CANMessageNode;
 
 // The vehicle's CAN catalogue: buses (one per catalogue file), their messages and their
-// signals, all in file order. Nodes live as long as the catalogue is not cleared; the
-// catalogue is filled on the UI thread before capture starts and is read-only afterwards, so
-// worker threads may read it without locks.
+// signals, all in file order. A catalogue is filled by one thread and then handed to
+// CANDataManager, which shares it with the capture threads; from then on it never changes, so
+// they read it without locks. Copies share their nodes, which never change once made: a copy
+// grown by a bus keeps every node of the original, ids and indices included.
 
 class ORVANE_EXPORT CANSignalNode {
 public:
@@ -110,11 +111,10 @@ class ORVANE_EXPORT CANData {
 public:
     CANData();
     ~CANData();
-    CANData(const CANData&) = delete;
-    CANData& operator=(const CANData&) = delete;
-
-    // The framework's catalogue; load it through CANDataManager so capture follows.
-    static CANData& global();
+    CANData(const CANData&);
+    CANData(CANData&&) noexcept;
+    CANData& operator=(const CANData&);
+    CANData& operator=(CANData&&) noexcept;
 
     // "[NAME=]FILE": the bus takes NAME, or the file's base name.
     static void splitBusArgument(const QString& argument, QString* busName, QString* path);
@@ -124,7 +124,6 @@ public:
     bool addBusFromFile(const QString& path, const QString& busName = QString());
     // The same from text already in memory; `sourceName` names it in log lines.
     bool addBusFromText(const QByteArray& text, const QString& busName, const QString& sourceName);
-    void clear();
 
     int busCount() const { return int(mBuses.size()); }
     CANBusNode* busAt(int i) const { return mBuses[size_t(i)].get(); }
@@ -143,7 +142,7 @@ public:
 
 private:
     QHash<QByteArray, int> mBusesByName;
-    std::vector<std::unique_ptr<CANBusNode>> mBuses;
+    std::vector<std::shared_ptr<CANBusNode>> mBuses;
     std::vector<CANSignalNode*> mSignalsById;
     QHash<QByteArray, bool> mHighPrecisionNames;
     int mMessageCount = 0;

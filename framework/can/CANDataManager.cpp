@@ -9,18 +9,19 @@
 #include <QElapsedTimer>
 
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 namespace {
+
+using Outcome = CANFrameSource::Outcome;
 
 struct Runner {
     std::unique_ptr<CANFrameSource> source;
     std::thread thread;
     std::atomic<bool> stop{false};
     std::atomic<bool> running{false};
-    std::atomic<bool> failed{false};
+    std::atomic<Outcome> outcome{Outcome::Finished};
     bool started = false;
 
     ~Runner()
@@ -32,12 +33,11 @@ struct Runner {
 };
 
 struct State {
-    // The catalogue must outlive the workers that read it, so it is made first.
-    State() { CANData::global(); }
-
-    std::unique_ptr<CANDecoder> decoder;
-    int decoderSignals = -1, decoderMessages = -1, decoderBuses = -1;
-    std::vector<std::pair<QString, QString>> interfaceMap;
+    // The decoder and its catalogue's routes are declared before the runners, so they outlive
+    // the workers that use them.
+    std::unique_ptr<CANDecoder> decoder = std::make_unique<CANDecoder>(std::make_shared<const CANData>());
+    CANInterfaceRoutes routes;
+    std::vector<std::pair<QString, QString>> interfaceMap;  // by name: outlives catalogues
     std::vector<std::unique_ptr<Runner>> runners;
 };
 
@@ -47,115 +47,142 @@ State& state()
     return s;
 }
 
-CANInterfaceRoutes currentRoutes()
+CANInterfaceRoutes routesFor(const CANData& catalogue)
 {
-    CANInterfaceRoutes routes(CANData::global());
-    for (const auto& m : state().interfaceMap)
-        routes.map(m.first, m.second);
+    CANInterfaceRoutes routes(catalogue);
+    for (const auto& m : state().interfaceMap) {
+        if (!routes.map(m.first, m.second))
+            Logger(nullptr, "WARN") << "CAN interface" << m.first << "is mapped to bus" << m.second
+                                    << "which the catalogue no longer has";
+    }
     return routes;
 }
 
-void launch(Runner& r, CANDecoder& decoder)
+void launch(Runner& r)
 {
     if (r.thread.joinable())
         r.thread.join();
     r.stop = false;
-    r.failed = false;
     r.running = true;
     r.started = true;
-    r.thread = std::thread([&r, &decoder] {
-        const CANFrameSource::Outcome outcome = r.source->run(decoder, r.stop);
-        r.failed = outcome == CANFrameSource::Outcome::Failed;
+    // The worker's own copy of the routes: mapping an interface later changes only later runs.
+    r.thread = std::thread([&r, &decoder = *state().decoder, routes = state().routes] {
+        r.outcome = r.source->run(decoder, routes, r.stop);
         r.running = false;
     });
 }
 
-void halt(Runner& r)
+void addSource(std::unique_ptr<CANFrameSource> source)
 {
+    auto r = std::make_unique<Runner>();
+    r->source = std::move(source);
+    state().runners.push_back(std::move(r));
+}
+
+// True when the source was running and only the request stopped it.
+bool halt(Runner& r)
+{
+    const bool wasRunning = r.running;
     r.stop = true;
     if (r.thread.joinable())
         r.thread.join();
     r.running = false;
+    return wasRunning && r.outcome == Outcome::Stopped;
+}
+
+// Nothing may decode into the old layout, so the workers stop before the new catalogue's
+// decoder takes over, and those that were running start again on it.
+void publish(std::shared_ptr<const CANData> catalogue)
+{
+    State& s = state();
+    std::vector<Runner*> interrupted;
+    for (auto& r : s.runners) {
+        if (halt(*r))
+            interrupted.push_back(r.get());
+    }
+    s.routes = routesFor(*catalogue);
+    auto decoder = std::make_unique<CANDecoder>(std::move(catalogue));
+    decoder->takeOverCaptures(*s.decoder);
+    s.decoder = std::move(decoder);
+    for (Runner* r : interrupted)
+        launch(*r);
+    if (!interrupted.empty())
+        Logger(nullptr, "INFO") << "CAN capture restarted on the changed catalogue:" << int(interrupted.size()) << "of"
+                                << int(s.runners.size()) << "sources";
 }
 
 } // namespace
 
-CANDecoder* CANDataManager::decoder()
-{
-    State& s = state();
-    const CANData& c = CANData::global();
-    if (!s.decoder || s.decoderSignals != c.signalCount() || s.decoderMessages != c.messageCount()
-        || s.decoderBuses != c.busCount()) {
-        // The catalogue changed behind our back: nothing may decode into the old layout.
-        for (auto& r : s.runners)
-            halt(*r);
-        s.decoder = std::make_unique<CANDecoder>(c);
-        s.decoderSignals = c.signalCount();
-        s.decoderMessages = c.messageCount();
-        s.decoderBuses = c.busCount();
-    }
-    return s.decoder.get();
-}
+CANDecoder* CANDataManager::decoder() { return state().decoder.get(); }
 
 bool CANDataManager::loadCatalogue(const QStringList& busArguments)
 {
-    removeSources();
-    State& s = state();
-    s.decoder.reset();
-    CANData& c = CANData::global();
-    c.clear();
+    CANData c;
     for (const QString& argument : busArguments) {
         QString bus, path;
         CANData::splitBusArgument(argument, &bus, &path);
         c.addBusFromFile(path, bus);
     }
-    decoder();
-    if (c.busCount() == 0) {
+    const bool loaded = c.busCount() > 0;
+    if (loaded)
+        Logger(nullptr, "INFO") << "CAN catalogue:" << c.busCount() << "buses," << c.messageCount() << "messages,"
+                                << c.signalCount() << "signals";
+    else
         Logger(nullptr, "ERROR") << "CAN catalogue is empty: no bus could be loaded";
+    replaceCatalogue(std::move(c));
+    return loaded;
+}
+
+void CANDataManager::replaceCatalogue(CANData catalogue)
+{
+    publish(std::make_shared<const CANData>(std::move(catalogue)));
+}
+
+bool CANDataManager::addBusFromText(const QByteArray& text, const QString& busName, const QString& sourceName)
+{
+    CANData grown = catalogue();
+    if (!grown.addBusFromText(text, busName, sourceName))
         return false;
-    }
-    Logger(nullptr, "INFO") << "CAN catalogue:" << c.busCount() << "buses," << c.messageCount() << "messages,"
-                            << c.signalCount() << "signals";
+    publish(std::make_shared<const CANData>(std::move(grown)));
     return true;
 }
 
-CANData& CANDataManager::catalogue() { return CANData::global(); }
-CANBusNode* CANDataManager::findBus(const QString& name) { return CANData::global().findBus(name); }
+const CANData& CANDataManager::catalogue() { return state().decoder->catalogue(); }
+CANBusNode* CANDataManager::findBus(const QString& name) { return catalogue().findBus(name); }
 CANMessageNode* CANDataManager::findMessage(CANBusNode* bus, const QString& name)
 {
-    return CANData::global().findMessage(bus, name);
+    return catalogue().findMessage(bus, name);
 }
 CANSignalNode* CANDataManager::findSignal(CANMessageNode* message, const QString& name)
 {
-    return CANData::global().findSignal(message, name);
+    return catalogue().findSignal(message, name);
 }
 
 void CANDataManager::startCapture(CANSignalNode* signal)
 {
-    if (signal && CANData::global().signalById(signal->id()) == signal)
+    if (signal && catalogue().signalById(signal->id()) == signal)
         decoder()->capture(signal->id());
 }
 
 void CANDataManager::stopCapture(CANSignalNode* signal)
 {
-    if (signal && CANData::global().signalById(signal->id()) == signal)
+    if (signal && catalogue().signalById(signal->id()) == signal)
         decoder()->release(signal->id());
 }
 
 void CANDataManager::ensureCaptureIsActive()
 {
-    CANDecoder* d = decoder();
     for (auto& r : state().runners) {
         if (r->running)
             continue;
-        if (!r->started || (r->failed && r->source->retryAfterFailure()))
-            launch(*r, *d);
+        if (!r->started || (r->outcome == Outcome::Failed && r->source->retryAfterFailure()))
+            launch(*r);
     }
 }
 
 bool CANDataManager::isHighPrecision(const QString& signalName)
 {
-    return CANData::global().isHighPrecision(signalName);
+    return catalogue().isHighPrecision(signalName);
 }
 
 QString CANDataManager::recentSignalValueAsString(int signalId, int age, int decimals, const QString& noValue)
@@ -172,7 +199,7 @@ bool CANDataManager::recentSignalValue(int signalId, double* value)
 
 bool CANDataManager::mapInterface(const QString& iface, const QString& bus)
 {
-    if (!CANData::global().findBus(bus)) {
+    if (!state().routes.map(iface, bus)) {
         Logger(nullptr, "ERROR") << "CAN interface" << iface << "mapped to unknown bus" << bus;
         return false;
     }
@@ -182,23 +209,17 @@ bool CANDataManager::mapInterface(const QString& iface, const QString& bus)
 
 void CANDataManager::addLogReplay(const QString& path, double speed, bool loop)
 {
-    auto r = std::make_unique<Runner>();
-    r->source = std::make_unique<CandumpReplay>(path, speed, loop, currentRoutes());
-    state().runners.push_back(std::move(r));
+    addSource(std::make_unique<CandumpReplay>(path, speed, loop));
 }
 
 void CANDataManager::addInterface(const QString& iface)
 {
-    auto r = std::make_unique<Runner>();
-    r->source = std::make_unique<SocketCANSource>(iface, currentRoutes().busFor(iface.toStdString()));
-    state().runners.push_back(std::move(r));
+    addSource(std::make_unique<SocketCANSource>(iface));
 }
 
 void CANDataManager::addGenerator(double speed, CANTrafficGenerator::ValueSource values)
 {
-    auto r = std::make_unique<Runner>();
-    r->source = std::make_unique<CANTrafficGenerator>(CANData::global(), speed, std::move(values));
-    state().runners.push_back(std::move(r));
+    addSource(std::make_unique<CANTrafficGenerator>(speed, std::move(values)));
 }
 
 void CANDataManager::switchToLogReplay(const QString& path, double speed, bool loop)
@@ -214,11 +235,10 @@ int CANDataManager::sourceCount() { return int(state().runners.size()); }
 
 void CANDataManager::startSources()
 {
-    CANDecoder* d = decoder();
     for (auto& r : state().runners) {
         if (!r->running) {
             Logger(nullptr, "INFO") << "CAN capture from" << r->source->description();
-            launch(*r, *d);
+            launch(*r);
         }
     }
 }
@@ -234,6 +254,7 @@ void CANDataManager::removeSources()
     stopSources();
     state().runners.clear();
     state().interfaceMap.clear();
+    state().routes = CANInterfaceRoutes(catalogue());
 }
 
 bool CANDataManager::waitForSources(int timeoutMs)

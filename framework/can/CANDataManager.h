@@ -12,17 +12,27 @@ class CANData;
 class CANMessageNode;
 class CANSignalNode;
 
-// The framework's live CAN values: the global catalogue, one decoder for it, and the frame
-// sources (logs, interfaces, the generator), each read and decoded on a worker thread of its
-// own. Everything here is called on the UI thread; the decoder's class comment tells how the
+// The framework's live CAN values: the catalogue, one decoder for it, and the frame sources
+// (logs, interfaces, the generator), each read and decoded on a worker thread of its own.
+// Everything here is called on the UI thread; the decoder's class comment tells how the
 // workers and the UI share values.
 class ORVANE_EXPORT CANDataManager {
 public:
-    // Catalogue. Replaces the global catalogue with one bus per "[BUS=]FILE"; sources are
-    // stopped and forgotten first, captures dropped. Bad files are logged and skipped; false
-    // when no bus could be loaded.
+    // Catalogue. The workers read it without locks, so it never changes: a change makes a new
+    // catalogue, stops the running sources, gives them a new decoder for it and starts them
+    // again (a log starts over). Signals the new catalogue still holds stay captured; values
+    // and counters start afresh.
+    //
+    // One bus per "[BUS=]FILE". Bad files are logged and skipped; false when no bus could be
+    // loaded. The old catalogue's nodes are gone afterwards.
     static bool loadCatalogue(const QStringList& busArguments);
-    static CANData& catalogue();
+    // A catalogue built elsewhere; the old one's nodes are gone afterwards.
+    static void replaceCatalogue(CANData catalogue);
+    // One more bus, from catalogue text; `sourceName` names it in log lines. Every node of the
+    // catalogue stays. False, and nothing changes, when the text is refused or the name taken.
+    static bool addBusFromText(const QByteArray& text, const QString& busName, const QString& sourceName);
+    // The current catalogue, to read on the UI thread until the next change.
+    static const CANData& catalogue();
     static CANBusNode* findBus(const QString& name);
     static CANMessageNode* findMessage(CANBusNode* bus, const QString& name);
     static CANSignalNode* findSignal(CANMessageNode* message, const QString& name);
@@ -40,7 +50,8 @@ public:
     static QString recentSignalValueAsString(int signalId, int age, int decimals, const QString& noValue);
     static bool recentSignalValue(int signalId, double* value);
 
-    // Sources. The interface map applies to logs and interfaces alike ("can0" -> "PT").
+    // Sources. The interface map applies to logs and interfaces alike ("can0" -> "PT"), from
+    // their next start on.
     static bool mapInterface(const QString& iface, const QString& bus);
     static void addLogReplay(const QString& path, double speed, bool loop);
     static void addInterface(const QString& iface);
@@ -52,7 +63,7 @@ public:
     static int sourceCount();
     static void startSources();
     static void stopSources();
-    // Stops and forgets every source (the catalogue stays).
+    // Stops and forgets every source and the interface map (the catalogue stays).
     static void removeSources();
     // Waits until no source runs any more (logs replayed once end); false on timeout.
     static bool waitForSources(int timeoutMs);

@@ -30,14 +30,14 @@ bool isSelected(const DbcMessage& m, const DbcSignal& s, const CanFrame& frame)
 
 } // namespace
 
-CANDecoder::CANDecoder(const CANData& catalogue)
-    : mCatalogue(catalogue)
-    , mSlots(new Slot[size_t(catalogue.signalCount())])
-    , mCapturedPerMessage(new std::atomic<int>[size_t(catalogue.messageCount())])
-    , mBusCount(catalogue.busCount())
-    , mBusCounters(new BusCounters[size_t(catalogue.busCount() + 1)])
+CANDecoder::CANDecoder(std::shared_ptr<const CANData> catalogue)
+    : mCatalogue(std::move(catalogue))
+    , mSlots(new Slot[size_t(mCatalogue->signalCount())])
+    , mCapturedPerMessage(new std::atomic<int>[size_t(mCatalogue->messageCount())])
+    , mBusCount(mCatalogue->busCount())
+    , mBusCounters(new BusCounters[size_t(mBusCount + 1)])
 {
-    for (int i = 0; i < catalogue.messageCount(); ++i)
+    for (int i = 0; i < mCatalogue->messageCount(); ++i)
         mCapturedPerMessage[size_t(i)].store(0);
 }
 
@@ -45,7 +45,7 @@ CANDecoder::~CANDecoder() = default;
 
 void CANDecoder::capture(int signalId)
 {
-    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    const CANSignalNode* node = mCatalogue->signalById(signalId);
     if (!node)
         return;
     Slot& slot = mSlots[size_t(signalId)];
@@ -57,7 +57,7 @@ void CANDecoder::capture(int signalId)
 
 void CANDecoder::release(int signalId)
 {
-    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    const CANSignalNode* node = mCatalogue->signalById(signalId);
     if (!node)
         return;
     Slot& slot = mSlots[size_t(signalId)];
@@ -68,9 +68,21 @@ void CANDecoder::release(int signalId)
         mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_sub(1);
 }
 
+void CANDecoder::takeOverCaptures(const CANDecoder& previous)
+{
+    for (int id = 0; id < previous.mCatalogue->signalCount(); ++id) {
+        const CANSignalNode* node = previous.mCatalogue->signalById(id);
+        const int captures = previous.mSlots[size_t(id)].captures.load();
+        if (captures == 0 || mCatalogue->signalById(id) != node)
+            continue;
+        if (mSlots[size_t(id)].captures.exchange(captures) == 0)
+            mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_add(1);
+    }
+}
+
 void CANDecoder::clearValuesAndCounters()
 {
-    for (int i = 0; i < mCatalogue.signalCount(); ++i)
+    for (int i = 0; i < mCatalogue->signalCount(); ++i)
         mSlots[size_t(i)].hasValue.store(false);
     for (int b = Unrouted; b < mBusCount; ++b) {
         BusCounters& c = countersFor(b);
@@ -85,7 +97,7 @@ void CANDecoder::clearValuesAndCounters()
 
 bool CANDecoder::isCaptured(int signalId) const
 {
-    return mCatalogue.signalById(signalId) && mSlots[size_t(signalId)].captures.load() > 0;
+    return mCatalogue->signalById(signalId) && mSlots[size_t(signalId)].captures.load() > 0;
 }
 
 void CANDecoder::decode(const CanFrame& frame, int bus)
@@ -95,7 +107,7 @@ void CANDecoder::decode(const CanFrame& frame, int bus)
     if (bus >= 0) {
         BusCounters& c = countersFor(bus);
         c.frames.fetch_add(1, std::memory_order_relaxed);
-        const int message = mCatalogue.busAt(bus)->messageIndexForFrame(frame.id, frame.isExtended());
+        const int message = mCatalogue->busAt(bus)->messageIndexForFrame(frame.id, frame.isExtended());
         if (message < 0) {
             c.unknownIds.fetch_add(1, std::memory_order_relaxed);
             return;
@@ -104,7 +116,7 @@ void CANDecoder::decode(const CanFrame& frame, int bus)
         return;
     }
     for (int b = 0; b < mBusCount; ++b) {
-        const int message = mCatalogue.busAt(b)->messageIndexForFrame(frame.id, frame.isExtended());
+        const int message = mCatalogue->busAt(b)->messageIndexForFrame(frame.id, frame.isExtended());
         if (message >= 0) {
             countersFor(b).frames.fetch_add(1, std::memory_order_relaxed);
             decodeMessage(b, message, frame);
@@ -118,7 +130,7 @@ void CANDecoder::decode(const CanFrame& frame, int bus)
 
 void CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
 {
-    const CANMessageNode* node = mCatalogue.busAt(bus)->messageAt(message);
+    const CANMessageNode* node = mCatalogue->busAt(bus)->messageAt(message);
     const DbcMessage& m = node->definition();
     if (frame.len < m.dlc && !frame.isRemote())
         countersFor(bus).shortFrames.fetch_add(1, std::memory_order_relaxed);
@@ -155,7 +167,7 @@ void CANDecoder::countErrorFrame(int bus)
 
 bool CANDecoder::latestValue(int signalId, double* value, int64_t* raw) const
 {
-    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    const CANSignalNode* node = mCatalogue->signalById(signalId);
     if (!node)
         return false;
     const Slot& slot = mSlots[size_t(signalId)];
@@ -176,7 +188,7 @@ QString CANDecoder::formattedValue(int signalId, int decimals, const QString& no
     int64_t raw = 0;
     if (!latestValue(signalId, &value, &raw))
         return noValue;
-    const CANSignalNode* node = mCatalogue.signalById(signalId);
+    const CANSignalNode* node = mCatalogue->signalById(signalId);
     if (node->definition().layout.type == SignalLayout::ValueType::Integer && !node->definition().labels.empty()) {
         const QString label = node->labelFor(raw);
         if (!label.isNull())

@@ -23,8 +23,8 @@ class CANSignalNode;
 // a count of its captured signals so frames of uncaptured messages cost one lookup, and each
 // bus a row of atomic counters. Only captured signals are extracted; raw bits are stored and
 // turned into physical values and labels when the UI reads them, so a reader always sees the
-// bits of one whole frame for a signal. The catalogue must not change while a decoder for it
-// lives.
+// bits of one whole frame for a signal. The decoder keeps its catalogue alive and unchanged:
+// another catalogue gets a decoder of its own.
 class ORVANE_EXPORT CANDecoder {
 public:
     struct Counters {
@@ -38,14 +38,20 @@ public:
     // Counters of frames that no bus of the catalogue could take.
     static constexpr int Unrouted = -1;
 
-    explicit CANDecoder(const CANData& catalogue);
+    explicit CANDecoder(std::shared_ptr<const CANData> catalogue);
     ~CANDecoder();
+
+    const CANData& catalogue() const { return *mCatalogue; }
 
     // Reference counted: every capture() needs its release(). A signal whose capture starts
     // afresh shows no value until its next frame.
     void capture(int signalId);
     void release(int signalId);
     bool isCaptured(int signalId) const;
+    // Captures the signals that this decoder's catalogue shares with `previous`'s (the same
+    // nodes) as often as `previous` does: what was picked survives a catalogue grown by a bus.
+    // Only while no source decodes.
+    void takeOverCaptures(const CANDecoder& previous);
     // Forgets every value and zeroes the counters, captures kept: a new source starts clean.
     // Only while no source decodes.
     void clearValuesAndCounters();
@@ -84,7 +90,7 @@ private:
     BusCounters& countersFor(int bus) const { return mBusCounters[size_t(bus + 1)]; }
     void decodeMessage(int bus, int message, const CanFrame& frame);
 
-    const CANData& mCatalogue;
+    const std::shared_ptr<const CANData> mCatalogue;
     std::unique_ptr<Slot[]> mSlots;
     std::unique_ptr<std::atomic<int>[]> mCapturedPerMessage;  // by global message index
     int mBusCount = 0;

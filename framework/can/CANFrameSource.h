@@ -15,7 +15,8 @@ class CANDecoder;
 
 // Which bus the frames of a named interface belong to: an explicit mapping first, then the
 // bus of the same name, then the only bus; otherwise the decoder routes each frame to the
-// first bus that knows its id. Built before sources start, read-only afterwards.
+// first bus that knows its id. Built for one catalogue before a source runs on it, read-only
+// afterwards.
 class ORVANE_EXPORT CANInterfaceRoutes {
 public:
     CANInterfaceRoutes() = default;
@@ -30,13 +31,15 @@ private:
 };
 
 // Where frames come from. run() executes on a worker thread of its own and feeds the
-// decoder until the input ends or `stop` is set; failures are logged there.
+// decoder until the input ends or `stop` is set; failures are logged there. A source holds no
+// catalogue: each run decodes into the decoder's, with routes made for that catalogue, so
+// the source can run again on another.
 class ORVANE_EXPORT CANFrameSource {
 public:
     enum class Outcome { Finished, Stopped, Failed };
     virtual ~CANFrameSource();
     virtual QString description() const = 0;
-    virtual Outcome run(CANDecoder& decoder, const std::atomic<bool>& stop) = 0;
+    virtual Outcome run(CANDecoder& decoder, const CANInterfaceRoutes& routes, const std::atomic<bool>& stop) = 0;
     // Whether a failed run is worth trying again later (an interface that may come up).
     virtual bool retryAfterFailure() const { return false; }
 };

@@ -69,9 +69,8 @@ void rangeOf(const DbcSignal& s, double& lo, double& hi)
 
 } // namespace
 
-CANTrafficGenerator::CANTrafficGenerator(const CANData& catalogue, double speed, ValueSource values)
-    : mCatalogue(catalogue)
-    , mSpeed(speed > 0 ? speed : 1.0)
+CANTrafficGenerator::CANTrafficGenerator(double speed, ValueSource values)
+    : mSpeed(speed > 0 ? speed : 1.0)
     , mValues(std::move(values))
 {
 }
@@ -138,8 +137,10 @@ void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double second
     }
 }
 
-CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const std::atomic<bool>& stop)
+CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const CANInterfaceRoutes&,
+                                                 const std::atomic<bool>& stop)
 {
+    const CANData& catalogue = decoder.catalogue();
     struct Due {
         double at;  // seconds of generated time
         int bus, message;
@@ -147,8 +148,8 @@ CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const std:
         bool operator>(const Due& o) const { return at > o.at; }
     };
     std::priority_queue<Due, std::vector<Due>, std::greater<Due>> queue;
-    for (int b = 0; b < mCatalogue.busCount(); ++b) {
-        const CANBusNode* bus = mCatalogue.busAt(b);
+    for (int b = 0; b < catalogue.busCount(); ++b) {
+        const CANBusNode* bus = catalogue.busAt(b);
         for (int i = 0; i < bus->messageCount(); ++i) {
             const CANMessageNode* m = bus->messageAt(i);
             if (m->signalCount() == 0)
@@ -172,7 +173,7 @@ CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const std:
             continue;
         }
         queue.pop();
-        const CANMessageNode* m = mCatalogue.busAt(next.bus)->messageAt(next.message);
+        const CANMessageNode* m = catalogue.busAt(next.bus)->messageAt(next.message);
         makeFrame(*m, next.at, next.count, frame, mValues);
         decoder.decode(frame, next.bus);
         mSent.fetch_add(1, std::memory_order_relaxed);

@@ -20,10 +20,11 @@ public:
     // for the signals it does not know. Called on the generator's thread.
     using ValueSource = std::function<std::optional<double>(const CANMessageNode& message, const DbcSignal& signal)>;
 
-    explicit CANTrafficGenerator(const CANData& catalogue, double speed = 1.0, ValueSource values = {});
+    explicit CANTrafficGenerator(double speed = 1.0, ValueSource values = {});
 
     QString description() const override;
-    Outcome run(CANDecoder& decoder, const std::atomic<bool>& stop) override;
+    // Traffic for every bus of the decoder's catalogue; the routes have nothing to say.
+    Outcome run(CANDecoder& decoder, const CANInterfaceRoutes& routes, const std::atomic<bool>& stop) override;
 
     // The frame of a message at `seconds` into the run; the n-th frame of the message picks
     // the n-th selector of a multiplexed message.
@@ -32,7 +33,6 @@ public:
     uint64_t framesSent() const { return mSent.load(); }
 
 private:
-    const CANData& mCatalogue;
     double mSpeed;
     ValueSource mValues;
     std::atomic<uint64_t> mSent{0};

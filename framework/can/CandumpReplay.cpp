@@ -64,11 +64,10 @@ ssize_t readSome(int fd, bool pipe, char* into, size_t size, const std::atomic<b
 
 } // namespace
 
-CandumpReplay::CandumpReplay(const QString& path, double speed, bool loop, const CANInterfaceRoutes& routes)
+CandumpReplay::CandumpReplay(const QString& path, double speed, bool loop)
     : mPath(path)
     , mSpeed(speed < 0 ? 0 : speed)
     , mLoop(loop)
-    , mRoutes(routes)
 {
 }
 
@@ -82,7 +81,8 @@ CandumpReplay::Statistics CandumpReplay::statistics() const
     return {mFrames.load(), mMalformed.load(), mErrorFrames.load(), mPasses.load()};
 }
 
-CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomic<bool>& stop)
+CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const CANInterfaceRoutes& routes,
+                                           const std::atomic<bool>& stop)
 {
     // Not blocking: opening a pipe would otherwise wait for its writer, stop requests or not.
     const int fd = ::open(QFile::encodeName(mPath).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -124,7 +124,7 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const std::atomi
         }
         if (record.iface != lastIface) {
             lastIface.assign(record.iface);
-            lastBus = mRoutes.busFor(record.iface);
+            lastBus = routes.busFor(record.iface);
         }
         // A time that goes back, or leaps ahead more than a day, is no recording's.
         if (record.hasTime && passHasTime && (record.time < passLast || record.time - passLast > MaxTimeLeap)) {

@@ -20,16 +20,15 @@ public:
         uint64_t passes = 0;  // completed runs through the file
     };
 
-    CandumpReplay(const QString& path, double speed, bool loop, const CANInterfaceRoutes& routes);
+    CandumpReplay(const QString& path, double speed, bool loop);
 
     QString description() const override;
-    Outcome run(CANDecoder& decoder, const std::atomic<bool>& stop) override;
+    Outcome run(CANDecoder& decoder, const CANInterfaceRoutes& routes, const std::atomic<bool>& stop) override;
     Statistics statistics() const;
 
 private:
     QString mPath;
     double mSpeed;
     bool mLoop;
-    CANInterfaceRoutes mRoutes;
     std::atomic<uint64_t> mFrames{0}, mMalformed{0}, mErrorFrames{0}, mPasses{0};
 };

@@ -14,9 +14,8 @@
 #include <cerrno>
 #include <cstring>
 
-SocketCANSource::SocketCANSource(const QString& iface, int bus)
+SocketCANSource::SocketCANSource(const QString& iface)
     : mIface(iface)
-    , mBus(bus)
 {
 }
 
@@ -58,8 +57,10 @@ int SocketCANSource::openSocket(const std::string& iface, std::string* error)
     return fd;
 }
 
-CANFrameSource::Outcome SocketCANSource::run(CANDecoder& decoder, const std::atomic<bool>& stop)
+CANFrameSource::Outcome SocketCANSource::run(CANDecoder& decoder, const CANInterfaceRoutes& routes,
+                                             const std::atomic<bool>& stop)
 {
+    const int bus = routes.busFor(mIface.toStdString());
     std::string error;
     const int fd = openSocket(mIface.toStdString(), &error);
     if (fd < 0) {
@@ -99,7 +100,7 @@ CANFrameSource::Outcome SocketCANSource::run(CANDecoder& decoder, const std::ato
                 uint32_t overflow = 0;
                 std::memcpy(&overflow, CMSG_DATA(c), sizeof overflow);
                 if (haveOverflow && overflow > lastOverflow)
-                    decoder.countDropped(mBus, overflow - lastOverflow);
+                    decoder.countDropped(bus, overflow - lastOverflow);
                 lastOverflow = overflow;
                 haveOverflow = true;
             }
@@ -107,7 +108,7 @@ CANFrameSource::Outcome SocketCANSource::run(CANDecoder& decoder, const std::ato
         if (n != CAN_MTU && n != CANFD_MTU)
             continue;
         if (raw.can_id & CAN_ERR_FLAG) {
-            decoder.countErrorFrame(mBus);
+            decoder.countErrorFrame(bus);
             continue;
         }
         frame.flags = 0;
@@ -123,7 +124,7 @@ CANFrameSource::Outcome SocketCANSource::run(CANDecoder& decoder, const std::ato
             frame.flags |= CanFrame::Remote;
         frame.len = raw.len > CanFrame::MaxLength ? CanFrame::MaxLength : raw.len;
         std::memcpy(frame.data, raw.data, frame.len);
-        decoder.decode(frame, mBus);
+        decoder.decode(frame, bus);
     }
     ::close(fd);
     return outcome;

@@ -9,10 +9,10 @@
 // overflows are counted as dropped frames of the interface's bus.
 class ORVANE_EXPORT SocketCANSource : public CANFrameSource {
 public:
-    SocketCANSource(const QString& iface, int bus);
+    explicit SocketCANSource(const QString& iface);
 
     QString description() const override;
-    Outcome run(CANDecoder& decoder, const std::atomic<bool>& stop) override;
+    Outcome run(CANDecoder& decoder, const CANInterfaceRoutes& routes, const std::atomic<bool>& stop) override;
     bool retryAfterFailure() const override { return true; }
 
     // Opens and binds the socket; -1 with a reason when the interface cannot be read.
@@ -20,6 +20,5 @@ public:
 
 private:
     QString mIface;
-    int mBus;
     std::string mLastError;  // a failure is logged once until it changes
 };

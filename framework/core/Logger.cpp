@@ -2,11 +2,11 @@
 
 #include <QDateTime>
 #include <QMetaObject>
-#include <QMutex>
 #include <QObject>
 #include <QVector>
 
 #include <cstdio>
+#include <mutex>
 
 namespace {
 
@@ -25,8 +25,10 @@ public:
     }
 };
 
+// Threads log too. std::mutex, not QMutex: the thread sanitizer cannot see a QMutex, which Qt
+// locks inside its own uninstrumented library.
 struct Sinks {
-    QMutex mutex;
+    std::mutex mutex;
     StandardErrorSink standardError;
     QVector<LogSink*> sinks{&standardError};
 };
@@ -51,7 +53,7 @@ Logger::~Logger()
 {
     const LogRecord record{mLevel, mContext, mItems.join(QLatin1Char(' '))};
     Sinks& s = sinks();
-    QMutexLocker lock(&s.mutex);
+    std::lock_guard<std::mutex> lock(s.mutex);
     for (LogSink* sink : s.sinks)
         sink->write(record);
 }
@@ -98,7 +100,7 @@ void Logger::logAssert(const char* condition, const QString& message, const char
 void Logger::addSink(LogSink* sink)
 {
     Sinks& s = sinks();
-    QMutexLocker lock(&s.mutex);
+    std::lock_guard<std::mutex> lock(s.mutex);
     if (!s.sinks.contains(sink))
         s.sinks.append(sink);
 }
@@ -106,7 +108,7 @@ void Logger::addSink(LogSink* sink)
 void Logger::removeSink(LogSink* sink)
 {
     Sinks& s = sinks();
-    QMutexLocker lock(&s.mutex);
+    std::lock_guard<std::mutex> lock(s.mutex);
     s.sinks.removeAll(sink);
 }
 
@@ -116,7 +118,7 @@ LogSink* Logger::standardErrorSink()
 }
 
 struct CapturingLogSink::Private {
-    mutable QMutex mutex;
+    mutable std::mutex mutex;
     QList<LogRecord> records;
 };
 
@@ -134,13 +136,13 @@ CapturingLogSink::~CapturingLogSink()
 
 void CapturingLogSink::write(const LogRecord& record)
 {
-    QMutexLocker lock(&d->mutex);
+    std::lock_guard<std::mutex> lock(d->mutex);
     d->records.append(record);
 }
 
 QList<LogRecord> CapturingLogSink::records() const
 {
-    QMutexLocker lock(&d->mutex);
+    std::lock_guard<std::mutex> lock(d->mutex);
     return d->records;
 }
 
@@ -159,6 +161,6 @@ bool CapturingLogSink::contains(const QString& level, const QString& message) co
 
 void CapturingLogSink::clear()
 {
-    QMutexLocker lock(&d->mutex);
+    std::lock_guard<std::mutex> lock(d->mutex);
     d->records.clear();
 }

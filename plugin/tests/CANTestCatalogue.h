@@ -34,10 +34,10 @@ inline QByteArray dbcText(const QList<TestMessage>& messages)
 inline void useCatalogue(const QList<QPair<QString, QList<TestMessage>>>& buses)
 {
     CANDataManager::removeSources();
-    CANData& catalogue = CANDataManager::catalogue();
-    catalogue.clear();
+    CANData catalogue;
     for (const auto& bus : buses)
         ASSERT_TRUE(catalogue.addBusFromText(dbcText(bus.second), bus.first, bus.first));
+    CANDataManager::replaceCatalogue(std::move(catalogue));
 }
 
 inline QString testSourceDir()

@@ -53,7 +53,11 @@ void writeFile(const QString& path, const QByteArray& text)
 class SampleViewer : public ::testing::Test {
 protected:
     SampleViewer() { EXPECT_TRUE(CANDataManager::loadCatalogue({testSourceDir() + "/assets/can/sample.dbc"})); }
-    ~SampleViewer() override { drainEvents(); }
+    ~SampleViewer() override
+    {
+        CANDataManager::removeSources();
+        drainEvents();
+    }
 
     static CANSignalNode* sample(const char* message, const char* signal) { return signalNamed("sample", message, signal); }
     QString selectionFile() const { return scratch.dataFile("canViewer.txt"); }

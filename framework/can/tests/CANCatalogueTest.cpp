@@ -32,7 +32,7 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(data.addBusFromFile(sampleCatalogue()));
-        decoder = std::make_unique<CANDecoder>(data);
+        decoder = std::make_unique<CANDecoder>(std::make_shared<const CANData>(data));
     }
     CANSignalNode* node(const char* message, const char* signal)
     {
@@ -89,6 +89,25 @@ TEST_F(SampleCatalogue, FindsByNameAndRefusesNearMisses)
     EXPECT_FALSE(data.findSignal(nullptr, QStringLiteral("Gear")));
     EXPECT_EQ(node("TirePressure", "TirePressureRearLeft")->message()->frameId(), 0x18FEF1FEu);
     EXPECT_TRUE(node("TirePressure", "TirePressureRearLeft")->message()->isExtended());
+}
+
+// Capture threads may still read the catalogue a bus was added to: the copy grows, the original
+// stays as it was, and both hold the very same nodes.
+TEST_F(SampleCatalogue, ACopyGrownByABusSharesEveryNodeAndLeavesTheOriginalAlone)
+{
+    CANData grown = data;
+    ASSERT_TRUE(grown.addBusFromText("BO_ 7 Extra: 1 X\n SG_ Level : 0|8@1+ (1,0) [0|255] \"\" X\n", "extra", "text"));
+    EXPECT_EQ(data.busCount(), 1);
+    EXPECT_FALSE(data.findBus(QStringLiteral("extra")));
+    EXPECT_EQ(data.signalById(data.signalCount()), nullptr);
+    ASSERT_EQ(grown.busCount(), 2);
+    EXPECT_EQ(grown.findBus(QStringLiteral("sample")), data.busAt(0));
+    for (int id = 0; id < data.signalCount(); ++id)
+        EXPECT_EQ(grown.signalById(id), data.signalById(id)) << id;
+    const CANSignalNode* level = grown.signalById(data.signalCount());
+    ASSERT_TRUE(level);
+    EXPECT_EQ(level->bus(), grown.busAt(1));
+    EXPECT_EQ(level->message()->globalIndex(), data.messageCount());
 }
 
 TEST_F(SampleCatalogue, HighPrecisionMeansFloatsAndFactorsFinerThanAThousandth)
@@ -177,7 +196,7 @@ SG_MUL_VAL_ 5 Middle Top 1-1;
 SG_MUL_VAL_ 5 Leaf Middle 2-3;
 )",
         "b", "text"));
-    CANDecoder d(data);
+    CANDecoder d(std::make_shared<const CANData>(data));
     d.capture(2);
     struct {
         uint8_t selectors, leaf;
@@ -224,7 +243,7 @@ TEST(CANDecoder, UnroutedFramesGoToTheFirstBusThatKnowsThem)
     CANData data;
     ASSERT_TRUE(data.addBusFromText("BO_ 1 A: 1 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n", "one", "a"));
     ASSERT_TRUE(data.addBusFromText("BO_ 2 B: 1 X\n SG_ T : 0|8@1+ (1,0) [0|0] \"\" X\n", "two", "b"));
-    CANDecoder d(data);
+    CANDecoder d(std::make_shared<const CANData>(data));
     d.capture(1);
     d.decode(frameOf(2, {42}), CANDecoder::Unrouted);
     d.decode(frameOf(3, {42}), CANDecoder::Unrouted);

@@ -122,11 +122,13 @@ QString writeLog(QTemporaryDir& dir, int frames, double gapSeconds, const QByteA
 struct ReplayRig {
     CANData data;
     std::unique_ptr<CANDecoder> decoder;
+    CANInterfaceRoutes routes;
     ReplayRig()
     {
         EXPECT_TRUE(data.addBusFromText("BO_ 100 Counter: 1 X\n SG_ Count : 0|8@1+ (1,0) [0|255] \"\" X\n", "bus", "text"));
-        decoder = std::make_unique<CANDecoder>(data);
+        decoder = std::make_unique<CANDecoder>(std::make_shared<const CANData>(data));
         decoder->capture(0);
+        routes = CANInterfaceRoutes(data);
     }
 };
 
@@ -136,11 +138,11 @@ TEST(CandumpReplay, RealTimeKeepsTheLogsPaceAndFasterDivides)
     const QString path = writeLog(dir, 61, 0.01);  // 0.6 s of traffic
     for (double speed : {1.0, 2.0}) {
         ReplayRig rig;
-        CandumpReplay replay(path, speed, false, CANInterfaceRoutes(rig.data));
+        CandumpReplay replay(path, speed, false);
         std::atomic<bool> stop{false};
         QElapsedTimer timer;
         timer.start();
-        EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+        EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
         const double expected = 0.6 / speed;
         EXPECT_NEAR(timer.nsecsElapsed() / 1e9, expected, expected * 0.05) << "speed " << speed;
         EXPECT_EQ(replay.statistics().frames, 61u);
@@ -153,9 +155,9 @@ TEST(CandumpReplay, LoopingRunsOnWithoutAPauseOrAPileUp)
     QTemporaryDir dir;
     const QString path = writeLog(dir, 11, 0.01);  // one pass: 0.1 s span plus a 10 ms gap
     ReplayRig rig;
-    CandumpReplay replay(path, 1.0, true, CANInterfaceRoutes(rig.data));
+    CandumpReplay replay(path, 1.0, true);
     std::atomic<bool> stop{false};
-    std::thread worker([&] { replay.run(*rig.decoder, stop); });
+    std::thread worker([&] { replay.run(*rig.decoder, rig.routes, stop); });
     std::this_thread::sleep_for(std::chrono::milliseconds(550));
     stop = true;
     worker.join();
@@ -170,10 +172,10 @@ TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
     const QString path = writeLog(dir, 5, 0.001,
         "garbage line\n(1001.0) can0 064#0\n(1001.0) can0 20000004#0000000000000000\n\n(1001.0) can0 064#2A");  // no final newline
     ReplayRig rig;
-    CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
+    CandumpReplay replay(path, 0, false);
     std::atomic<bool> stop{false};
     CapturingLogSink log;
-    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 6u);
     EXPECT_EQ(replay.statistics().malformedLines, 2u);
     EXPECT_EQ(replay.statistics().errorFrames, 1u);
@@ -195,9 +197,9 @@ TEST(CandumpReplay, TimesThatGoBackOrLeapADayAreMalformedLines)
         "can0 064#06\n"                  // no time at all
         "(1086400.0) can0 064#07\n");   // more than a day after the one before
     ReplayRig rig;
-    CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
+    CandumpReplay replay(path, 0, false);
     std::atomic<bool> stop{false};
-    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 5u);
     EXPECT_EQ(replay.statistics().malformedLines, 5u);
     EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("6"));
@@ -216,9 +218,9 @@ TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
         f.write("(2.0) can0 064#09\n");
     }
     ReplayRig rig;
-    CandumpReplay replay(path, 0, false, CANInterfaceRoutes(rig.data));
+    CandumpReplay replay(path, 0, false);
     std::atomic<bool> stop{false};
-    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 2u);
     EXPECT_EQ(replay.statistics().malformedLines, 2u);
     EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
@@ -232,16 +234,16 @@ TEST(CandumpReplay, APipeIsReadAsItsWriterWritesAndStopsWithoutOne)
     {
         // Nobody ever writes: a stop request still ends the replay.
         ReplayRig rig;
-        CandumpReplay replay(path, 0, true, CANInterfaceRoutes(rig.data));
+        CandumpReplay replay(path, 0, true);
         std::atomic<bool> stop{false};
         CANFrameSource::Outcome outcome = CANFrameSource::Outcome::Failed;
-        std::thread worker([&] { outcome = replay.run(*rig.decoder, stop); });
+        std::thread worker([&] { outcome = replay.run(*rig.decoder, rig.routes, stop); });
         stop = true;
         worker.join();
         EXPECT_EQ(outcome, CANFrameSource::Outcome::Stopped);
     }
     ReplayRig rig;
-    CandumpReplay replay(path, 0, true, CANInterfaceRoutes(rig.data));
+    CandumpReplay replay(path, 0, true);
     std::atomic<bool> stop{false};
     std::thread writer([&] {
         QFile live(path);
@@ -251,7 +253,7 @@ TEST(CandumpReplay, APipeIsReadAsItsWriterWritesAndStopsWithoutOne)
         live.write("(2.0) can0 064#09\n");
     });
     // The writer closing ends it, looping or not.
-    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
     writer.join();
     EXPECT_EQ(replay.statistics().frames, 2u);
     EXPECT_EQ(replay.statistics().passes, 1u);
@@ -262,9 +264,9 @@ TEST(CandumpReplay, MissingLogIsOneClearLine)
 {
     ReplayRig rig;
     CapturingLogSink log;
-    CandumpReplay replay(QStringLiteral("/nonexistent/drive.log"), 1, true, CANInterfaceRoutes(rig.data));
+    CandumpReplay replay(QStringLiteral("/nonexistent/drive.log"), 1, true);
     std::atomic<bool> stop{false};
-    EXPECT_EQ(replay.run(*rig.decoder, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Failed);
     EXPECT_EQ(log.lines(),
         QStringList{QStringLiteral("ERROR CAN log /nonexistent/drive.log cannot be read: No such file or directory")});
 }
@@ -289,10 +291,10 @@ TEST(SocketCANSource, UnreadableInterfaceIsLoggedOnceAndRetried)
 {
     ReplayRig rig;
     CapturingLogSink log;
-    SocketCANSource source(QStringLiteral("nosuchcan9"), 0);
+    SocketCANSource source(QStringLiteral("nosuchcan9"));
     std::atomic<bool> stop{false};
-    EXPECT_EQ(source.run(*rig.decoder, stop), CANFrameSource::Outcome::Failed);
-    EXPECT_EQ(source.run(*rig.decoder, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(source.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(source.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Failed);
     EXPECT_TRUE(source.retryAfterFailure());
     ASSERT_EQ(log.lines().size(), 1) << log.lines().join(QLatin1Char('\n')).toStdString();
     EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("ERROR CAN interface nosuchcan9 cannot be read: ")));
@@ -306,9 +308,9 @@ TEST(SocketCANSource, ReadsAVirtualInterfaceWhenTheSystemHasOne)
         GTEST_SKIP() << "no vcan0 here (" << error << "); create one with: ip link add dev vcan0 type vcan && ip link set up vcan0";
     ::close(fd);
     ReplayRig rig;
-    SocketCANSource source(QStringLiteral("vcan0"), 0);
+    SocketCANSource source(QStringLiteral("vcan0"));
     std::atomic<bool> stop{false};
-    std::thread worker([&] { source.run(*rig.decoder, stop); });
+    std::thread worker([&] { source.run(*rig.decoder, rig.routes, stop); });
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     const int tx = SocketCANSource::openSocket("vcan0", &error);
     ASSERT_GE(tx, 0) << error;
@@ -329,12 +331,12 @@ TEST(CANTrafficGenerator, EverySignalMovesWithinItsRangeAtItsCycleTime)
 {
     CANData data;
     ASSERT_TRUE(data.addBusFromFile(sampleCatalogue()));
-    CANDecoder decoder(data);
+    CANDecoder decoder(std::make_shared<const CANData>(data));
     for (int i = 0; i < data.signalCount(); ++i)
         decoder.capture(i);
-    CANTrafficGenerator generator(data, 10.0);  // ten times faster: 5 s of traffic in 0.5 s
+    CANTrafficGenerator generator(10.0);  // ten times faster: 5 s of traffic in 0.5 s
     std::atomic<bool> stop{false};
-    std::thread worker([&] { generator.run(decoder, stop); });
+    std::thread worker([&] { generator.run(decoder, CANInterfaceRoutes(), stop); });
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     stop = true;
     worker.join();

@@ -1,6 +1,7 @@
 #include "diag/can/CANDataModel.h"
 
 #include "can/CANData.h"
+#include "can/CANDataManager.h"
 #include "core/Logger.h"
 #include "diag/DiagConfig.h"
 #include "services/AppInfo.h"
@@ -79,7 +80,7 @@ void CANDataModel::loadFilter(QFile& file)
     }
     const QByteArray text = file.readAll();
     file.close();
-    if (text.isEmpty() || !applyFilter(text, CANData::global(), &mRoot))
+    if (text.isEmpty() || !applyFilter(text, CANDataManager::catalogue(), &mRoot))
         Logger(this, "ERROR") << "Empty or corrupt CAN View Filter";
 }
 
@@ -139,29 +140,29 @@ int CANDataModel::signalIndex(int bus, int msg, int sig) const
 
 int CANDataModel::getBusCount() const
 {
-    return mFiltered ? mRoot.indices.size() : CANData::global().busCount();
+    return mFiltered ? mRoot.indices.size() : CANDataManager::catalogue().busCount();
 }
 
 QString CANDataModel::getBusName(int bus) const
 {
-    return QString::fromUtf8(CANData::global().busAt(busIndex(bus))->name());
+    return QString::fromUtf8(CANDataManager::catalogue().busAt(busIndex(bus))->name());
 }
 
 int CANDataModel::getMessageCount(int bus) const
 {
-    return mFiltered ? mRoot.children[bus].indices.size() : CANData::global().busAt(bus)->messageCount();
+    return mFiltered ? mRoot.children[bus].indices.size() : CANDataManager::catalogue().busAt(bus)->messageCount();
 }
 
 QString CANDataModel::getMessageName(int bus, int msg) const
 {
-    return QString::fromUtf8(CANData::global().busAt(busIndex(bus))->messageAt(messageIndex(bus, msg))->name());
+    return QString::fromUtf8(CANDataManager::catalogue().busAt(busIndex(bus))->messageAt(messageIndex(bus, msg))->name());
 }
 
 int CANDataModel::getSignalCount(int bus, int msg) const
 {
     if (mFiltered)
         return mRoot.children[bus].children[msg].indices.size();
-    return CANData::global().busAt(bus)->messageAt(msg)->signalCount();
+    return CANDataManager::catalogue().busAt(bus)->messageAt(msg)->signalCount();
 }
 
 QString CANDataModel::getSignalName(int bus, int msg, int sig) const
@@ -171,5 +172,5 @@ QString CANDataModel::getSignalName(int bus, int msg, int sig) const
 
 CANSignalNode* CANDataModel::getSignal(int bus, int msg, int sig) const
 {
-    return CANData::global().busAt(busIndex(bus))->messageAt(messageIndex(bus, msg))->signalAt(signalIndex(bus, msg, sig));
+    return CANDataManager::catalogue().busAt(busIndex(bus))->messageAt(messageIndex(bus, msg))->signalAt(signalIndex(bus, msg, sig));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "can/CANData.h"
+#include "can/CANDataManager.h"
 #include "core/Logger.h"
 
 // A catalogue with what makes names hard: shared message and signal names across buses,
@@ -15,10 +16,11 @@ inline const CANData& fuzzCatalogue()
                                 "BO_ 257 Brakes: 8 X\n SG_ Pressure : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                 "BO_ 2566844926 Tyres: 8 X\n SG_ Front : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                 "BO_ 258 Empty: 8 X\n";
-        CANData& c = CANData::global();
+        CANData c;
         for (const char* bus : {"PT", "CH", "pt", "odd:bus", "odd,bus"})
             c.addBusFromText(text, QString::fromUtf8(bus), QStringLiteral("fuzz"));
-        return c;
+        CANDataManager::replaceCatalogue(std::move(c));
+        return CANDataManager::catalogue();
     }();
     return catalogue;
 }
