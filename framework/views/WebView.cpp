@@ -75,7 +75,11 @@ WebView::WebView(DisplayView* parent, qreal zoomFactor)
     connect(mScroller, &KineticScroller::offsetChanged, this, &WebView::scrolled);
 }
 
-WebView::~WebView() = default;
+WebView::~WebView()
+{
+    // The page's requests end as it goes and report to this view: it goes while the view is whole.
+    delete mPage;
+}
 
 QWebFrame* WebView::currentFrame() const
 {

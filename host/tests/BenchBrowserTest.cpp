@@ -259,6 +259,7 @@ TEST_F(BenchBrowser, TheInputRegionFollowsTheViewTheKeyboardAndPopups)
     EXPECT_EQ(X11TestWindow::inputBoundsOf(window), view);
     bench.write("\n");
     EXPECT_TRUE(bench.waitForFinished(30000));
+    output += QString::fromUtf8(bench.readAll());
     EXPECT_EQ(bench.exitCode(), 0) << output.toStdString();
 }
 

@@ -95,7 +95,7 @@ TEST_P(CandumpLine, ParsesEveryForm)
     EXPECT_EQ(r.frame.flags, c.flags) << c.line;
     ASSERT_EQ(r.frame.len, c.data.size()) << c.line;
     if (!r.frame.isRemote()) {
-        EXPECT_EQ(0, std::memcmp(r.frame.data, c.data.data(), c.data.size())) << c.line;
+        EXPECT_EQ(std::vector<uint8_t>(r.frame.data, r.frame.data + r.frame.len), c.data) << c.line;
     }
     EXPECT_EQ(r.hasTime, c.time >= 0) << c.line;
     if (c.time >= 0) {
