@@ -2,6 +2,7 @@
 // would: the UI thread that sends must neither block nor be killed by the pipe.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <future>
 #include <mutex>
@@ -18,7 +19,7 @@ namespace {
 struct Reports {
   std::mutex mutex;
   std::condition_variable changed;
-  bool died = false;
+  std::atomic<bool> died{false};  // the test reads it between waits too
   int failed_callbacks = 0;
   std::vector<std::string> events;
 
@@ -67,7 +68,7 @@ TEST(ConnectionTest, APipeNobodyReadsIsChromiumGoneNotTheEndOfTheHost) {
   ASSERT_TRUE(reports.WaitFor([&] { return !reports.events.empty(); }));
   for (int i = 0; i < 3; ++i) c->Send("Browser.getVersion", Json::object(), "", CountFailure(&reports));
   ASSERT_TRUE(reports.WaitFor([&] { return reports.died && reports.failed_callbacks == 3; }))
-      << reports.died << " " << reports.failed_callbacks;
+      << reports.died.load() << " " << reports.failed_callbacks;
   EXPECT_FALSE(c->alive());
   // A send after the death fails at once, too.
   c->Send("Browser.getVersion", Json::object(), "", CountFailure(&reports));
@@ -96,7 +97,7 @@ TEST(ConnectionTest, AChromiumThatNeverReadsAgainIsGivenUp) {
   // Commands piling up past any sane backlog mean Chromium hangs: it is ended, and the
   // host hears of it as of any death.
   for (int i = 0; i < 80 && !reports.died; ++i) c->Send("Runtime.evaluate", big);
-  ASSERT_TRUE(reports.WaitFor([&] { return reports.died; }));
+  ASSERT_TRUE(reports.WaitFor([&] { return reports.died.load(); }));
   EXPECT_FALSE(c->alive());
 }
 
