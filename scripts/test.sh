@@ -22,9 +22,8 @@ if [ "${1:-}" != --sanitize ]; then
   exit
 fi
 
-chromium_programs=(cef_contract_load_tests cef_contract_page_tests cef_contract_failure_tests
-  cef_contract_lifetime_tests)
-address_programs=(cef_unit_tests "${chromium_programs[@]}" can_tests plugin_can_tests
+address_programs=(cef_unit_tests cef_contract_load_tests cef_contract_page_tests
+  cef_contract_failure_tests cef_contract_lifetime_tests can_tests plugin_can_tests
   plugin_web_pages_tests plugin_browser_tests plugin_browser_Chromium_tests
   plugin_browser_composite_tests host_browser_tests)
 # What the programs above load or start rather than link.
