@@ -1,7 +1,7 @@
 # Where an installed bench keeps its parts, and the Debian package made of them.
 #
 #   bin/orvane-bench
-#   lib/orvane/libOrvaneUIFramework.so, libvexorcef.so, vexor-cef-launcher, orvane-host-command, host-commands/
+#   lib/orvane/libOrvaneUIFramework.so, libOrvaneWebKit.so, libvexorcef.so, vexor-cef-launcher, orvane-host-command, host-commands/
 #   lib/orvane/plugins/DiagnosticTools/   the plug-in, its CAN filter, assets -> share/orvane/assets
 #   share/orvane/assets/                  skins, pages, the sample catalogue and log
 #   /usr/vexor/UI/assets/web_content/manual/   the owner's manual, where the browser may show local pages
@@ -21,6 +21,7 @@ set_target_properties(DiagnosticTools PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
 
 install(TARGETS orvane-bench RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS OrvaneUIFramework vexorcef LIBRARY DESTINATION ${ORVANE_LIB_DIR} NAMELINK_SKIP)
+install(TARGETS OrvaneWebKit LIBRARY DESTINATION ${ORVANE_LIB_DIR})
 install(TARGETS vexor-cef-launcher orvane-host-command RUNTIME DESTINATION ${ORVANE_LIB_DIR})
 install(TARGETS DiagnosticTools LIBRARY DESTINATION ${ORVANE_PLUGIN_DIR} NAMELINK_SKIP)
 install(FILES ${PROJECT_SOURCE_DIR}/plugin/diag/can/diagCAN-config.json DESTINATION ${ORVANE_PLUGIN_DIR})

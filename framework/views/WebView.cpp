@@ -2,117 +2,152 @@
 
 #include "core/Logger.h"
 #include "views/KineticScroller.h"
+#include "views/WebPageEngine.h"
 
-#include <QApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
 #include <QJsonObject>
-#include <QMouseEvent>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QPainter>
-#include <QWebFrame>
-#include <QWebPage>
-#include <QWebSettings>
+#include <QPointer>
 
-#include <functional>
-#include <memory>
-#include <utility>
+#include <dlfcn.h>
 
 namespace {
 // How far a finger may wander before a tap becomes a drag.
 constexpr int TapSlop = 12;
 
-// Tells of every request the page makes, its scripts' included, when it starts and when it
-// is done, so the view knows when the page has what it asked for.
-class CountingNetworkAccess : public QNetworkAccessManager {
-public:
-    CountingNetworkAccess(QObject* parent, std::function<void(int)> changed)
-        : QNetworkAccessManager(parent)
-        , mChanged(std::move(changed))
-    {
-    }
+bool enginesHeld = false;
+QList<QPointer<WebView>>& viewsWaitingForRelease()
+{
+    static QList<QPointer<WebView>> views;
+    return views;
+}
 
-protected:
-    QNetworkReply* createRequest(Operation op, const QNetworkRequest& request, QIODevice* data) override
-    {
-        QNetworkReply* reply = QNetworkAccessManager::createRequest(op, request, data);
-        mChanged(+1);
-        // Finished, or gone without finishing: counted down once either way.
-        auto done = std::make_shared<bool>(false);
-        const auto end = [this, done] {
-            if (!std::exchange(*done, true))
-                mChanged(-1);
-        };
-        connect(reply, &QNetworkReply::finished, this, end);
-        connect(reply, &QObject::destroyed, this, end);
-        return reply;
-    }
-
-private:
-    std::function<void(int)> mChanged;
-};
+// The engine's library sits beside this one; it is loaded once and stays.
+CreateWebPageEngine engineFactory(QString* error)
+{
+    static QString loadError;
+    static const CreateWebPageEngine factory = []() -> CreateWebPageEngine {
+        QElapsedTimer loading;
+        loading.start();
+        Dl_info self{};
+        dladdr(reinterpret_cast<void*>(&engineFactory), &self);
+        const QString path = QFileInfo(QString::fromLocal8Bit(self.dli_fname)).absolutePath()
+                             + QStringLiteral("/libOrvaneWebKit.so");
+        void* library = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL);
+        void* symbol = library ? dlsym(library, CreateWebPageEngineSymbol) : nullptr;
+        if (symbol)
+            Logger(nullptr, "INFO") << "Web engine loaded in" << int(loading.elapsed()) << "ms";
+        else
+            loadError = QString::fromLocal8Bit(dlerror());
+        return reinterpret_cast<CreateWebPageEngine>(symbol);
+    }();
+    *error = loadError;
+    return factory;
+}
 } // namespace
 
 WebView::WebView(DisplayView* parent, qreal zoomFactor)
     : DisplayView(parent)
-    , mPage(new QWebPage(this))
+    , mZoomFactor(zoomFactor)
     , mScroller(new KineticScroller(this))
 {
-    QWebSettings* settings = mPage->settings();
-    // Local pages shipped with the car (the vitals dashboard) read the car's own endpoints.
-    settings->setAttribute(QWebSettings::LocalContentCanAccessRemoteUrls, true);
-    QWebFrame* frame = mPage->mainFrame();
-    // The finger scrolls through the kinetic scroller; the engine draws no scroll bars.
-    frame->setScrollBarPolicy(Qt::Vertical, Qt::ScrollBarAlwaysOff);
-    frame->setScrollBarPolicy(Qt::Horizontal, Qt::ScrollBarAlwaysOff);
-    frame->setZoomFactor(zoomFactor);
-    connect(mPage, &QWebPage::repaintRequested, this, [this] { update(); });
-    connect(mPage, &QWebPage::scrollRequested, this, [this] { update(); });
-    connect(frame, &QWebFrame::contentsSizeChanged, this, &WebView::contentsChanged);
-    connect(frame, &QWebFrame::loadFinished, this, &WebView::pageLoaded);
-    connect(frame, &QWebFrame::loadStarted, this, [this] { mLoading = true; });
-    mPage->setNetworkAccessManager(
-        new CountingNetworkAccess(mPage, [this](int change) { mRequestsInFlight += change; }));
     connect(mScroller, &KineticScroller::offsetChanged, this, &WebView::scrolled);
 }
 
 WebView::~WebView()
 {
     // The page's requests end as it goes and report to this view: it goes while the view is whole.
-    delete mPage;
+    delete mEngine;
 }
 
-QWebFrame* WebView::currentFrame() const
+void WebView::holdEngines(bool hold)
 {
-    return mPage->mainFrame();
+    enginesHeld = hold;
+    if (hold)
+        return;
+    const QList<QPointer<WebView>> waiting = std::exchange(viewsWaitingForRelease(), {});
+    for (const QPointer<WebView>& view : waiting)
+        if (view)
+            view->startEngine();
 }
 
-qreal WebView::zoomFactor() const
+WebPageEngine* WebView::engine()
 {
-    return mPage->mainFrame()->zoomFactor();
+    startEngine();
+    return mEngine;
+}
+
+void WebView::startEngine()
+{
+    if (mEngine || mEngineFailed)
+        return;
+    QString error;
+    const CreateWebPageEngine create = engineFactory(&error);
+    if (!create) {
+        mEngineFailed = true;
+        Logger(this, "ERROR") << "No web engine, pages stay empty:" << error;
+        return;
+    }
+    mEngine = create(this);
+    mEngine->setZoomFactor(mZoomFactor);
+    mEngine->setViewportSize(rect().size());
+    connect(mEngine, &WebPageEngine::repaintNeeded, this, [this] { update(); });
+    connect(mEngine, &WebPageEngine::contentsSizeChanged, this, &WebView::contentsChanged);
+    connect(mEngine, &WebPageEngine::loadFinished, this, &WebView::pageLoaded);
+    if (std::exchange(mLoadWaiting, false))
+        mEngine->load(mWaitingUrl);
+}
+
+void WebView::load(const QUrl& url)
+{
+    if (!mEngine && enginesHeld) {
+        mLoadWaiting = true;
+        mWaitingUrl = url;
+        if (!viewsWaitingForRelease().contains(this))
+            viewsWaitingForRelease().append(this);
+        return;
+    }
+    if (WebPageEngine* engine = this->engine())
+        engine->load(url);
+}
+
+QWebFrame* WebView::currentFrame()
+{
+    WebPageEngine* engine = this->engine();
+    return engine ? engine->mainFrame() : nullptr;
+}
+
+QWebPage* WebView::page()
+{
+    WebPageEngine* engine = this->engine();
+    return engine ? engine->page() : nullptr;
 }
 
 void WebView::setZoomFactor(qreal factor)
 {
-    mPage->mainFrame()->setZoomFactor(factor);
+    mZoomFactor = factor;
+    if (mEngine)
+        mEngine->setZoomFactor(factor);
     contentsChanged();
 }
 
 void WebView::resized()
 {
     DisplayView::resized();
-    mPage->setViewportSize(rect().size());
+    if (mEngine)
+        mEngine->setViewportSize(rect().size());
     contentsChanged();
 }
 
 bool WebView::isBusy() const
 {
-    return mLoading || mRequestsInFlight > 0;
+    return mLoadWaiting || (mEngine && mEngine->isBusy());
 }
 
 void WebView::pageLoaded(bool ok)
 {
-    mLoading = false;
-    const QUrl url = mPage->mainFrame()->requestedUrl();
+    const QUrl url = mEngine->requestedUrl();
     // Unloading loads the empty address, which the engine reports as a failure.
     if (!ok && !url.isEmpty())
         Logger(this, "WARN") << "Page did not load:" << url.toString();
@@ -123,7 +158,7 @@ void WebView::pageLoaded(bool ok)
 
 void WebView::contentsChanged()
 {
-    const QSize contents = mPage->mainFrame()->contentsSize();
+    const QSize contents = mEngine ? mEngine->contentsSize() : QSize();
     mScroller->setBounds(QPointF(0, 0),
                          QPointF(qMax(0, contents.width() - width()), qMax(0, contents.height() - height())));
     update();
@@ -131,15 +166,18 @@ void WebView::contentsChanged()
 
 void WebView::scrolled(const QPointF& offset)
 {
-    mPage->mainFrame()->setScrollPosition(offset.toPoint());
+    if (mEngine)
+        mEngine->setScrollPosition(offset.toPoint());
     update();
 }
 
 void WebView::draw(QPainter& painter)
 {
+    if (!mEngine)
+        return;
     painter.save();
     painter.setClipRect(rect());
-    mPage->mainFrame()->render(&painter, QRegion(rect()));
+    mEngine->render(painter, rect());
     painter.restore();
 }
 
@@ -157,8 +195,8 @@ bool WebView::touchEvent(const TouchEvent& event)
         break;
     case TouchEvent::Kind::Release:
         // A press that stopped a glide only stops it.
-        if (!mDragging && !mPressStoppedGlide)
-            click(event.position);
+        if (!mDragging && !mPressStoppedGlide && mEngine)
+            mEngine->click(event.position);
         break;
     case TouchEvent::Kind::Cancel: break;
     }
@@ -171,24 +209,19 @@ bool WebView::takesOverTouch(const QPoint& movedBy) const
     return mScroller->takesOverVertical(movedBy);
 }
 
-void WebView::click(const QPoint& point)
-{
-    QMouseEvent press(QEvent::MouseButtonPress, point, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-    QMouseEvent release(QEvent::MouseButtonRelease, point, Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
-    mPage->event(&press);
-    mPage->event(&release);
-}
-
 QString WebView::describe() const
 {
-    return mPage->mainFrame()->title();
+    return mEngine ? mEngine->title() : QString();
 }
 
 void WebView::dumpProperties(QJsonObject& out) const
 {
-    QWebFrame* frame = mPage->mainFrame();
-    out.insert(QStringLiteral("url"), frame->url().toString());
-    out.insert(QStringLiteral("pageTitle"), frame->title());
-    out.insert(QStringLiteral("zoom"), frame->zoomFactor());
-    out.insert(QStringLiteral("scrollY"), frame->scrollPosition().y());
+    if (mEngine) {
+        mEngine->dumpProperties(out);
+    } else {
+        out.insert(QStringLiteral("url"), mLoadWaiting ? mWaitingUrl.toString() : QString());
+        out.insert(QStringLiteral("pageTitle"), QString());
+        out.insert(QStringLiteral("scrollY"), 0);
+    }
+    out.insert(QStringLiteral("zoom"), mZoomFactor);
 }

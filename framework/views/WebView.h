@@ -7,23 +7,33 @@
 class KineticScroller;
 class QWebFrame;
 class QWebPage;
+class WebPageEngine;
 
-// A web page on the toolkit's own engine, painted into the view tree like any other view. A
-// tap is a click at that point; a drag scrolls the page with momentum. A page that fails to
-// load leaves the view empty and working.
+// A web page painted into the view tree like any other view. A tap is a click at that point;
+// a drag scrolls the page with momentum. A page that fails to load leaves the view empty and
+// working.
+//
+// The engine is loaded on first use: a view that is never asked for a page costs nothing, and
+// a host may hold every engine back until its first frame is painted (holdEngines).
 class ORVANE_EXPORT WebView : public DisplayView {
     Q_OBJECT
 public:
     explicit WebView(DisplayView* parent, qreal zoomFactor = 1.0);
     ~WebView() override;
 
-    // The frame pages are loaded through: the page's main frame.
-    QWebFrame* currentFrame() const;
-    QWebPage* page() const { return mPage; }
-    qreal zoomFactor() const;
+    // While held, pages asked for wait and their views start their engines when released.
+    static void holdEngines(bool hold);
+
+    // Loads url into the main frame, once the engine is there.
+    void load(const QUrl& url);
+    // The frame pages are loaded through: the page's main frame. Starts the engine now.
+    QWebFrame* currentFrame();
+    QWebPage* page();
+    qreal zoomFactor() const { return mZoomFactor; }
     void setZoomFactor(qreal factor);
     KineticScroller* scroller() const { return mScroller; }
-    // Loading, or waiting for requests the page made (a dashboard fetching its first values).
+    // Loading, waiting for the engine, or waiting for requests the page made (a dashboard
+    // fetching its first values).
     bool isBusy() const;
 
     void draw(QPainter& painter) override;
@@ -39,16 +49,20 @@ signals:
     void loadFinished(bool ok);
 
 private:
+    WebPageEngine* engine();
+    void startEngine();
     void pageLoaded(bool ok);
     void contentsChanged();
     void scrolled(const QPointF& offset);
-    void click(const QPoint& point);
 
-    QWebPage* mPage;
+    WebPageEngine* mEngine = nullptr;
+    bool mEngineFailed = false;
+    // A load asked for before the engine was there.
+    bool mLoadWaiting = false;
+    QUrl mWaitingUrl;
+    qreal mZoomFactor;
     KineticScroller* mScroller;
     QPoint mPressPoint;
     bool mDragging = false;
     bool mPressStoppedGlide = false;
-    bool mLoading = false;
-    int mRequestsInFlight = 0;
 };

@@ -4,8 +4,6 @@
 #include "services/StorageUtils.h"
 #include "views/WebView.h"
 
-#include <QWebFrame>
-
 namespace {
 
 // An absolute file path (a query may follow it) is a local page; anything else is an address.
@@ -37,12 +35,12 @@ void DiagVitalsPage::setClock(Clock clock)
 
 void DiagVitalsPage::pageWasShown()
 {
-    mWebView->currentFrame()->load(mVitalsUrl);
+    mWebView->load(mVitalsUrl);
 }
 
 void DiagVitalsPage::pageWasHidden()
 {
-    mWebView->currentFrame()->load(QUrl());
+    mWebView->load(QUrl());
 }
 
 void DiagVitalsPage::tick1s()
@@ -50,6 +48,6 @@ void DiagVitalsPage::tick1s()
     const QDateTime now = mClock();
     // The dashboard's own timers stall when the clock goes back; going forward is harmless.
     if (now < mLastTick)
-        mWebView->currentFrame()->load(mVitalsUrl);
+        mWebView->load(mVitalsUrl);
     mLastTick = now;
 }

@@ -3,8 +3,6 @@
 #include "diag/DiagConfig.h"
 #include "views/WebView.h"
 
-#include <QWebFrame>
-
 DravikWebPage::DravikWebPage(DisplayView* parent)
     : SettingsPage(parent, QStringLiteral("DRAVIK"))
 {
@@ -27,11 +25,11 @@ void DravikWebPage::pageWasShown()
     const int nul = address.indexOf('\0');
     if (nul >= 0)
         address.truncate(nul);
-    mWebView->currentFrame()->load(QUrl(QString::fromUtf8(address)));
+    mWebView->load(QUrl(QString::fromUtf8(address)));
 }
 
 void DravikWebPage::pageWasHidden()
 {
     if (mWebView)
-        mWebView->currentFrame()->load(QUrl());
+        mWebView->load(QUrl());
 }

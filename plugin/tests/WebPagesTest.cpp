@@ -11,12 +11,15 @@
 #include "TestSupport.h"
 
 #include <QFile>
+#include <QJsonObject>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QWebFrame>
 #include <QWebPage>
 #include <gtest/gtest.h>
+
+#include <dlfcn.h>
 
 namespace {
 
@@ -107,6 +110,47 @@ TEST_F(WebPagesTest, VitalsLoadWhileShownAndLeaveAnEmptyPageWhenHidden)
     page->pageShown();
     ASSERT_TRUE(loaded(view));
     EXPECT_EQ(view->currentFrame()->title(), "AGAIN");
+}
+
+// In a process of its own, so that no earlier test has loaded the engine.
+TEST_F(WebPagesTest, TheWebEngineLoadsOnlyForAPageAskedForAndNotWhileTheHostHoldsItBack)
+{
+    const auto engineLoaded = [] {
+        void* library = dlopen(ORVANE_WEB_ENGINE_LIBRARY, RTLD_LAZY | RTLD_NOLOAD);
+        if (library)
+            dlclose(library);
+        return library != nullptr;
+    };
+    const auto check = [&]() -> std::string {
+        auto* vitals = make<DiagVitalsPage>();
+        make<DravikWebPage>();
+        display.render();
+        if (engineLoaded())
+            return "pages never shown loaded the engine";
+
+        WebView::holdEngines(true);
+        vitals->pageShown();
+        auto* gone = new WebView(vitals);
+        gone->load(vitals->vitalsUrl());
+        QJsonObject dump;
+        vitals->webView()->dumpProperties(dump);
+        if (engineLoaded() || !vitals->webView()->isBusy() || dump["url"].toString() != vitals->vitalsUrl().toString())
+            return "a page asked for while held must wait, busy, with its address in the dump";
+        delete gone;
+
+        WebView::holdEngines(false);
+        if (!engineLoaded() || !loaded(vitals->webView()) || vitals->webView()->currentFrame()->title() != "VITALS")
+            return "released, the waiting page must load";
+        return {};
+    };
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const std::string failure = check();
+            std::fprintf(stderr, "%s\n", failure.c_str());
+            std::_Exit(failure.empty() ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(WebPagesTest, APageGoneWhileItsViewWaitsForAnAnswerLeavesNothingBehind)
