@@ -3,10 +3,30 @@
 #include "core/Logger.h"
 #include "TestSupport.h"
 
+#include <QFile>
 #include <QSignalSpy>
 #include <QThread>
 #include <atomic>
 #include <gtest/gtest.h>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+// The scheduler's state of one of this process's threads: 'R' running, 'S' asleep (as in a lock).
+char threadState(pid_t thread)
+{
+    QFile stat(QStringLiteral("/proc/self/task/%1/stat").arg(thread));
+    if (!stat.open(QIODevice::ReadOnly))
+        return '?';
+    const QByteArray line = stat.readAll();
+    // "tid (name) S ...": the name may hold anything, so read after its last parenthesis.
+    const int close = line.lastIndexOf(')');
+    return close >= 0 && close + 2 < line.size() ? line[close + 2] : '?';
+}
+
+} // namespace
 
 TEST(DataValue, PendingRequestIsKeptApartUntilAcceptedOrReverted)
 {
@@ -103,18 +123,22 @@ TEST(DataValue, EventLockerAnnouncesOnceAfterUnlocking)
 TEST(DataValue, ConditionalLockerNestsOnOneThreadAndExcludesOthers)
 {
     IntDataValue gear("TEST_gear", 1);
+    std::atomic<pid_t> writerThread{0};
     std::atomic<bool> writerDone{false};
     QThread* writer = nullptr;
     {
         DataValue::ConditionalLocker outer(gear);
         DataValue::ConditionalLocker inner(gear); // same thread: must not deadlock
         writer = QThread::create([&] {
+            writerThread = pid_t(syscall(SYS_gettid));
             gear.setValue(4);
             writerDone = true;
         });
         writer->start();
-        QThread::msleep(50);
-        EXPECT_FALSE(writerDone.load());
+        // Until the writer is asleep in the lock, or (if the lock let it through) done.
+        while (!writerDone && (writerThread == 0 || threadState(writerThread) != 'S'))
+            QThread::yieldCurrentThread();
+        EXPECT_FALSE(writerDone.load()) << "the writer got past a lock held by another thread";
         EXPECT_EQ(gear.value(), 1);
     }
     writer->wait();
