@@ -3,7 +3,6 @@
 #include "can/DbcParser.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 
 #include <algorithm>
@@ -243,12 +242,10 @@ TEST(DbcParser, UnterminatedStringDoesNotSwallowTheRest)
     EXPECT_EQ(*f.messages[0].signalList[0].labelFor(1), "one");
 }
 
-// Work per line must not grow with the file: a huge message, its labels and a comment left
-// open to the end of the file would take minutes if any step rescanned what came before.
-TEST(DbcParser, HugeInputStaysLinear)
+// A huge message, its labels and a comment left open to the end of the file.
+static std::string hugeCatalogue(int n)
 {
     std::string text = "BO_ 1 M: 8 X\n";
-    const int n = 40000;
     for (int i = 0; i < n; ++i)
         text += " SG_ S" + std::to_string(i) + " : 0|8@1+ (1,0) [0|0] \"\" X\n";
     for (int i = 0; i < n; ++i)
@@ -256,10 +253,15 @@ TEST(DbcParser, HugeInputStaysLinear)
     text += "CM_ \"open";
     for (int i = 0; i < n; ++i)
         text += "\nmore comment";
-    QElapsedTimer timer;
-    timer.start();
-    const DbcFile f = parseDbc(text);
-    EXPECT_LT(timer.elapsed(), 2000);
+    return text;
+}
+
+// Work per line must not grow with the file: if any step rescanned what came before, this
+// would take minutes, past the test's limit. Parse time against size is can_bench's to show.
+TEST(DbcParser, HugeInputParsesWhole)
+{
+    const int n = 40000;
+    const DbcFile f = parseDbc(hugeCatalogue(n));
     ASSERT_EQ(f.signalCount(), size_t(n));
     EXPECT_EQ(*f.messages[0].signalList[n - 1].labelFor(1), "a");
     ASSERT_EQ(f.problems.size(), 1u);
