@@ -9,10 +9,10 @@
 #include <QDir>
 #include <QRegularExpression>
 
-bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QString* error)
+namespace {
+
+void declareOptions(QCommandLineParser& parser)
 {
-    options->parser = std::make_shared<QCommandLineParser>();
-    QCommandLineParser& parser = *options->parser;
     parser.setApplicationDescription(QStringLiteral(
         "The car's centre display on a desk: loads a UI plug-in into the application window and\n"
         "lets you drive it by hand, by script, or off screen.\n\n"
@@ -68,6 +68,66 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
          QStringLiteral("Let a script go on past failed expectations, report each, and exit 1 at the end.")},
     });
     CANCommandLine::addOptions(parser);
+}
+
+bool readDriveStart(const QCommandLineParser& parser, BenchOptions* options, QString* error)
+{
+    if (parser.isSet(QStringLiteral("drive-at"))) {
+        bool ok = false;
+        options->driveAt = parser.value(QStringLiteral("drive-at")).toDouble(&ok);
+        if (!ok || !(options->driveAt >= 0) || options->driveAt > 1e9) {
+            *error = QStringLiteral("--drive-at wants seconds from 0, not \"%1\"").arg(parser.value(QStringLiteral("drive-at")));
+            return false;
+        }
+    } else if (parser.isSet(QStringLiteral("drive"))) {
+        options->driveAt = 0;
+    }
+    return true;
+}
+
+bool readLatencyAndPort(const QCommandLineParser& parser, BenchOptions* options, QString* error)
+{
+    bool latencyOk = false;
+    options->vehicleLatencyMs = parser.value(QStringLiteral("vehicle-latency")).toInt(&latencyOk);
+    if (!latencyOk || options->vehicleLatencyMs < 0) {
+        *error = QStringLiteral("--vehicle-latency wants milliseconds, 0 or more, not '%1'")
+                     .arg(parser.value(QStringLiteral("vehicle-latency")));
+        return false;
+    }
+    bool portOk = false;
+    options->servicePort = parser.value(QStringLiteral("service-port")).toInt(&portOk);
+    if (!portOk || options->servicePort < 0 || options->servicePort > 65535) {
+        *error = QStringLiteral("--service-port wants a port from 0 to 65535, not '%1'")
+                     .arg(parser.value(QStringLiteral("service-port")));
+        return false;
+    }
+    return true;
+}
+
+bool readDisplaySize(const QCommandLineParser& parser, BenchOptions* options, QString* error)
+{
+    const auto size = QRegularExpression(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$")).match(parser.value(QStringLiteral("size")));
+    if (!size.hasMatch()) {
+        *error = QStringLiteral("--size wants WIDTHxHEIGHT, e.g. 1920x1200, not '%1'").arg(parser.value(QStringLiteral("size")));
+        return false;
+    }
+    options->size = QSize(size.captured(1).toInt(), size.captured(2).toInt());
+    if (options->size.width() > MaxDisplaySide || options->size.height() > MaxDisplaySide) {
+        *error = QStringLiteral("--size: the display paints at most %1x%1, not '%2'")
+                     .arg(MaxDisplaySide)
+                     .arg(parser.value(QStringLiteral("size")));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QString* error)
+{
+    options->parser = std::make_shared<QCommandLineParser>();
+    QCommandLineParser& parser = *options->parser;
+    declareOptions(parser);
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
         return false;
@@ -87,16 +147,6 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
     options->dumpPath = parser.value(QStringLiteral("dump-views"));
     options->scriptPath = parser.value(QStringLiteral("script"));
     options->keepGoing = parser.isSet(QStringLiteral("keep-going"));
-    if (parser.isSet(QStringLiteral("drive-at"))) {
-        bool ok = false;
-        options->driveAt = parser.value(QStringLiteral("drive-at")).toDouble(&ok);
-        if (!ok || !(options->driveAt >= 0) || options->driveAt > 1e9) {
-            *error = QStringLiteral("--drive-at wants seconds from 0, not \"%1\"").arg(parser.value(QStringLiteral("drive-at")));
-            return false;
-        }
-    } else if (parser.isSet(QStringLiteral("drive"))) {
-        options->driveAt = 0;
-    }
     options->dataDir = parser.value(QStringLiteral("data-dir"));
     options->browserUrl = parser.value(QStringLiteral("browser"));
     options->failingHostCommands = parser.values(QStringLiteral("fail-host-command"));
@@ -104,35 +154,9 @@ bool parseBenchOptions(const QStringList& arguments, BenchOptions* options, QStr
         *error = QStringLiteral("--data-dir wants a folder");
         return false;
     }
-
-    bool latencyOk = false;
-    options->vehicleLatencyMs = parser.value(QStringLiteral("vehicle-latency")).toInt(&latencyOk);
-    if (!latencyOk || options->vehicleLatencyMs < 0) {
-        *error = QStringLiteral("--vehicle-latency wants milliseconds, 0 or more, not '%1'")
-                     .arg(parser.value(QStringLiteral("vehicle-latency")));
+    if (!readDriveStart(parser, options, error) || !readLatencyAndPort(parser, options, error)
+        || !readDisplaySize(parser, options, error))
         return false;
-    }
-
-    bool portOk = false;
-    options->servicePort = parser.value(QStringLiteral("service-port")).toInt(&portOk);
-    if (!portOk || options->servicePort < 0 || options->servicePort > 65535) {
-        *error = QStringLiteral("--service-port wants a port from 0 to 65535, not '%1'")
-                     .arg(parser.value(QStringLiteral("service-port")));
-        return false;
-    }
-
-    const auto size = QRegularExpression(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$")).match(parser.value(QStringLiteral("size")));
-    if (!size.hasMatch()) {
-        *error = QStringLiteral("--size wants WIDTHxHEIGHT, e.g. 1920x1200, not '%1'").arg(parser.value(QStringLiteral("size")));
-        return false;
-    }
-    options->size = QSize(size.captured(1).toInt(), size.captured(2).toInt());
-    if (options->size.width() > MaxDisplaySide || options->size.height() > MaxDisplaySide) {
-        *error = QStringLiteral("--size: the display paints at most %1x%1, not '%2'")
-                     .arg(MaxDisplaySide)
-                     .arg(parser.value(QStringLiteral("size")));
-        return false;
-    }
     for (const QString& assignment : options->assignments) {
         if (assignment.indexOf(QLatin1Char('=')) <= 0) {
             *error = QStringLiteral("--set wants NAME=VALUE, not '%1'").arg(assignment);
