@@ -76,6 +76,40 @@ bool BenchHost::start(QString* error)
         *error = QStringLiteral("cannot create a scratch folder: %1").arg(mScratch.errorString());
         return false;
     }
+    if (!openConfiguration(error))
+        return false;
+    // Each bench has a browser profile of its own: Chromium locks the one it uses.
+    qputenv("VEXOR_CEF_USER_DATA_DIR", QFile::encodeName(StorageUtils::dataFolder() + QStringLiteral("/chromium")));
+    if (!mOptions.failingHostCommands.isEmpty())
+        qputenv(HostCommandReport::FailingVariable, mOptions.failingHostCommands.join(QLatin1Char(',')).toUtf8());
+
+    mCar = std::make_unique<BenchCar>(mOptions.vehicleLatencyMs);
+    QString reason;
+    if (!mHostCommands.start(HostCommandListener::commandsFolder(), mScratch.path(), &reason))
+        Logger(this, "ERROR") << reason << "- host commands will run but not reach the journal";
+
+    if (!mLoader.load(mOptions.pluginPath, error))
+        return false;
+    StorageUtils::setAssetsFolder(assetsDirectory());
+    // The catalogue must be there before the plug-in's pages look signals up.
+    if (!startCanTraffic(error))
+        return false;
+    startServiceEndpoint();
+    registerHostScreens();
+    installManual();
+
+    mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
+    startBrowserRuntime();
+    buildApp();
+    // Web views start their browsers from here on.
+    GUI_allReady.setValue(true);
+    if (!mOptions.browserUrl.isEmpty())
+        openBrowser(QStringLiteral("Browser"), QUrl::fromUserInput(mOptions.browserUrl), true);
+    return true;
+}
+
+bool BenchHost::openConfiguration(QString* error)
+{
     // Scripts may write configuration values; without a store of its own a run gets a scratch one.
     const QString configPath =
         mOptions.configPath.isEmpty() ? mScratch.filePath(QStringLiteral("orvane.ini")) : mOptions.configPath;
@@ -96,7 +130,6 @@ bool BenchHost::start(QString* error)
         *error = QStringLiteral("--data-dir: %1").arg(*error);
         return false;
     }
-
     for (const QString& assignment : mOptions.assignments) {
         const int eq = assignment.indexOf(QLatin1Char('='));
         if (!assign(assignment.left(eq), assignment.mid(eq + 1), error)) {
@@ -104,21 +137,11 @@ bool BenchHost::start(QString* error)
             return false;
         }
     }
+    return true;
+}
 
-    // Each bench has a browser profile of its own: Chromium locks the one it uses.
-    qputenv("VEXOR_CEF_USER_DATA_DIR", QFile::encodeName(StorageUtils::dataFolder() + QStringLiteral("/chromium")));
-    if (!mOptions.failingHostCommands.isEmpty())
-        qputenv(HostCommandReport::FailingVariable, mOptions.failingHostCommands.join(QLatin1Char(',')).toUtf8());
-
-    mCar = std::make_unique<BenchCar>(mOptions.vehicleLatencyMs);
-    QString reason;
-    if (!mHostCommands.start(HostCommandListener::commandsFolder(), mScratch.path(), &reason))
-        Logger(this, "ERROR") << reason << "- host commands will run but not reach the journal";
-
-    if (!mLoader.load(mOptions.pluginPath, error))
-        return false;
-    StorageUtils::setAssetsFolder(assetsDirectory());
-    // The catalogue must be there before the plug-in's pages look signals up.
+bool BenchHost::startCanTraffic(QString* error)
+{
     const bool driving = mOptions.driveAt >= 0;
     if (mOptions.parser
         && !CANCommandLine::apply(*mOptions.parser, assetsDirectory(), error,
@@ -136,18 +159,27 @@ bool BenchHost::start(QString* error)
             return false;
         }
     }
+    return true;
+}
 
-    if (mService.start(mOptions.servicePort, &reason)) {
-        Logger(this, "INFO") << "Service endpoint on" << mService.url();
-        // The pages that show the car's endpoint reach this bench's, whatever its port, unless
-        // the configuration names another.
-        ConfigHostDefaults::set(QStringLiteral("diag/dravik_url"), mService.url());
-        ConfigHostDefaults::set(QStringLiteral("diag/vitals_url"),
-                                QStringLiteral("%1/web_content/vitals/vitals.html?endpoint=") + mService.url());
-    } else
+void BenchHost::startServiceEndpoint()
+{
+    QString reason;
+    if (!mService.start(mOptions.servicePort, &reason)) {
         Logger(this, "WARN") << "Service endpoint off:" << reason << "- the bench runs on without it";
+        return;
+    }
+    Logger(this, "INFO") << "Service endpoint on" << mService.url();
+    // The pages that show the car's endpoint reach this bench's, whatever its port, unless the
+    // configuration names another.
+    ConfigHostDefaults::set(QStringLiteral("diag/dravik_url"), mService.url());
+    ConfigHostDefaults::set(QStringLiteral("diag/vitals_url"),
+                            QStringLiteral("%1/web_content/vitals/vitals.html?endpoint=") + mService.url());
+}
 
-    // The host screens the APPS page offers, one line each.
+// The host screens the APPS page offers, one line each.
+void BenchHost::registerHostScreens()
+{
     AppChooser::registerApp(QStringLiteral("Diagnostic Tools"), [this] { openScreen(nullptr); });
     if (const QMetaObject* navigation = mLoader.exportedClass(QStringLiteral("DeveloperNavigationPage"))) {
         AppChooser::registerApp(QStringLiteral("Developer Navigation"), [this, navigation] {
@@ -158,16 +190,6 @@ bool BenchHost::start(QString* error)
     AppChooser::registerApp(QStringLiteral("Owner's Manual"), [this] {
         openBrowser(QStringLiteral("Owner's Manual"), QUrl::fromLocalFile(LocalContent + QStringLiteral("/manual/index.html")), false);
     });
-    installManual();
-
-    mDisplay = std::make_unique<DisplayDevice>(nullptr, mOptions.size);
-    startBrowserRuntime();
-    buildApp();
-    // Web views start their browsers from here on.
-    GUI_allReady.setValue(true);
-    if (!mOptions.browserUrl.isEmpty())
-        openBrowser(QStringLiteral("Browser"), QUrl::fromUserInput(mOptions.browserUrl), true);
-    return true;
 }
 
 namespace {

@@ -72,6 +72,10 @@ signals:
     void restarted();
 
 private:
+    bool openConfiguration(QString* error);
+    bool startCanTraffic(QString* error);
+    void startServiceEndpoint();
+    void registerHostScreens();
     void buildApp();
     void startBrowserRuntime();
     // Copies the shipped owner's manual where the browser may read local pages.
