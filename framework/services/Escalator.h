@@ -6,7 +6,8 @@
 #include <QStringList>
 
 // Runs a privileged host command ("internet-cgroup") and waits for it: unlike HostCommand,
-// the caller depends on the result.
+// the caller depends on the result. The name, as the platform has it, is for the privilege the
+// command escalates to.
 class ORVANE_EXPORT Escalator {
 public:
     Escalator(const QString& command, const QStringList& arguments);

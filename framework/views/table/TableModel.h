@@ -12,6 +12,8 @@ class ORVANE_EXPORT TableModel : public QObject {
 public:
     explicit TableModel(QObject* parent = nullptr);
 
+    // Sections of the table at a path; the host's interface names the path "parent" and passes
+    // it as an opaque pointer (see MultiTableView::path), null for the top table.
     virtual int sectionCount(void* parent) = 0;
     // Rows of the index's section.
     virtual int sectionItemCount(const TableModelIndex& index) = 0;

@@ -29,7 +29,8 @@ public:
     void clearItems();
     QVector<CANSignalNode*> modelSignals() const { return mSignals; }
 
-    // The values moved on: a non-empty list is drawn again.
+    // The values moved on: a non-empty list is drawn again. Called by the viewer on each refresh
+    // (the name, like a signal's, is the host interface's).
     void CANDataRefreshed();
     // Keeps the capture running while anything is listed.
     void checkCapture();
