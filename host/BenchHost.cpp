@@ -18,6 +18,7 @@
 #include "views/AppWindow.h"
 #include "views/ButtonView.h"
 #include "views/PageView.h"
+#include "services/PluginExports.h"
 #include "views/WebView.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
@@ -181,7 +182,7 @@ void BenchHost::startServiceEndpoint()
 void BenchHost::registerHostScreens()
 {
     AppChooser::registerApp(QStringLiteral("Diagnostic Tools"), [this] { openScreen(nullptr); });
-    if (const QMetaObject* navigation = mLoader.exportedClass(QStringLiteral("DeveloperNavigationPage"))) {
+    if (const QMetaObject* navigation = mLoader.exportedPage(QStringLiteral("DeveloperNavigationPage"))) {
         AppChooser::registerApp(QStringLiteral("Developer Navigation"), [this, navigation] {
             openScreen(qobject_cast<PageView*>(navigation->newInstance(Q_ARG(DisplayView*, mWindow))));
         });
@@ -234,23 +235,23 @@ void BenchHost::installManual()
 
 void BenchHost::openBrowser(const QString& title, const QUrl& url, bool withAddress)
 {
-    openScreen(new BrowserScreen(mWindow, title, mLoader.exportedClass(QStringLiteral("WebKitView")), url, withAddress));
+    const PluginExports* exports = mLoader.exports();
+    openScreen(new BrowserScreen(mWindow, title, exports ? exports->webView : nullptr, url, withAddress));
 }
 
 void BenchHost::startBrowserRuntime()
 {
-    const QMetaObject* manager = mLoader.exportedClass(QStringLiteral("ChromiumManager"));
-    mChromiumManager = manager ? manager->newInstance(Q_ARG(QObject*, this)) : nullptr;
+    const PluginExports* exports = mLoader.exports();
+    mChromiumManager = exports && exports->createBrowserRuntime ? exports->createBrowserRuntime(this) : nullptr;
     if (!mChromiumManager) {
         Logger(this, "WARN") << "The plug-in has no browser runtime: web views stay empty";
         return;
     }
-    // The bench never links the plug-in: the manager's only base is QObject, so the address is the same.
-    theCenterDisplay->setChromiumManager(reinterpret_cast<ChromiumManager*>(mChromiumManager));
+    theCenterDisplay->setChromiumManager(mChromiumManager);
     // About every 10 ms, as a car's UI loop; an idle call costs microseconds.
     mChromiumTick = new QTimer(this);
     mChromiumTick->setInterval(10);
-    connect(mChromiumTick, &QTimer::timeout, this, [this] { QMetaObject::invokeMethod(mChromiumManager, "tick"); });
+    connect(mChromiumTick, &QTimer::timeout, this, [this, tick = exports->tickBrowserRuntime] { tick(mChromiumManager); });
     mChromiumTick->start();
 }
 

@@ -19,6 +19,7 @@ class AppWindow;
 class DataValue;
 class DisplayDevice;
 class ButtonView;
+class ChromiumManager;
 class DisplayView;
 class PageView;
 
@@ -99,6 +100,6 @@ private:
     QPointer<PageView> mScreen;
     QPointer<ButtonView> mScreenBack;
     // The plug-in's browser runtime, made through its meta-object, and the loop that pumps it.
-    QObject* mChromiumManager = nullptr;
+    ChromiumManager* mChromiumManager = nullptr;
     QTimer* mChromiumTick = nullptr;
 };

@@ -1,6 +1,9 @@
 #include "PluginLoader.h"
 
+#include "services/PluginExports.h"
+
 #include <QFileInfo>
+#include <QMetaObject>
 
 #include <dlfcn.h>
 
@@ -23,7 +26,8 @@ bool PluginLoader::load(const QString& path, QString* error)
     }
     mPath = info.absoluteFilePath();
     mEntry = entry;
-    mHandle = handle;
+    const auto exports = reinterpret_cast<GetPluginExports>(dlsym(handle, PluginExportsSymbol));
+    mExports = exports ? exports() : nullptr;
     return true;
 }
 
@@ -37,12 +41,13 @@ DisplayView* PluginLoader::create(AppInfo* app, DisplayView* parent) const
     return mEntry ? mEntry(app, parent) : nullptr;
 }
 
-const QMetaObject* PluginLoader::exportedClass(const QString& className) const
+const QMetaObject* PluginLoader::exportedPage(const QString& className) const
 {
-    if (!mHandle)
+    if (!mExports)
         return nullptr;
-    // ClassName::staticMetaObject as the Itanium C++ ABI spells it.
-    const QByteArray name = className.toLatin1();
-    const QByteArray symbol = "_ZN" + QByteArray::number(name.size()) + name + "16staticMetaObjectE";
-    return static_cast<const QMetaObject*>(dlsym(mHandle, symbol.constData()));
+    for (const QMetaObject* const* page = mExports->pages; page && *page; ++page) {
+        if (className == QLatin1String((*page)->className()))
+            return *page;
+    }
+    return nullptr;
 }

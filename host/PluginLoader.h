@@ -4,6 +4,7 @@
 
 class AppInfo;
 class DisplayView;
+struct PluginExports;
 struct QMetaObject;
 
 // Loads a UI plug-in the way the car does: dlopen, then its C++ entry LoadPlugin.
@@ -17,15 +18,17 @@ public:
     // The directory the plug-in was loaded from, which holds its assets.
     QString directory() const;
     DisplayView* create(AppInfo* app, DisplayView* parent) const;
-    // The meta-object of a class the plug-in exports (pages a host may place itself), or null.
-    // Such a page is made with QMetaObject::newInstance through its invokable constructor.
-    const QMetaObject* exportedClass(const QString& className) const;
+    // What the plug-in offers beyond its root view; null when it offers nothing.
+    const PluginExports* exports() const { return mExports; }
+    // The page class of that name the plug-in exports, or null.
+    const QMetaObject* exportedPage(const QString& className) const;
 
-    // LoadPlugin(AppInfo*, DisplayView*) as the Itanium C++ ABI spells it.
+    // LoadPlugin(AppInfo*, DisplayView*) as the Itanium C++ ABI spells it: the car's hosts find
+    // the entry by this name.
     static const char* entrySymbol() { return "_Z10LoadPluginP7AppInfoP11DisplayView"; }
 
 private:
     QString mPath;
     Entry mEntry = nullptr;
-    void* mHandle = nullptr;
+    const PluginExports* mExports = nullptr;
 };

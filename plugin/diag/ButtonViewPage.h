@@ -7,7 +7,7 @@
 class DIAG_EXPORT ButtonViewPage : public SettingsPage {
     Q_OBJECT
 public:
-    explicit ButtonViewPage(DisplayView* parent);
+    Q_INVOKABLE explicit ButtonViewPage(DisplayView* parent);
 
 protected:
     void doPageLoad() override;

@@ -52,6 +52,11 @@ void WebKitView::createBrowserClient()
                          << "client exists:" << !mClient.isNull();
 }
 
+ChromiumClient* WebKitView::client() const
+{
+    return mClient;
+}
+
 CefRefPtr<CefBrowser> WebKitView::browser() const
 {
     return mClient ? mClient->browser() : nullptr;

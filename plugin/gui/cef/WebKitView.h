@@ -26,7 +26,7 @@ public:
 
     CefRefPtr<CefBrowser> browser() const;
     bool browserExists() const { return browser().get() != nullptr; }
-    ChromiumClient* client() const { return mClient; }
+    ChromiumClient* client() const;
 
     // Invokable: host screens reach the view through its meta-object.
     Q_INVOKABLE void loadURL(const QUrl& url);
