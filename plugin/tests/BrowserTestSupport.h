@@ -7,27 +7,22 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
 
 #include <functional>
 
-// Runs the engine (the centre display's manager) and Qt until done() or the time is up, as the
-// host's loop does; false when the time ran out.
+// waitFor, pumping the engine (the centre display's manager) each turn as the host's loop does.
 inline bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > timeoutMs)
-            return false;
-        theCenterDisplay->chromiumManager()->tick();
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
-        QThread::usleep(500);
-    }
-    return true;
+    return waitFor(
+        [&] {
+            theCenterDisplay->chromiumManager()->tick();
+            QThread::usleep(500);
+            return done();
+        },
+        timeoutMs);
 }
 
 // Stand-ins for the host's control-group commands, found first on PATH; each run is recorded.
