@@ -13,7 +13,9 @@ class CANMessageNode;
 class CANSignalNode;
 
 // The framework's live CAN values: the catalogue, one decoder for it, and the frame sources
-// (logs, interfaces, the generator), each read and decoded on a worker thread of its own.
+// (logs, interfaces, the generator), each run on a worker thread of its own; frames that keep
+// time are decoded in batches as they fall due, paced logs and the generator's on the shared
+// pacer's thread (CANPacer).
 // Everything here is called on the UI thread; the decoder's class comment tells how the
 // workers and the UI share values.
 class ORVANE_EXPORT CANDataManager {

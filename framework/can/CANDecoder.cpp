@@ -100,26 +100,51 @@ bool CANDecoder::isCaptured(int signalId) const
     return mCatalogue->signalById(signalId) && mSlots[size_t(signalId)].captures.load() > 0;
 }
 
-void CANDecoder::decode(const CanFrame& frame, int bus)
+void CANDecoder::decode(const CanFrame* frames, size_t count, int bus)
 {
-    if (bus >= mBusCount || bus < 0)
-        bus = Unrouted;
-    if (bus >= 0) {
-        BusCounters& c = countersFor(bus);
-        c.frames.fetch_add(1, std::memory_order_relaxed);
-        const int message = mCatalogue->busAt(bus)->messageIndexForFrame(frame.id, frame.isExtended());
-        if (message < 0) {
-            c.unknownIds.fetch_add(1, std::memory_order_relaxed);
-            return;
+    if (bus >= mBusCount || bus < 0) {
+        for (size_t i = 0; i < count; ++i)
+            decodeUnrouted(frames[i]);
+        return;
+    }
+    const CANBusNode* node = mCatalogue->busAt(bus);
+    uint64_t errors = 0, unknown = 0, shortFrames = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const CanFrame& frame = frames[i];
+        if (frame.flags & CanFrame::ErrorReport) {
+            ++errors;
+            continue;
         }
-        decodeMessage(bus, message, frame);
+        const int message = node->messageIndexForFrame(frame.id, frame.isExtended());
+        if (message < 0)
+            ++unknown;
+        else if (!decodeMessage(bus, message, frame))
+            ++shortFrames;
+    }
+    BusCounters& c = countersFor(bus);
+    if (count > errors)
+        c.frames.fetch_add(count - errors, std::memory_order_relaxed);
+    if (errors)
+        c.errorFrames.fetch_add(errors, std::memory_order_relaxed);
+    if (unknown)
+        c.unknownIds.fetch_add(unknown, std::memory_order_relaxed);
+    if (shortFrames)
+        c.shortFrames.fetch_add(shortFrames, std::memory_order_relaxed);
+}
+
+void CANDecoder::decodeUnrouted(const CanFrame& frame)
+{
+    if (frame.flags & CanFrame::ErrorReport) {
+        countErrorFrame(Unrouted);
         return;
     }
     for (int b = 0; b < mBusCount; ++b) {
         const int message = mCatalogue->busAt(b)->messageIndexForFrame(frame.id, frame.isExtended());
         if (message >= 0) {
-            countersFor(b).frames.fetch_add(1, std::memory_order_relaxed);
-            decodeMessage(b, message, frame);
+            BusCounters& c = countersFor(b);
+            c.frames.fetch_add(1, std::memory_order_relaxed);
+            if (!decodeMessage(b, message, frame))
+                c.shortFrames.fetch_add(1, std::memory_order_relaxed);
             return;
         }
     }
@@ -128,14 +153,13 @@ void CANDecoder::decode(const CanFrame& frame, int bus)
     c.unknownIds.fetch_add(1, std::memory_order_relaxed);
 }
 
-void CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
+bool CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
 {
     const CANMessageNode* node = mCatalogue->busAt(bus)->messageAt(message);
     const DbcMessage& m = node->definition();
-    if (frame.len < m.dlc && !frame.isRemote())
-        countersFor(bus).shortFrames.fetch_add(1, std::memory_order_relaxed);
+    const bool whole = frame.len >= m.dlc || frame.isRemote();
     if (frame.isRemote() || mCapturedPerMessage[size_t(node->globalIndex())].load(std::memory_order_relaxed) == 0)
-        return;
+        return whole;
     const int firstId = node->signalCount() > 0 ? node->signalAt(0)->id() : 0;
     const size_t count = m.signalList.size();
     for (size_t i = 0; i < count; ++i) {
@@ -153,6 +177,7 @@ void CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
         slot.bits.store(s.layout.extract(frame.data), std::memory_order_relaxed);
         slot.hasValue.store(true, std::memory_order_release);
     }
+    return whole;
 }
 
 void CANDecoder::countDropped(int bus, uint64_t frames)

@@ -56,8 +56,11 @@ public:
     // Only while no source decodes.
     void clearValuesAndCounters();
 
-    // `bus` is a catalogue bus index, or Unrouted to let the first bus that knows the id take it.
-    void decode(const CanFrame& frame, int bus);
+    // `bus` is a catalogue bus index, or Unrouted to let the first bus that knows the id take
+    // each frame. Frames flagged ErrorReport count as error frames. A batch moves the shared
+    // counters once.
+    void decode(const CanFrame* frames, size_t count, int bus);
+    void decode(const CanFrame& frame, int bus) { decode(&frame, 1, bus); }
     void countDropped(int bus, uint64_t frames);
     void countErrorFrame(int bus);
 
@@ -88,7 +91,9 @@ private:
     };
 
     BusCounters& countersFor(int bus) const { return mBusCounters[size_t(bus + 1)]; }
-    void decodeMessage(int bus, int message, const CanFrame& frame);
+    // False for a frame shorter than its message.
+    bool decodeMessage(int bus, int message, const CanFrame& frame);
+    void decodeUnrouted(const CanFrame& frame);
 
     const std::shared_ptr<const CANData> mCatalogue;
     std::unique_ptr<Slot[]> mSlots;

@@ -6,12 +6,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <condition_variable>
+#include <mutex>
 #include <queue>
-#include <thread>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using TimePoint = CANClock::TimePoint;
 constexpr int DefaultCycleMs = 100;
 constexpr double Pi = 3.14159265358979323846;
 
@@ -69,9 +70,10 @@ void rangeOf(const DbcSignal& s, double& lo, double& hi)
 
 } // namespace
 
-CANTrafficGenerator::CANTrafficGenerator(double speed, ValueSource values)
+CANTrafficGenerator::CANTrafficGenerator(double speed, ValueSource values, CANPacer& pacer)
     : mSpeed(speed > 0 ? speed : 1.0)
     , mValues(std::move(values))
+    , mPacer(pacer)
 {
 }
 
@@ -80,8 +82,25 @@ QString CANTrafficGenerator::description() const
     return QStringLiteral("traffic generator");
 }
 
+std::vector<CANTrafficGenerator::Selector> CANTrafficGenerator::selectorsOf(const DbcMessage& m)
+{
+    std::vector<Selector> selectors;
+    for (const DbcSignal& s : m.signalList)
+        if (s.muxSwitch >= 0 && !s.muxRanges.empty())
+            selectors.emplace_back(s.muxSwitch, s.muxRanges.front().low);
+    std::sort(selectors.begin(), selectors.end());
+    selectors.erase(std::unique(selectors.begin(), selectors.end()), selectors.end());
+    return selectors;
+}
+
 void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double seconds, uint64_t n, CanFrame& frame,
                                     const ValueSource& values)
+{
+    makeFrame(message, selectorsOf(message.definition()), seconds, n, frame, values);
+}
+
+void CANTrafficGenerator::makeFrame(const CANMessageNode& message, const std::vector<Selector>& selectors,
+                                    double seconds, uint64_t n, CanFrame& frame, const ValueSource& values)
 {
     const DbcMessage& m = message.definition();
     frame.id = m.id;
@@ -94,14 +113,6 @@ void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double second
     }
     frame.len = uint8_t(len);
     frame.clearData();
-
-    // The selector values this message's multiplexed signals answer to, in catalogue order.
-    std::vector<std::pair<int, uint64_t>> selectors;  // switch index, value
-    for (const DbcSignal& s : m.signalList)
-        if (s.muxSwitch >= 0 && !s.muxRanges.empty())
-            selectors.emplace_back(s.muxSwitch, s.muxRanges.front().low);
-    std::sort(selectors.begin(), selectors.end());
-    selectors.erase(std::unique(selectors.begin(), selectors.end()), selectors.end());
 
     for (size_t i = 0; i < m.signalList.size(); ++i) {
         const DbcSignal& s = m.signalList[i];
@@ -137,50 +148,109 @@ void CANTrafficGenerator::makeFrame(const CANMessageNode& message, double second
     }
 }
 
-CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const CANInterfaceRoutes&,
-                                                 const std::atomic<bool>& stop)
-{
-    const CANData& catalogue = decoder.catalogue();
+// The generator's traffic, made on the pacer's thread as it falls due.
+class CANTrafficGenerator::Traffic : public CANPacer::Client {
+public:
+    Traffic(CANTrafficGenerator& generator, CANDecoder& decoder, const std::atomic<bool>& stop)
+        : mGenerator(generator)
+        , mDecoder(decoder)
+        , mCatalogue(decoder.catalogue())
+        , mStop(stop)
+    {
+        for (int b = 0; b < mCatalogue.busCount(); ++b) {
+            const CANBusNode* bus = mCatalogue.busAt(b);
+            for (int i = 0; i < bus->messageCount(); ++i) {
+                const CANMessageNode* m = bus->messageAt(i);
+                if (m->signalCount() == 0)
+                    continue;
+                const double cycle = (m->cycleTimeMs() > 0 ? m->cycleTimeMs() : DefaultCycleMs) / 1000.0;
+                mMessages.push_back({m, b, cycle, selectorsOf(m->definition())});
+                // Spread the first frames over one cycle so the buses do not pulse.
+                mQueue.push({cycle * hashUnit(uint64_t(m->globalIndex()) + 11), mMessages.size() - 1, 0});
+            }
+        }
+    }
+
+    bool empty() const { return mQueue.empty(); }
+    void start(TimePoint now) { mStart = now; }
+
+    // Waits for a stop request, which a pass notices.
+    void waitForStop()
+    {
+        std::unique_lock<std::mutex> lock(mMutex);
+        mStopped.wait(lock, [this] { return mStop.load(); });
+    }
+
+    TimePoint deliverDue(TimePoint now) override
+    {
+        if (mStop.load(std::memory_order_relaxed)) {
+            std::lock_guard<std::mutex> lock(mMutex);
+            mStopped.notify_all();
+            return TimePoint::max();
+        }
+        const double generated = std::chrono::duration<double>(now - mStart).count() * mGenerator.mSpeed;
+        CanFrame batch[BatchFrames];
+        size_t count = 0;
+        int batchBus = -1;
+        uint64_t sent = 0;
+        while (mQueue.top().at <= generated) {
+            Due next = mQueue.top();
+            mQueue.pop();
+            const Message& m = mMessages[next.message];
+            if (count == BatchFrames || (count > 0 && m.bus != batchBus)) {
+                mDecoder.decode(batch, count, batchBus);
+                count = 0;
+            }
+            batchBus = m.bus;
+            makeFrame(*m.node, m.selectors, next.at, next.count, batch[count++], mGenerator.mValues);
+            ++sent;
+            next.at += m.cycle;
+            ++next.count;
+            mQueue.push(next);
+        }
+        if (count > 0)
+            mDecoder.decode(batch, count, batchBus);
+        mGenerator.mSent.fetch_add(sent, std::memory_order_relaxed);
+        const TimePoint due = mStart
+            + std::chrono::duration_cast<TimePoint::duration>(std::chrono::duration<double>(mQueue.top().at / mGenerator.mSpeed));
+        return CANPacer::alignUp(due, Batch);
+    }
+
+private:
+    static constexpr size_t BatchFrames = 64;
+    struct Message {
+        const CANMessageNode* node;
+        int bus;
+        double cycle;  // seconds
+        std::vector<Selector> selectors;
+    };
     struct Due {
         double at;  // seconds of generated time
-        int bus, message;
+        size_t message;
         uint64_t count;
         bool operator>(const Due& o) const { return at > o.at; }
     };
-    std::priority_queue<Due, std::vector<Due>, std::greater<Due>> queue;
-    for (int b = 0; b < catalogue.busCount(); ++b) {
-        const CANBusNode* bus = catalogue.busAt(b);
-        for (int i = 0; i < bus->messageCount(); ++i) {
-            const CANMessageNode* m = bus->messageAt(i);
-            if (m->signalCount() == 0)
-                continue;
-            // Spread the first frames over one cycle so the buses do not pulse.
-            const double cycle = (m->cycleTimeMs() > 0 ? m->cycleTimeMs() : DefaultCycleMs) / 1000.0;
-            queue.push({cycle * hashUnit(uint64_t(m->globalIndex()) + 11), b, i, 0});
-        }
-    }
-    if (queue.empty())
-        return Outcome::Finished;
 
-    const auto start = Clock::now();
-    CanFrame frame;
-    while (!stop.load(std::memory_order_relaxed)) {
-        Due next = queue.top();
-        const auto due = start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(next.at / mSpeed));
-        const auto now = Clock::now();
-        if (due > now) {
-            std::this_thread::sleep_for(std::min<Clock::duration>(due - now, std::chrono::milliseconds(20)));
-            continue;
-        }
-        queue.pop();
-        const CANMessageNode* m = catalogue.busAt(next.bus)->messageAt(next.message);
-        makeFrame(*m, next.at, next.count, frame, mValues);
-        decoder.decode(frame, next.bus);
-        mSent.fetch_add(1, std::memory_order_relaxed);
-        const double cycle = (m->cycleTimeMs() > 0 ? m->cycleTimeMs() : DefaultCycleMs) / 1000.0;
-        next.at += cycle;
-        ++next.count;
-        queue.push(next);
-    }
+    CANTrafficGenerator& mGenerator;
+    CANDecoder& mDecoder;
+    const CANData& mCatalogue;
+    const std::atomic<bool>& mStop;
+    std::vector<Message> mMessages;
+    std::priority_queue<Due, std::vector<Due>, std::greater<Due>> mQueue;
+    TimePoint mStart;
+    std::mutex mMutex;
+    std::condition_variable mStopped;
+};
+
+CANFrameSource::Outcome CANTrafficGenerator::run(CANDecoder& decoder, const CANInterfaceRoutes&,
+                                                 const std::atomic<bool>& stop)
+{
+    Traffic traffic(*this, decoder, stop);
+    if (traffic.empty())
+        return Outcome::Finished;
+    traffic.start(mPacer.clock().now());
+    mPacer.add(&traffic);
+    traffic.waitForStop();
+    mPacer.remove(&traffic);
     return Outcome::Stopped;
 }

@@ -11,6 +11,7 @@ struct CanFrame {
         Remote = 4,    // remote request: no payload
         BitRateSwitch = 8,
         ErrorState = 16,
+        ErrorReport = 32,  // the controller's error report, not traffic: counted, not decoded
     };
     static constexpr int MaxLength = 64;
     // Decoders read whole 64-bit words and one byte past them, so the buffer has slack

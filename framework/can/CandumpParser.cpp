@@ -7,15 +7,24 @@ namespace {
 
 constexpr uint32_t ErrorFlag = 0x20000000u;
 
+// Payload digits are random: a table costs no mispredicted branches.
+struct HexDigits {
+    int8_t value[256];
+    constexpr HexDigits()
+        : value()
+    {
+        for (int c = 0; c < 256; ++c)
+            value[c] = c >= '0' && c <= '9' ? int8_t(c - '0')
+                : c >= 'A' && c <= 'F'      ? int8_t(c - 'A' + 10)
+                : c >= 'a' && c <= 'f'      ? int8_t(c - 'a' + 10)
+                                            : int8_t(-1);
+    }
+};
+constexpr HexDigits Hex;
+
 int hexValue(char c)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
+    return Hex.value[uint8_t(c)];
 }
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
@@ -66,13 +75,38 @@ long daysFromCivil(long y, unsigned m, unsigned d)
 }
 
 // "(seconds.fraction)" or "(YYYY-MM-DD hh:mm:ss.fraction)"; the text between the brackets.
+// "seconds.fraction" as candump writes it, or nothing: the common form without the cost of a
+// general number parse. Microseconds below 2^53 are exact, so one division rounds them just
+// as from_chars does.
+bool parsePlainSeconds(std::string_view s, double& t)
+{
+    uint64_t whole = 0, fraction = 0;
+    size_t i = 0, digits = 0, fractionDigits = 0;
+    for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i, ++digits)
+        whole = whole * 10 + uint64_t(s[i] - '0');
+    if (digits == 0 || digits > 12 || i == s.size() || s[i] != '.')
+        return false;
+    for (++i; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i, ++fractionDigits)
+        fraction = fraction * 10 + uint64_t(s[i] - '0');
+    if (i != s.size() || fractionDigits == 0 || fractionDigits > 6)
+        return false;
+    static constexpr uint64_t Scale[] = {1, 10, 100, 1000, 10000, 100000, 1000000};
+    const uint64_t micros = whole * 1000000 + fraction * Scale[6 - fractionDigits];
+    if (micros >= uint64_t(1) << 53)
+        return false;
+    t = double(micros) / 1e6;
+    return true;
+}
+
 bool parseTime(std::string_view s, double& t)
 {
     const char* b = s.data();
     const char* e = b + s.size();
-    auto r = std::from_chars(b, e, t);
     // Seconds from 1970 up to the end of year 9999, as in the date form: nothing else is a log's.
     constexpr double LastSecond = 253402300800.0;
+    if (parsePlainSeconds(s, t))
+        return t < LastSecond;
+    auto r = std::from_chars(b, e, t);
     if (r.ec == std::errc() && r.ptr == e)
         return t >= 0 && t < LastSecond;
     long year = 0;

@@ -2,12 +2,15 @@
 
 #include "OrvaneExport.h"
 #include "can/CANFrameSource.h"
+#include "can/CANPacer.h"
 
 #include <atomic>
 #include <cstdint>
 
-// Replays a candump text log. Speed 1 keeps the log's own timing, 10 runs ten times faster,
-// 0 as fast as the decoder goes. Paced frames arrive in small batches, at most 2 ms late. Lines without a time stamp follow their predecessor at once.
+// Replays a candump text log. Speed 1 keeps the log's own timing from the run's start on (the
+// first frame is due at once), 10 runs ten times faster, 0 as fast as the decoder goes. Paced, the run's thread reads ahead and the pacer delivers the
+// frames in batches, at most a tick late; unpaced, the run's thread decodes them itself. Lines
+// without a time stamp follow their predecessor at once.
 // Looping starts over after the last frame, one mean frame gap later, with time running on.
 // The log may be a pipe another program writes as it goes: it is read until that program
 // closes it, and not looped.
@@ -20,15 +23,18 @@ public:
         uint64_t passes = 0;  // completed runs through the file
     };
 
-    CandumpReplay(const QString& path, double speed, bool loop);
+    CandumpReplay(const QString& path, double speed, bool loop, CANPacer& pacer = CANPacer::shared());
 
     QString description() const override;
     Outcome run(CANDecoder& decoder, const CANInterfaceRoutes& routes, const std::atomic<bool>& stop) override;
     Statistics statistics() const;
 
 private:
+    class FrameQueue;
+
     QString mPath;
     double mSpeed;
     bool mLoop;
+    CANPacer& mPacer;
     std::atomic<uint64_t> mFrames{0}, mMalformed{0}, mErrorFrames{0}, mPasses{0};
 };

@@ -1,4 +1,5 @@
 #include "CANTestSupport.h"
+#include "VirtualClock.h"
 
 #include "can/CANData.h"
 #include "can/CANDataManager.h"
@@ -9,7 +10,6 @@
 #include "can/SocketCANSource.h"
 #include "core/Logger.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -22,6 +22,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using Kind = CandumpRecord::Kind;
 
 struct LineCase {
@@ -106,65 +107,6 @@ TEST_P(CandumpLine, ParsesEveryForm)
 
 INSTANTIATE_TEST_SUITE_P(Table, CandumpLine, testing::ValuesIn(lineCases),
     [](const testing::TestParamInfo<LineCase>& info) { return "line" + std::to_string(info.index); });
-
-// Writes a log of `frames` frames of id 100 on can0, `gapSeconds` apart, plus extra lines.
-QString writeLog(QTemporaryDir& dir, int frames, double gapSeconds, const QByteArray& extra = QByteArray())
-{
-    const QString path = dir.filePath(QStringLiteral("test.log"));
-    QFile f(path);
-    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-    for (int i = 0; i < frames; ++i)
-        f.write(QStringLiteral("(%1) can0 064#%2\n").arg(1000.0 + i * gapSeconds, 0, 'f', 6).arg(i % 256, 2, 16, QLatin1Char('0')).toLatin1());
-    f.write(extra);
-    return path;
-}
-
-struct ReplayRig {
-    CANData data;
-    std::unique_ptr<CANDecoder> decoder;
-    CANInterfaceRoutes routes;
-    ReplayRig()
-    {
-        EXPECT_TRUE(data.addBusFromText("BO_ 100 Counter: 1 X\n SG_ Count : 0|8@1+ (1,0) [0|255] \"\" X\n", "bus", "text"));
-        decoder = std::make_unique<CANDecoder>(std::make_shared<const CANData>(data));
-        decoder->capture(0);
-        routes = CANInterfaceRoutes(data);
-    }
-};
-
-TEST(CandumpReplay, RealTimeKeepsTheLogsPaceAndFasterDivides)
-{
-    QTemporaryDir dir;
-    const QString path = writeLog(dir, 61, 0.01);  // 0.6 s of traffic
-    for (double speed : {1.0, 2.0}) {
-        ReplayRig rig;
-        CandumpReplay replay(path, speed, false);
-        std::atomic<bool> stop{false};
-        QElapsedTimer timer;
-        timer.start();
-        EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
-        const double expected = 0.6 / speed;
-        EXPECT_NEAR(timer.nsecsElapsed() / 1e9, expected, expected * 0.05) << "speed " << speed;
-        EXPECT_EQ(replay.statistics().frames, 61u);
-        EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("60"));
-    }
-}
-
-TEST(CandumpReplay, LoopingRunsOnWithoutAPauseOrAPileUp)
-{
-    QTemporaryDir dir;
-    const QString path = writeLog(dir, 11, 0.01);  // one pass: 0.1 s span plus a 10 ms gap
-    ReplayRig rig;
-    CandumpReplay replay(path, 1.0, true);
-    std::atomic<bool> stop{false};
-    std::thread worker([&] { replay.run(*rig.decoder, rig.routes, stop); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(550));
-    stop = true;
-    worker.join();
-    // 0.55 s at one frame per 10 ms: about 55 frames, five passes.
-    EXPECT_NEAR(double(replay.statistics().frames), 55.0, 5.0);
-    EXPECT_GE(replay.statistics().passes, 4u);
-}
 
 TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
 {
@@ -334,14 +276,14 @@ TEST(CANTrafficGenerator, EverySignalMovesWithinItsRangeAtItsCycleTime)
     CANDecoder decoder(std::make_shared<const CANData>(data));
     for (int i = 0; i < data.signalCount(); ++i)
         decoder.capture(i);
-    CANTrafficGenerator generator(10.0);  // ten times faster: 5 s of traffic in 0.5 s
-    std::atomic<bool> stop{false};
-    std::thread worker([&] { generator.run(decoder, CANInterfaceRoutes(), stop); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    stop = true;
-    worker.join();
-    // Per second: 50 + 100 + 20 + 5 + 10 + 1 + 2 frames.
-    EXPECT_NEAR(double(generator.framesSent()), 188 * 5.0, 188 * 5.0 * 0.1);
+    PacedRun run;
+    CANTrafficGenerator generator(10.0, {}, run.pacer);
+    // Ten times faster on a virtual clock, batches every 50 ms: the last 495 ms in, 4.95 s of traffic.
+    run.runUntil(500ms, generator, decoder);
+    // Per second: 50 + 100 + 20 + 5 + 10 + 1 + 2 frames; each message may be one off at either end.
+    EXPECT_NEAR(double(generator.framesSent()), 188 * 4.95, 7.0);
+    EXPECT_EQ(decoder.counters(0).frames, generator.framesSent());
+    EXPECT_EQ(run.stopNow(), CANFrameSource::Outcome::Stopped);
     for (int i = 0; i < data.signalCount(); ++i) {
         const CANSignalNode* s = data.signalById(i);
         const DbcSignal& d = s->definition();

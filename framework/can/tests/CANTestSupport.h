@@ -1,10 +1,18 @@
 #pragma once
 
+#include "can/CANData.h"
+#include "can/CANDecoder.h"
+#include "can/CANFrameSource.h"
+
 #include <gtest/gtest.h>
 
 #include <QByteArray>
 #include <QDir>
+#include <QFile>
 #include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
 
 // The source tree with its sample and reference catalogues, found through ORVANE_SOURCE_DIR, or the
 // tree this test was built from when the variable is missing.
@@ -28,3 +36,31 @@ inline QString referenceDbcDir()
     EXPECT_TRUE(QDir(dir).exists()) << "reference catalogues missing: " << dir.toStdString();
     return dir;
 }
+
+// Writes a log of `frames` frames of id 100 on can0, `gapSeconds` apart, the n-th carrying n
+// (modulo 256), plus extra lines.
+inline QString writeLog(QTemporaryDir& dir, int frames, double gapSeconds, const QByteArray& extra = QByteArray())
+{
+    const QString path = dir.filePath(QStringLiteral("test.log"));
+    QFile f(path);
+    EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+    for (int i = 0; i < frames; ++i)
+        f.write(QStringLiteral("(%1) can0 064#%2\n").arg(1000.0 + i * gapSeconds, 0, 'f', 6).arg(i % 256, 2, 16, QLatin1Char('0')).toLatin1());
+    f.write(extra);
+    return path;
+}
+
+// One bus with the counter message of writeLog, its signal captured.
+struct ReplayRig {
+    CANData data;
+    std::unique_ptr<CANDecoder> decoder;
+    CANInterfaceRoutes routes;
+    ReplayRig()
+    {
+        EXPECT_TRUE(data.addBusFromText("BO_ 100 Counter: 1 X\n SG_ Count : 0|8@1+ (1,0) [0|255] \"\" X\n", "bus", "text"));
+        decoder = std::make_unique<CANDecoder>(std::make_shared<const CANData>(data));
+        decoder->capture(0);
+        routes = CANInterfaceRoutes(data);
+    }
+    QString value() const { return decoder->formattedValue(0, 0, QStringLiteral("--")); }
+};

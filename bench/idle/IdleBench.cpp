@@ -1,0 +1,102 @@
+// The whole bench idle: orvane-bench off screen in developer mode with the CAN traffic
+// generator on (its default), each tab shown in turn, nothing touched; the figure is the
+// process's CPU time (utime + stime from /proc/PID/stat) over SECONDS of wall time.
+//   build/bin/idle_bench [SECONDS] [TAB...]
+// ORVANE_BENCH_PROGRAM names another orvane-bench to measure (an older build, say).
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace {
+
+constexpr double TargetPercent = 0.5;
+
+// Seconds of CPU the process has used, children not included.
+double cpuSeconds(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray text = stat.readAll();
+    // The command name may hold blanks: fields count from after its closing bracket.
+    const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+    return (fields.value(11).toDouble() + fields.value(12).toDouble()) / double(sysconf(_SC_CLK_TCK));
+}
+
+// The bench on `tab`, paused by its script once the tab has settled: the CPU share while it waits.
+bool measure(const QString& tab, double seconds, const QTemporaryDir& dir, double* percent)
+{
+    const QString script = dir.filePath(QStringLiteral("idle.txt"));
+    QFile file(script);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    file.write(QStringLiteral("tap \"%1\"\nwait 2000\npause \"idle\"\nquit\n").arg(tab).toUtf8());
+    file.close();
+
+    QProcess bench;
+    bench.setProcessChannelMode(QProcess::SeparateChannels);
+    bench.setStandardErrorFile(QProcess::nullDevice());
+    const QString program = qEnvironmentVariable("ORVANE_BENCH_PROGRAM", QStringLiteral(ORVANE_BENCH_PATH));
+    bench.start(program,
+        {QStringLiteral("--offscreen"), QStringLiteral("--service-port"), QStringLiteral("0"), QStringLiteral("--data-dir"),
+         dir.filePath(QStringLiteral("data")), QStringLiteral("--set"), QStringLiteral("GUI_developerMode=true"),
+         QStringLiteral("--script"), script});
+    QByteArray output;
+    while (!output.contains("Paused:")) {
+        if (!bench.waitForReadyRead(30000)) {
+            std::fprintf(stderr, "%s: the bench never paused (tab missing?)\n", qPrintable(tab));
+            bench.kill();
+            bench.waitForFinished();
+            return false;
+        }
+        output += bench.readAllStandardOutput();
+    }
+    const double cpu0 = cpuSeconds(bench.processId());
+    QElapsedTimer wall;
+    wall.start();
+    QThread::usleep((unsigned long)(seconds * 1e6));
+    const double cpu = cpuSeconds(bench.processId()) - cpu0;
+    *percent = 100.0 * cpu / (double(wall.nsecsElapsed()) / 1e9);
+    bench.write("\n");
+    bench.closeWriteChannel();
+    bench.waitForFinished(30000);
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QStringList arguments = app.arguments().mid(1);
+    double seconds = 10;
+    if (!arguments.isEmpty() && arguments.first().toDouble() > 0)
+        seconds = arguments.takeFirst().toDouble();
+    const QStringList tabs = arguments.isEmpty()
+        ? QStringList{"DATA", "CAN", "FACTORY", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS", "FONTS"}
+        : arguments;
+    QTemporaryDir dir;
+    std::printf("orvane-bench idle off screen, CAN generator on: CPU over %.0f s (target at most %.1f%% of one core)\n",
+        seconds, TargetPercent);
+    bool allMet = true, allRan = true;
+    for (const QString& tab : tabs) {
+        double percent = 0;
+        if (!measure(tab, seconds, dir, &percent)) {
+            allRan = false;
+            continue;
+        }
+        allMet &= percent <= TargetPercent;
+        std::printf("  %-9s %5.2f%% of one core\n", qPrintable(tab), percent);
+        std::fflush(stdout);
+    }
+    std::printf(allMet ? "every tab within the target\n" : "target not met on every tab\n");
+    return allRan ? 0 : 1;
+}

@@ -1,0 +1,109 @@
+#include "can/CANPacer.h"
+
+#include <sys/prctl.h>
+
+#include <algorithm>
+
+namespace {
+
+class SteadyClock : public CANClock {
+public:
+    TimePoint now() const override { return std::chrono::steady_clock::now(); }
+    void waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& wake, TimePoint due) override
+    {
+        if (due == TimePoint::max())
+            wake.wait(lock);
+        else
+            wake.wait_until(lock, due);
+    }
+};
+
+} // namespace
+
+CANClock::~CANClock() = default;
+
+CANClock& CANClock::steady()
+{
+    static SteadyClock clock;
+    return clock;
+}
+
+CANPacer::Client::~Client() = default;
+
+CANPacer::CANPacer(CANClock& clock)
+    : mClock(clock)
+{
+    mThread = std::thread([this] { loop(); });
+}
+
+CANPacer::~CANPacer()
+{
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mQuit = true;
+    }
+    mWake.notify_all();
+    mThread.join();
+}
+
+CANPacer& CANPacer::shared()
+{
+    // Never destroyed: sources may still leave it while the process exits.
+    static CANPacer* pacer = new CANPacer;
+    return *pacer;
+}
+
+void CANPacer::add(Client* client)
+{
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mClients.push_back(client);
+        mWoken = true;
+    }
+    mWake.notify_all();
+}
+
+void CANPacer::remove(Client* client)
+{
+    // Passes run under the lock: once it is taken, none is under way.
+    std::lock_guard<std::mutex> lock(mMutex);
+    mClients.erase(std::remove(mClients.begin(), mClients.end(), client), mClients.end());
+}
+
+void CANPacer::wake()
+{
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mWoken = true;
+    }
+    mWake.notify_all();
+}
+
+CANPacer::TimePoint CANPacer::alignUp(TimePoint t, std::chrono::nanoseconds step)
+{
+    const auto since = t.time_since_epoch();
+    const auto ticks = (since + step - std::chrono::nanoseconds(1)) / step;
+    return TimePoint(std::chrono::duration_cast<TimePoint::duration>(ticks * step));
+}
+
+void CANPacer::loop()
+{
+    // The kernel may move a wake-up by this much to share it with other timers.
+    ::prctl(PR_SET_TIMERSLACK, 1000 * 1000UL);
+    std::unique_lock<std::mutex> lock(mMutex);
+    while (!mQuit) {
+        mWoken = false;
+        if (mClients.empty()) {
+            mClock.waitUntil(lock, mWake, TimePoint::max());
+            continue;
+        }
+        const TimePoint now = mClock.now();
+        TimePoint next = TimePoint::max();
+        for (Client* client : mClients)
+            next = std::min(next, client->deliverDue(now));
+        if (mWoken)
+            continue;
+        // Nothing known due: a client that learns of a frame wakes the thread.
+        mClock.waitUntil(lock, mWake, next == TimePoint::max() ? next : std::min(alignUp(next), now + LongestSleep));
+    }
+}

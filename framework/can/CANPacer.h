@@ -1,0 +1,72 @@
+#pragma once
+
+#include "OrvaneExport.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+// The time paced CAN sources keep: the steady clock and a wait on it. Tests put a clock of
+// their own in its place, so pacing is checked without waiting for real time.
+class ORVANE_EXPORT CANClock {
+public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+    virtual ~CANClock();
+    virtual TimePoint now() const = 0;
+    // Waits on `wake` until `due` (TimePoint::max(): until notified) or a notification; `lock`
+    // holds wake's mutex on entry and on return.
+    virtual void waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& wake, TimePoint due) = 0;
+    static CANClock& steady();
+};
+
+// One thread delivers the frames of every paced CAN source. A wake-up costs far more than
+// decoding the frames it brings (tens of microseconds on a virtual machine), so the sources
+// share it: the thread wakes on a grid of ticks for the earliest frame due and each source
+// then delivers everything due by then in one batch. Six busy buses cost one wake-up a tick,
+// not one per bus or per frame; a frame is at most a tick late (plus scheduling).
+class ORVANE_EXPORT CANPacer {
+public:
+    using TimePoint = CANClock::TimePoint;
+    static constexpr std::chrono::milliseconds Tick{10};
+    // The longest the thread sleeps while a frame is due: clients notice stop requests in
+    // their passes.
+    static constexpr std::chrono::milliseconds LongestSleep{100};
+
+    class ORVANE_EXPORT Client {
+    public:
+        virtual ~Client();
+        // On the pacer's thread: delivers what is due by `now` and tells when the next frame is
+        // due; TimePoint::max() while it does not know (it calls wake() once it does).
+        virtual TimePoint deliverDue(TimePoint now) = 0;
+    };
+
+    explicit CANPacer(CANClock& clock = CANClock::steady());
+    ~CANPacer();
+    CANPacer(const CANPacer&) = delete;
+    CANPacer& operator=(const CANPacer&) = delete;
+    // The process's pacer, started on first use.
+    static CANPacer& shared();
+
+    CANClock& clock() const { return mClock; }
+    void add(Client* client);
+    // No pass touches the client once this returns.
+    void remove(Client* client);
+    // A client learnt when its next frame is due: the thread looks again.
+    void wake();
+
+    // The first tick of a grid of `step` at or after `t`; grids of multiples of Tick share it.
+    static TimePoint alignUp(TimePoint t, std::chrono::nanoseconds step = Tick);
+
+private:
+    void loop();
+
+    CANClock& mClock;
+    std::mutex mMutex;
+    std::condition_variable mWake;
+    std::vector<Client*> mClients;
+    bool mWoken = false;
+    bool mQuit = false;
+    std::thread mThread;
+};
