@@ -66,6 +66,7 @@ CANView::CANView(DisplayView* parent, AppInfo* appInfo, bool showAll)
 
     connect(&mRefreshTimer, &QTimer::timeout, this, &CANView::refreshData);
     mRefreshTimer.setInterval(RefreshMs);
+    mRefreshTimer.start();
 
     loadSettings();
     mRightTable->reloadData();
@@ -106,14 +107,6 @@ void CANView::clearRightTable()
 void CANView::tick1s()
 {
     mSelectedModel->checkCapture();
-}
-
-void CANView::setRefreshing(bool on)
-{
-    if (on)
-        mRefreshTimer.start();
-    else
-        mRefreshTimer.stop();
 }
 
 void CANView::refreshData()

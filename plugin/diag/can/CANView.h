@@ -20,9 +20,8 @@ class TableView;
 
 // The CAN viewer: the signal picker on the left, the selected signals with their live values
 // on the right, under a header with a back and a clear button. Values are drawn again ten
-// times a second while the view is on screen (its page refreshes it only while shown, so a
-// hidden page costs no wake-ups); the selection is saved to "canViewer.txt" in the data folder
-// whenever it changes and read back when the view is made.
+// times a second while the view is on screen; the selection is saved to "canViewer.txt" in
+// the data folder whenever it changes and read back when the view is made.
 class CANView : public DisplayView {
     Q_OBJECT
 public:
@@ -33,8 +32,6 @@ public:
     void clearRightTable();
     // The page's once-a-second hook.
     void tick1s();
-    // Runs the ten-a-second refresh, or stops it.
-    void setRefreshing(bool on);
 
     CANDataModel* dataModel() const { return mDataModel; }
     CANViewTableModel* selectedModel() const { return mSelectedModel; }

@@ -8,8 +8,6 @@ DiagCANPage::DiagCANPage(DisplayView* parent, AppInfo* appInfo, bool showAll)
     , mView(new CANView(this, appInfo, showAll))
 {
     mView->setAutoResizeToParent(true);
-    connect(this, &PageView::shown, mView, [this] { mView->setRefreshing(true); });
-    connect(this, &PageView::hidden, mView, [this] { mView->setRefreshing(false); });
 }
 
 bool DiagCANPage::showAll() const
