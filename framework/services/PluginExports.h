@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 class ChromiumManager;
 class QObject;
 struct QMetaObject;
@@ -13,8 +15,10 @@ struct PluginExports {
     const QMetaObject* webView;
     // The browser runtime the centre display hands out, owned by parent; null without a browser.
     ChromiumManager* (*createBrowserRuntime)(QObject* parent);
-    // Pumps the browser runtime one step; a host calls it from its loop.
+    // Pumps the browser runtime one step; a host calls it from its loop while the runtime has
+    // browsers, which whenBrowsersChange tells it (has is true from the first, false after the last).
     void (*tickBrowserRuntime)(ChromiumManager* runtime);
+    void (*whenBrowsersChange)(ChromiumManager* runtime, QObject* context, std::function<void(bool has)> changed);
 };
 
 using GetPluginExports = const PluginExports* (*)();

@@ -22,7 +22,8 @@ TEST(PluginLoader, FindsTheEntryAndWhatTheBuiltPluginExports)
     EXPECT_EQ(loader.exportedPage("NoSuchPage"), nullptr);
     ASSERT_TRUE(loader.exports()->webView);
     EXPECT_STREQ(loader.exports()->webView->className(), "WebKitView");
-    EXPECT_TRUE(loader.exports()->createBrowserRuntime && loader.exports()->tickBrowserRuntime);
+    EXPECT_TRUE(loader.exports()->createBrowserRuntime && loader.exports()->tickBrowserRuntime
+                && loader.exports()->whenBrowsersChange);
 }
 
 TEST(PluginLoader, ExplainsWhyALibraryCannotBeUsed)

@@ -34,6 +34,10 @@ const PluginExports* orvanePluginExports()
         &WebKitView::staticMetaObject,
         [](QObject* parent) { return new ChromiumManager(parent); },
         [](ChromiumManager* runtime) { runtime->tick(); },
+        [](ChromiumManager* runtime, QObject* context, std::function<void(bool)> changed) {
+            QObject::connect(runtime, &ChromiumManager::clientCountChanged, context,
+                             [changed = std::move(changed)](int count) { changed(count > 0); });
+        },
     };
     return &exports;
 }

@@ -8,6 +8,7 @@
 #include "BrowserTestSupport.h"
 
 #include <QDir>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -45,6 +46,7 @@ TEST(ChromiumManager, BadRegistrationsAssertAndLeaveTheListAlone)
     ControlGroupCommands commands;
     CapturingLogSink log;
     ChromiumManager manager;
+    QSignalSpy counts(&manager, &ChromiumManager::clientCountChanged);
     int a = 0, stranger = 0;
 
     manager.initializeCef(nullptr);
@@ -63,6 +65,10 @@ TEST(ChromiumManager, BadRegistrationsAssertAndLeaveTheListAlone)
     EXPECT_EQ(log.lines().filter("unknown browser client (ChromiumManager:108)").size(), 2)
         << "the one entry is gone after the first removal";
     manager.tick(); // no clients: no engine work, and nothing to fail
+    // The host pumps while clients exist: only real comings and goings are told.
+    ASSERT_EQ(counts.size(), 2);
+    EXPECT_EQ(counts[0][0].toInt(), 1);
+    EXPECT_EQ(counts[1][0].toInt(), 0);
 }
 
 TEST(ChromiumManager, RemovalIsLoggedWithTheCountInDebugMode)

@@ -106,6 +106,7 @@ void ChromiumManager::initializeCef(ChromiumClient* client)
         startEngine();
     mClients.append(client);
     Logger(this, "INFO") << "added browser client, current count" << mClients.size();
+    emit clientCountChanged(clientCount());
 }
 
 void ChromiumManager::uninitializeCef(ChromiumClient* client)
@@ -118,6 +119,7 @@ void ChromiumManager::uninitializeCef(ChromiumClient* client)
     if (DebugChromium.value())
         Logger(this, "INFO") << "void ChromiumManager::uninitializeCef(ChromiumClient*)"
                              << "browser client removed, current count" << mClients.size();
+    emit clientCountChanged(clientCount());
 }
 
 void ChromiumManager::tick()

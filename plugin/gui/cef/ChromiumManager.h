@@ -21,14 +21,17 @@ public:
 
     void initializeCef(ChromiumClient* client);
     void uninitializeCef(ChromiumClient* client);
-    // One non-blocking step of engine work; the host calls it periodically.
+    // One non-blocking step of engine work; the host calls it periodically while clients exist.
     Q_INVOKABLE void tick();
+    int clientCount() const { return int(mClients.size()); }
 
     // The engine settings for the host's current locale and user agent.
     static CefSettings engineSettings();
 
 signals:
     void videoAllowedChanged(bool allowed);
+    // A client came or went: a host pumps the engine only while there is one.
+    void clientCountChanged(int count);
 
 public slots:
     void updateVideoAllowed();
