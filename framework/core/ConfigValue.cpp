@@ -1,7 +1,7 @@
 #include "core/ConfigValue.h"
 
 #include "core/Logger.h"
-#include "services/StorageUtils.h"
+#include "core/AtomicFile.h"
 
 #include <QFile>
 #include <QHash>
@@ -148,7 +148,7 @@ QList<QByteArray> rawLines(const QByteArray& content)
 void ConfigStore::setPath(const QString& path)
 {
     if (!path.isEmpty())
-        StorageUtils::removeSaveLeftovers(path);
+        AtomicFile::removeLeftovers(path);
     QMutexLocker lock(&store().mutex);
     store().path = path;
     store().cached = false;
@@ -262,7 +262,7 @@ bool ConfigStore::write(const QString& key, const QVariant& value)
         lines.append((key + QLatin1Char('=') + text).toUtf8() + newline);
     }
     QString error;
-    if (!StorageUtils::replaceFile(s.path, lines.join(), &error)) {
+    if (!AtomicFile::replace(s.path, lines.join(), &error)) {
         Logger(nullptr, "ERROR") << "Configuration value" << key << "not written:" << s.path << error;
         return false;
     }

@@ -20,6 +20,10 @@ public:
         QVariant shown() const { return pending ? pendingValue : value; }
     };
 
+    // Calls receiver's slot (a SLOT() text) on every change of value, and at once with callNow.
+    // False, with an assertion logged, when any is missing or the receiver has no such slot.
+    static bool connectSlot(DataValue* value, QObject* receiver, const char* slot, bool callNow);
+
     // `owner` names the control in log lines; the binding does not take ownership of anything.
     explicit DataValueBinding(const QObject* owner);
 

@@ -18,14 +18,6 @@ public:
     // The application data location's "data" folder.
     static QString defaultDataFolder();
 
-    // Replaces a file's content in one step through a temporary beside it: a crash leaves the
-    // old file or the new one, never half of one. The file keeps its permissions. False with the
-    // reason otherwise; the old file then stays.
-    static bool replaceFile(const QString& path, const QByteArray& content, QString* error);
-    // A replaceFile() killed halfway leaves its temporary behind: removes those of this file,
-    // logging each.
-    static void removeSaveLeftovers(const QString& path);
-
     // The shipped, read-only files (web pages, images); empty until the host sets it.
     static QString assetsFolder();
     static void setAssetsFolder(const QString& path);

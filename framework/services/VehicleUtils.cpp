@@ -1,7 +1,7 @@
 #include "services/VehicleUtils.h"
 
+#include "core/DataValueBinding.h"
 #include "core/DataValues.h"
-#include "views/DisplayView.h"
 
 const ModeName EspModeRequestNameMap[] = {
     {0, "NORMAL"}, {1, "REDUCED"}, {2, "OFF"}, {3, "DYNO"}, {0, nullptr},
@@ -45,10 +45,10 @@ bool VehicleUtils::isCarParked(bool requireValid)
 
 bool VehicleUtils::gearConnect(QObject* receiver, const char* slot, bool callNow, bool queued)
 {
-    if (!DisplayView::dvConnect(&VAPI_gear, receiver, slot, callNow))
+    if (!DataValueBinding::connectSlot(&VAPI_gear, receiver, slot, callNow))
         return false;
     if (queued) {
-        // dvConnect checked the slot; only the kind of connection changes.
+        // connectSlot checked the slot; only the kind of connection changes.
         QObject::disconnect(&VAPI_gear, SIGNAL(changed()), receiver, slot);
         QObject::connect(&VAPI_gear, SIGNAL(changed()), receiver, slot, Qt::QueuedConnection);
     }

@@ -1,12 +1,12 @@
 #include "views/DisplayView.h"
 
 #include "core/DataValue.h"
+#include "core/DataValueBinding.h"
 #include "core/Logger.h"
 #include "display/DisplayDevice.h"
 
 #include <QEasingCurve>
 #include <QKeyEvent>
-#include <QMetaMethod>
 #include <QTimer>
 #include <QVariantAnimation>
 
@@ -273,24 +273,5 @@ DisplayView* DisplayView::viewAt(const QPoint& local)
 
 bool DisplayView::dvConnect(DataValue* value, QObject* receiver, const char* slot, bool callNow)
 {
-    if (!value || !receiver || !slot) {
-        Logger::logAssert("value && receiver && slot", QStringLiteral("dvConnect needs a data value, a receiver and a slot"),
-                          __FILE__, __LINE__);
-        return false;
-    }
-    // SLOT() texts start with a code digit and end with the argument list.
-    const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
-    const int index = receiver->metaObject()->indexOfMethod(signature.constData());
-    if (index < 0) {
-        Logger::logAssert("index >= 0",
-                          QStringLiteral("%1 has no slot %2 for data value %3")
-                              .arg(QString::fromLatin1(receiver->metaObject()->className()), QString::fromLatin1(signature),
-                                   value->name()),
-                          __FILE__, __LINE__);
-        return false;
-    }
-    connect(value, SIGNAL(changed()), receiver, slot);
-    if (callNow)
-        receiver->metaObject()->method(index).invoke(receiver, Qt::DirectConnection);
-    return true;
+    return DataValueBinding::connectSlot(value, receiver, slot, callNow);
 }

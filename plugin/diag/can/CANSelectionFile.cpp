@@ -2,8 +2,8 @@
 
 #include "can/CANData.h"
 #include "can/CANDataManager.h"
+#include "core/AtomicFile.h"
 #include "core/Logger.h"
-#include "services/StorageUtils.h"
 
 #include <QFile>
 
@@ -69,7 +69,7 @@ bool CANSelectionFile::backUp(const QString& path, QString* error)
         return false;
     }
     const QString backup = path + QStringLiteral(".bak");
-    if (!StorageUtils::replaceFile(backup, file.readAll(), error)) {
+    if (!AtomicFile::replace(backup, file.readAll(), error)) {
         *error = QStringLiteral("%1: %2").arg(backup, *error);
         return false;
     }
@@ -78,5 +78,5 @@ bool CANSelectionFile::backUp(const QString& path, QString* error)
 
 bool CANSelectionFile::write(const QString& path, const QVector<CANSignalNode*>& signalList, QString* error)
 {
-    return StorageUtils::replaceFile(path, format(signalList), error);
+    return AtomicFile::replace(path, format(signalList), error);
 }

@@ -10,6 +10,7 @@
 #include "diag/can/CANViewTableModel.h"
 #include "services/FontManager.h"
 #include "services/Skin.h"
+#include "core/AtomicFile.h"
 #include "services/StorageUtils.h"
 #include "views/BorderImageView.h"
 #include "views/ButtonView.h"
@@ -147,7 +148,7 @@ void CANView::leftTableChanged(TableView* table)
 
 void CANView::loadSettings()
 {
-    StorageUtils::removeSaveLeftovers(selectionFilePath());
+    AtomicFile::removeLeftovers(selectionFilePath());
     const QByteArray text = CANSelectionFile::read(selectionFilePath());
     if (text.isNull())
         return;
