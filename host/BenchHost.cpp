@@ -12,7 +12,7 @@
 #include "display/DisplayDevice.h"
 #include "display/ViewDump.h"
 #include "services/AppInfo.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/StorageUtils.h"
 #include "views/AppChooser.h"
 #include "views/AppWindow.h"

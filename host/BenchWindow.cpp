@@ -5,7 +5,7 @@
 #include "DisplayWidget.h"
 #include "FactoryDrivingPanel.h"
 #include "core/DataValue.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 
 #include <QHBoxLayout>

@@ -2,7 +2,7 @@
 
 #include "core/Logger.h"
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 #include "views/keyboard/TextFieldView.h"
 

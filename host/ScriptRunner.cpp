@@ -4,7 +4,7 @@
 #include "core/ConfigValue.h"
 #include "core/DataValue.h"
 #include "core/Logger.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 #include "views/ButtonView.h"
 #include "views/DisplayView.h"

@@ -7,7 +7,7 @@
 #include "test_support.h"
 
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/AppWindow.h"
 #include "views/ButtonView.h"
 #include "views/keyboard/KeyboardView.h"

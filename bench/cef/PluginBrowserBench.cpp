@@ -15,7 +15,7 @@
 #include "gui/cef/WebKitView.h"
 #include "include/cef_browser.h"
 #include "include/cef_client.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "test_support.h"
 
 #include <QApplication>

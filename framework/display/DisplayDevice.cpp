@@ -3,7 +3,6 @@
 #include "core/ConfigValue.h"
 #include "display/CompositedWindow.h"
 #include "display/WindowCompositor.h"
-#include "services/CenterDisplay.h"
 #include "views/DisplayView.h"
 #include "views/popup/OverlayView.h"
 
@@ -23,7 +22,7 @@ DisplayDevice::DisplayDevice(DisplayView* root, const QSize& size)
     , mSize(size)
 {
     gDisplay = this;
-    theCenterDisplay->overlay()->setGeometry(QRect(QPoint(0, 0), size));
+    OverlayView::instance()->setGeometry(QRect(QPoint(0, 0), size));
 }
 
 DisplayDevice::~DisplayDevice()
@@ -90,7 +89,7 @@ void DisplayDevice::paint(QPainter& painter, const QRect& area) const
         painter.setClipRect(area, Qt::IntersectClip);
     if (mRoot)
         paintView(painter, mRoot, area);
-    OverlayView* overlay = theCenterDisplay->overlay();
+    OverlayView* overlay = OverlayView::instance();
     if (overlay->hasContent())
         paintView(painter, overlay, area);
     painter.restore();
@@ -141,7 +140,7 @@ void DisplayDevice::touch(int kind, const QPoint& rootPosition)
         mTouchGrab = nullptr;
         mTakenOver = false;
         mPressPosition = rootPosition;
-        OverlayView* overlay = theCenterDisplay->overlay();
+        OverlayView* overlay = OverlayView::instance();
         DisplayView* hit = overlay->hasContent() ? overlay->viewAt(rootPosition - overlay->geometry().topLeft()) : nullptr;
         if (hit && hit != overlay) {
             mTouchGrab = pressAlong(hit, rootPosition);

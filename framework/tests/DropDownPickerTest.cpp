@@ -1,6 +1,6 @@
 #include "display/DisplayDevice.h"
 #include "display/ViewDump.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 #include "views/DropDownPicker.h"
 #include "views/DropDownPickerStringTableModel.h"

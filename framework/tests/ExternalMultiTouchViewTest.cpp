@@ -1,6 +1,6 @@
 #include "core/ConfigValue.h"
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/ExternalMultiTouchView.h"
 #include "views/KineticScroller.h"
 #include "views/popup/PopupView.h"

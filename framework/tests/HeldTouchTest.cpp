@@ -15,7 +15,7 @@
 #include "views/table/TableController.h"
 #include "views/table/TableModel.h"
 #include "views/table/TableView.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "TestSupport.h"
 
 #include <QPointer>

@@ -1,6 +1,6 @@
 // The on-screen keyboard, its key strokes, the text field and the page dialog popup: no browser.
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 #include "views/dialog/PageDialogPopup.h"
 #include "views/keyboard/KeyMap.h"

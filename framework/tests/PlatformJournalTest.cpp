@@ -1,5 +1,5 @@
 #include "core/Logger.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/CenterDisplayService.h"
 #include "services/DisplayStateManager.h"
 #include "services/EVLogService.h"

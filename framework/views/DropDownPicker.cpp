@@ -1,7 +1,7 @@
 #include "views/DropDownPicker.h"
 
 #include "display/ViewDump.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/FontManager.h"
 #include "views/ButtonView.h"
 #include "views/DropDownPickerStringTableModel.h"

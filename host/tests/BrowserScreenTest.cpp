@@ -3,7 +3,7 @@
 #include "TestSupport.h"
 
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 
 #include <QUrl>

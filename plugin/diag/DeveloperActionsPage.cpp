@@ -2,11 +2,11 @@
 
 #include "core/DataValues.h"
 #include "core/Logger.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/CenterDisplayService.h"
 #include "services/DisplayStateManager.h"
 #include "services/EVLogService.h"
-#include "services/FactoryResetManager.h"
+#include "views/FactoryResetManager.h"
 #include "services/HostCommand.h"
 #include "services/NetManager.h"
 #include "services/RadioServer.h"

@@ -15,7 +15,7 @@
 #include "diag/can/DiagCANPage.h"
 #include "diag/factory/FactoryPage.h"
 #include "services/AppInfo.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/FontManager.h"
 #include "utils/DataValueUtils.h"
 #include "views/AppWindow.h"

@@ -8,7 +8,7 @@
 #include "gui/cef/ChromiumClient.h"
 #include "gui/cef/ChromiumManager.h"
 #include "gui/cef/WebKitView.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "test_support.h"
 
 #include <QPointer>

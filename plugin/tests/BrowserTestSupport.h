@@ -3,7 +3,7 @@
 #include "../../framework/tests/support/TestSupport.h"
 
 #include "gui/cef/ChromiumManager.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 
 #include <QCoreApplication>
 #include <QDir>

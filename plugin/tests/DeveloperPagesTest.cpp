@@ -4,7 +4,7 @@
 #include "diag/DeveloperActionsPage.h"
 #include "diag/DeveloperSettingsPage.h"
 #include "diag/KavroDeveloperPage.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 #include "views/ConfirmingButtonView.h"
 #include "views/KineticScroller.h"

@@ -8,7 +8,7 @@
 #include "diag/can/DiagCANPage.h"
 #include "diag/factory/FactoryPage.h"
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/FontManager.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"

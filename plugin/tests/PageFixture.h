@@ -3,7 +3,7 @@
 // A page in a car's window with a display, driven by touches as a finger gives them.
 #include "core/DataValue.h"
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 #include "views/AppWindow.h"
 #include "views/popup/OverlayView.h"

@@ -1,7 +1,7 @@
 #include "views/dialog/PageDialogPopup.h"
 
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/popup/OverlayView.h"
 #include "views/keyboard/TextFieldView.h"
 

@@ -1,7 +1,7 @@
 #include "views/keyboard/KeyboardView.h"
 
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 #include "views/keyboard/KeyMap.h"
 

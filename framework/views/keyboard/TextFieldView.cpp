@@ -1,7 +1,7 @@
 #include "views/keyboard/TextFieldView.h"
 
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 
 #include <QJsonObject>
 #include <QKeyEvent>

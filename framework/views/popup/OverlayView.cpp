@@ -1,10 +1,16 @@
 #include "views/popup/OverlayView.h"
 
 #include "display/DisplayDevice.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/popup/PopupView.h"
 
 #include <QPainter>
+
+OverlayView* OverlayView::instance()
+{
+    static OverlayView* const overlay = new OverlayView;
+    return overlay;
+}
 
 OverlayView::OverlayView()
     : DisplayView(nullptr)

@@ -9,7 +9,9 @@ class PopupView;
 class ORVANE_EXPORT OverlayView : public DisplayView {
     Q_OBJECT
 public:
-    OverlayView();
+    // The one overlay of the process, made on first use (it is a view: the application object
+    // must exist by then).
+    static OverlayView* instance();
 
     // Open popups, oldest first: the last one is on top.
     const QList<PopupView*>& popups() const { return mPopups; }
@@ -26,6 +28,7 @@ public:
     QString describe() const override { return QStringLiteral("overlay"); }
 
 private:
+    OverlayView();
     friend class PopupView;
     void popupOpened(PopupView* popup);
     void popupClosed(PopupView* popup);

@@ -1,6 +1,6 @@
 #include "views/popup/PopupView.h"
 
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/popup/OverlayView.h"
 
 #include <QJsonObject>

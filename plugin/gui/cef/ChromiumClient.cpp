@@ -7,7 +7,7 @@
 #include "gui/cef/ChromiumMessageHandler.h"
 #include "gui/cef/ChromiumUtils.h"
 #include "gui/cef/WebKitView.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/X11Utils.h"
 
 #include "include/cef_browser.h"

@@ -5,7 +5,7 @@
 #include "display/DisplayDevice.h"
 #include "gui/cef/ChromiumClient.h"
 #include "gui/cef/WebKitView.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "services/X11Utils.h"
 #include "views/popup/PopupView.h"
 

@@ -6,7 +6,7 @@
 #include "display/DisplayDevice.h"
 #include "gui/cef/ChromiumClient.h"
 #include "gui/cef/ChromiumUtils.h"
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 #include "views/popup/PopupView.h"
 
 #include "include/cef_frame.h"

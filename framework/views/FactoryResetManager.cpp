@@ -1,4 +1,4 @@
-#include "services/FactoryResetManager.h"
+#include "views/FactoryResetManager.h"
 
 #include "core/Logger.h"
 #include "services/PlatformJournal.h"

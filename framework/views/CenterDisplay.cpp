@@ -1,7 +1,6 @@
-#include "services/CenterDisplay.h"
+#include "views/CenterDisplay.h"
 
 #include "core/DataValues.h"
-#include "display/DisplayDevice.h"
 #include "services/PlatformJournal.h"
 #include "views/keyboard/KeyboardView.h"
 #include "views/popup/ConfirmationPopup.h"
@@ -85,7 +84,8 @@ void CenterDisplay::setKeyboardHeight(int height)
 
 void CenterDisplay::placeKeyboard()
 {
-    const QSize display = DisplayDevice::instance() ? DisplayDevice::instance()->size() : overlay()->rect().size();
+    // The display sizes the overlay to itself.
+    const QSize display = overlay()->rect().size();
     keyboard()->setGeometry(QRect(0, display.height() - mKeyboardHeight, display.width(), mKeyboardHeight));
 }
 
@@ -100,10 +100,7 @@ KeyboardView* CenterDisplay::keyboard()
 
 OverlayView* CenterDisplay::overlay()
 {
-    // Made on first use: it is a view, so it needs the application object to exist.
-    if (!mOverlay)
-        mOverlay = new OverlayView;
-    return mOverlay;
+    return OverlayView::instance();
 }
 
 QList<PopupView*> CenterDisplay::openPopups()

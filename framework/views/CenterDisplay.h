@@ -61,7 +61,6 @@ private:
 
     bool mKeyboardVisible = false;
     int mKeyboardHeight;
-    OverlayView* mOverlay = nullptr;
     KeyboardView* mKeyboard = nullptr;
     ChromiumManager* mChromiumManager = nullptr;
 };
