@@ -44,13 +44,6 @@ sanitized_build() {
   cmake --build "$dir" --parallel "$(nproc)" "${targets[@]}"
 }
 
-# Tests that measure the clock (replay pacing, cycle times): the sanitizers slow every
-# instruction, and the normal run has them.
-export GTEST_FILTER="-CandumpReplay.RealTimeKeepsTheLogsPaceAndFasterDivides:\
-CandumpReplay.LoopingRunsOnWithoutAPauseOrAPileUp:\
-CANTrafficGenerator.EverySignalMovesWithinItsRangeAtItsCycleTime:\
-SampleCatalogue.FramesPerSecondAreMeasuredBetweenReadings"
-
 export VEXOR_STRESS_ROUNDS=50
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 # Leaks are left to the libraries' owners: Qt, fontconfig and X keep caches for the process.

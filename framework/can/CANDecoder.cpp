@@ -30,42 +30,61 @@ bool isSelected(const DbcMessage& m, const DbcSignal& s, const CanFrame& frame)
 
 } // namespace
 
-CANDecoder::CANDecoder(std::shared_ptr<const CANData> catalogue)
+CANDecoder::CANDecoder(std::shared_ptr<const CANData> catalogue, CANClock& clock)
     : mCatalogue(std::move(catalogue))
+    , mClock(clock)
+    , mIds(*mCatalogue)
     , mSlots(new Slot[size_t(mCatalogue->signalCount())])
-    , mCapturedPerMessage(new std::atomic<int>[size_t(mCatalogue->messageCount())])
+    , mMessages(new Message[size_t(mCatalogue->messageCount())])
     , mBusCount(mCatalogue->busCount())
     , mBusCounters(new BusCounters[size_t(mBusCount + 1)])
 {
-    for (int i = 0; i < mCatalogue->messageCount(); ++i)
-        mCapturedPerMessage[size_t(i)].store(0);
+    for (int b = 0; b < mBusCount; ++b) {
+        const CANBusNode* bus = mCatalogue->busAt(b);
+        for (int m = 0; m < bus->messageCount(); ++m) {
+            const CANMessageNode* node = bus->messageAt(m);
+            Message& message = mMessages[size_t(node->globalIndex())];
+            message.definition = &node->definition();
+            message.firstSignal = node->signalCount() > 0 ? uint32_t(node->signalAt(0)->id()) : 0;
+            message.signalCount = uint32_t(node->signalCount());
+            message.length = node->definition().dlc;
+        }
+    }
+    for (int id = 0; id < mCatalogue->signalCount(); ++id) {
+        const DbcSignal& s = mCatalogue->signalById(id)->definition();
+        mSlots[size_t(id)].layout = s.layout;
+        mSlots[size_t(id)].multiplexed = s.muxSwitch != -1;
+    }
 }
 
 CANDecoder::~CANDecoder() = default;
 
+CANDecoder::Message& CANDecoder::messageOf(int signalId) const
+{
+    return mMessages[size_t(mCatalogue->signalById(signalId)->message()->globalIndex())];
+}
+
 void CANDecoder::capture(int signalId)
 {
-    const CANSignalNode* node = mCatalogue->signalById(signalId);
-    if (!node)
+    if (!mCatalogue->signalById(signalId))
         return;
     Slot& slot = mSlots[size_t(signalId)];
     if (slot.captures.load() == 0)
         slot.hasValue.store(false);
     if (slot.captures.fetch_add(1) == 0)
-        mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_add(1);
+        messageOf(signalId).capturedSignals.fetch_add(1);
 }
 
 void CANDecoder::release(int signalId)
 {
-    const CANSignalNode* node = mCatalogue->signalById(signalId);
-    if (!node)
+    if (!mCatalogue->signalById(signalId))
         return;
     Slot& slot = mSlots[size_t(signalId)];
     int n = slot.captures.load();
     while (n > 0 && !slot.captures.compare_exchange_weak(n, n - 1)) {
     }
     if (n == 1)
-        mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_sub(1);
+        messageOf(signalId).capturedSignals.fetch_sub(1);
 }
 
 void CANDecoder::takeOverCaptures(const CANDecoder& previous)
@@ -76,7 +95,7 @@ void CANDecoder::takeOverCaptures(const CANDecoder& previous)
         if (captures == 0 || mCatalogue->signalById(id) != node)
             continue;
         if (mSlots[size_t(id)].captures.exchange(captures) == 0)
-            mCapturedPerMessage[size_t(node->message()->globalIndex())].fetch_add(1);
+            messageOf(id).capturedSignals.fetch_add(1);
     }
 }
 
@@ -107,7 +126,6 @@ void CANDecoder::decode(const CanFrame* frames, size_t count, int bus)
             decodeUnrouted(frames[i]);
         return;
     }
-    const CANBusNode* node = mCatalogue->busAt(bus);
     uint64_t errors = 0, unknown = 0, shortFrames = 0;
     for (size_t i = 0; i < count; ++i) {
         const CanFrame& frame = frames[i];
@@ -115,10 +133,10 @@ void CANDecoder::decode(const CanFrame* frames, size_t count, int bus)
             ++errors;
             continue;
         }
-        const int message = node->messageIndexForFrame(frame.id, frame.isExtended());
+        const int message = mIds.messageFor(bus, frame.id, frame.isExtended());
         if (message < 0)
             ++unknown;
-        else if (!decodeMessage(bus, message, frame))
+        else if (!decodeMessage(mMessages[size_t(message)], frame))
             ++shortFrames;
     }
     BusCounters& c = countersFor(bus);
@@ -139,11 +157,11 @@ void CANDecoder::decodeUnrouted(const CanFrame& frame)
         return;
     }
     for (int b = 0; b < mBusCount; ++b) {
-        const int message = mCatalogue->busAt(b)->messageIndexForFrame(frame.id, frame.isExtended());
+        const int message = mIds.messageFor(b, frame.id, frame.isExtended());
         if (message >= 0) {
             BusCounters& c = countersFor(b);
             c.frames.fetch_add(1, std::memory_order_relaxed);
-            if (!decodeMessage(b, message, frame))
+            if (!decodeMessage(mMessages[size_t(message)], frame))
                 c.shortFrames.fetch_add(1, std::memory_order_relaxed);
             return;
         }
@@ -153,29 +171,22 @@ void CANDecoder::decodeUnrouted(const CanFrame& frame)
     c.unknownIds.fetch_add(1, std::memory_order_relaxed);
 }
 
-bool CANDecoder::decodeMessage(int bus, int message, const CanFrame& frame)
+bool CANDecoder::decodeMessage(const Message& message, const CanFrame& frame)
 {
-    const CANMessageNode* node = mCatalogue->busAt(bus)->messageAt(message);
-    const DbcMessage& m = node->definition();
-    const bool whole = frame.len >= m.dlc || frame.isRemote();
-    if (frame.isRemote() || mCapturedPerMessage[size_t(node->globalIndex())].load(std::memory_order_relaxed) == 0)
+    const bool whole = frame.len >= message.length || frame.isRemote();
+    if (frame.isRemote() || message.capturedSignals.load(std::memory_order_relaxed) == 0)
         return whole;
-    const int firstId = node->signalCount() > 0 ? node->signalAt(0)->id() : 0;
-    const size_t count = m.signalList.size();
-    for (size_t i = 0; i < count; ++i) {
-        Slot& slot = mSlots[size_t(firstId) + i];
-        if (slot.captures.load(std::memory_order_relaxed) == 0)
-            continue;
-        const DbcSignal& s = m.signalList[i];
-        if (s.layout.bytesNeeded() > frame.len)
+    Slot* slot = &mSlots[message.firstSignal];
+    for (uint32_t i = 0; i < message.signalCount; ++i, ++slot) {
+        if (slot->captures.load(std::memory_order_relaxed) == 0 || slot->layout.bytesNeeded() > frame.len)
             continue;
         // A value the multiplexer no longer selects is not the signal's value any more.
-        if (s.muxSwitch != -1 && !isSelected(m, s, frame)) {
-            slot.hasValue.store(false, std::memory_order_release);
+        if (slot->multiplexed && !isSelected(*message.definition, message.definition->signalList[i], frame)) {
+            slot->hasValue.store(false, std::memory_order_release);
             continue;
         }
-        slot.bits.store(s.layout.extract(frame.data), std::memory_order_relaxed);
-        slot.hasValue.store(true, std::memory_order_release);
+        slot->bits.store(slot->layout.extract(frame.data), std::memory_order_relaxed);
+        slot->hasValue.store(true, std::memory_order_release);
     }
     return whole;
 }
@@ -236,8 +247,8 @@ CANDecoder::Counters CANDecoder::counters(int bus) const
     out.droppedFrames = c.droppedFrames.load(std::memory_order_relaxed);
     out.errorFrames = c.errorFrames.load(std::memory_order_relaxed);
     std::lock_guard<std::mutex> lock(c.rateMutex);
-    const auto now = std::chrono::steady_clock::now();
-    if (c.sampleTime == std::chrono::steady_clock::time_point{}) {
+    const CANClock::TimePoint now = mClock.now();
+    if (c.sampleTime == CANClock::TimePoint{}) {
         c.sampleTime = now;
         c.sampleFrames = out.frames;
     } else {

@@ -1,19 +1,20 @@
 #pragma once
 
 #include "OrvaneExport.h"
+#include "can/CANClock.h"
+#include "can/CANIdTable.h"
 #include "can/CanFrame.h"
+#include "can/SignalLayout.h"
 
 #include <QString>
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 class CANData;
-class CANSignalNode;
+struct DbcMessage;
 
 // Turns frames into the latest value of each captured signal.
 //
@@ -25,6 +26,10 @@ class CANSignalNode;
 // turned into physical values and labels when the UI reads them, so a reader always sees the
 // bits of one whole frame for a signal. The decoder keeps its catalogue alive and unchanged:
 // another catalogue gets a decoder of its own.
+//
+// Between two batches the catalogue goes cold, so the frame path never walks its nodes: an id
+// finds its message in a flat table, a message its signals as a contiguous run of slots, and
+// each slot carries its own bit layout beside its value.
 class ORVANE_EXPORT CANDecoder {
 public:
     struct Counters {
@@ -38,7 +43,7 @@ public:
     // Counters of frames that no bus of the catalogue could take.
     static constexpr int Unrouted = -1;
 
-    explicit CANDecoder(std::shared_ptr<const CANData> catalogue);
+    explicit CANDecoder(std::shared_ptr<const CANData> catalogue, CANClock& clock = CANClock::steady());
     ~CANDecoder();
 
     const CANData& catalogue() const { return *mCatalogue; }
@@ -72,32 +77,45 @@ public:
     QString formattedValue(int signalId, int decimals, const QString& noValue) const;
 
     int busCount() const { return mBusCount; }
-    // Frames per second are measured between successive calls at least a second apart.
+    // Frames per second are measured between successive calls at least a second apart on the
+    // decoder's clock.
     Counters counters(int bus) const;
 
 private:
     struct Slot {
         std::atomic<uint64_t> bits{0};
-        std::atomic<bool> hasValue{false};
         std::atomic<int> captures{0};
+        std::atomic<bool> hasValue{false};
+        bool multiplexed = false;
+        SignalLayout layout;
+    };
+    struct Message {
+        const DbcMessage* definition = nullptr;  // for multiplexed signals only
+        uint32_t firstSignal = 0;  // signal ids of a message are consecutive
+        uint32_t signalCount = 0;
+        uint32_t length = 0;
+        std::atomic<int> capturedSignals{0};
     };
     struct alignas(64) BusCounters {
         std::atomic<uint64_t> frames{0}, unknownIds{0}, shortFrames{0}, droppedFrames{0}, errorFrames{0};
         // Rate sampling, UI side only.
         mutable std::mutex rateMutex;
-        mutable std::chrono::steady_clock::time_point sampleTime{};
+        mutable CANClock::TimePoint sampleTime{};
         mutable uint64_t sampleFrames = 0;
         mutable double rate = 0;
     };
 
     BusCounters& countersFor(int bus) const { return mBusCounters[size_t(bus + 1)]; }
+    Message& messageOf(int signalId) const;
     // False for a frame shorter than its message.
-    bool decodeMessage(int bus, int message, const CanFrame& frame);
+    bool decodeMessage(const Message& message, const CanFrame& frame);
     void decodeUnrouted(const CanFrame& frame);
 
     const std::shared_ptr<const CANData> mCatalogue;
-    std::unique_ptr<Slot[]> mSlots;
-    std::unique_ptr<std::atomic<int>[]> mCapturedPerMessage;  // by global message index
+    CANClock& mClock;
+    const CANIdTable mIds;
+    std::unique_ptr<Slot[]> mSlots;  // by signal id
+    std::unique_ptr<Message[]> mMessages;  // by catalogue-wide message index
     int mBusCount = 0;
     std::unique_ptr<BusCounters[]> mBusCounters;  // [0] unrouted, then one per bus
 };

@@ -1,25 +1,12 @@
 #pragma once
 
 #include "OrvaneExport.h"
+#include "can/CANClock.h"
 
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <vector>
-
-// The time paced CAN sources keep: the steady clock and a wait on it. Tests put a clock of
-// their own in its place, so pacing is checked without waiting for real time.
-class ORVANE_EXPORT CANClock {
-public:
-    using TimePoint = std::chrono::steady_clock::time_point;
-    virtual ~CANClock();
-    virtual TimePoint now() const = 0;
-    // Waits on `wake` until `due` (TimePoint::max(): until notified) or a notification; `lock`
-    // holds wake's mutex on entry and on return.
-    virtual void waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& wake, TimePoint due) = 0;
-    static CANClock& steady();
-};
 
 // One thread delivers the frames of every paced CAN source. A wake-up costs far more than
 // decoding the frames it brings (tens of microseconds on a virtual machine), so the sources

@@ -28,114 +28,111 @@ struct FdCloser {
     ~FdCloser() { ::close(fd); }
 };
 
-// Reads what is there, up to `size`: 0 at the end, -1 on an error. A pipe is waited on in short
-// slices, so a stop request is honoured while its writer is quiet or not there yet.
-ssize_t readSome(int fd, bool pipe, char* into, size_t size, const std::atomic<bool>& stop)
+// False on a stop request. Pipes are waited on in short slices: a stop request is honoured
+// while the writer is quiet or not there yet.
+bool waitReadable(int fd, const std::atomic<bool>& stop)
 {
     for (;;) {
-        if (pipe) {
-            pollfd ready{fd, POLLIN, 0};
-            if (stop.load(std::memory_order_relaxed))
-                return 0;
-            // Before a writer has come, a pipe is neither readable nor hung up.
-            if (::poll(&ready, 1, 20) <= 0)
-                continue;
-        }
-        const ssize_t n = ::read(fd, into, size);
-        if (n >= 0 || (errno != EINTR && errno != EAGAIN))
-            return n;
+        if (stop.load(std::memory_order_relaxed))
+            return false;
+        // Before a writer has come, a pipe is neither readable nor hung up.
+        pollfd ready{fd, POLLIN, 0};
+        if (::poll(&ready, 1, 20) > 0)
+            return true;
     }
 }
 
 } // namespace
 
-// Frames read ahead of their time, handed from the reading thread to the pacer's in batches:
-// one writer, one reader, no lock or allocation per frame. Unpaced, the reading thread
-// decodes them itself whenever it publishes.
-class CandumpReplay::FrameQueue : public CANPacer::Client {
+// Reads the log, parses it and hands its frames to the decoder in batches as they fall due,
+// on whichever thread drives it: the pacer's when paced, the run's own otherwise. Text is read
+// in small pieces just before it is parsed, while it is still in the cache, and no frame
+// crosses to another core. A pipe with nothing to read leaves the cursor starved until the
+// run's thread, waiting on the pipe, resumes it.
+class CandumpReplay::Cursor : public CANPacer::Client {
 public:
-    static constexpr size_t Capacity = 4096;  // a power of two
+    enum class State { Running, Starved, Finished, Failed, Stopped };
 
-    FrameQueue(CandumpReplay& replay, CANDecoder& decoder, CANPacer* pacer, const std::atomic<bool>& stop)
+    Cursor(CandumpReplay& replay, CANDecoder& decoder, const CANInterfaceRoutes& routes, int fd, bool pipe,
+           CANPacer* pacer, TimePoint start, const std::atomic<bool>& stop)
         : mReplay(replay)
         , mDecoder(decoder)
+        , mRoutes(routes)
+        , mFd(fd)
+        , mPipe(pipe)
         , mPacer(pacer)
+        , mStart(start)
         , mStop(stop)
+        , mState(pipe ? State::Starved : State::Running)
     {
         if (mPacer)
             mPacer->add(this);
     }
-    ~FrameQueue() override
+    ~Cursor() override
     {
         if (mPacer)
             mPacer->remove(this);
     }
 
-    // False when a stop request came while it waited for room.
-    bool push(const CanFrame& frame, int bus, TimePoint due)
-    {
-        if (mWritten - mRead.load(std::memory_order_acquire) == Capacity) {
-            publish();
-            if (!waitUntil([this] { return mWritten - mRead.load() < Capacity; }))
-                return false;
-        }
-        const size_t i = mWritten & Mask;
-        Entry& e = mEntries[i];
-        e.due = due;
-        e.id = frame.id;
-        e.len = frame.len;
-        e.flags = frame.flags;
-        e.bus = int16_t(bus);
-        std::memcpy(e.data, frame.data, sizeof e.data);
-        if (frame.len > sizeof e.data)
-            std::memcpy(mLongData[i], frame.data + sizeof e.data, frame.len - sizeof e.data);
-        if (++mWritten - mPublished.load(std::memory_order_relaxed) >= Capacity / 8)
-            publish();
-        return true;
-    }
+    int readError() const { return mReadError; }
 
-    // Makes what was pushed deliverable.
-    void publish()
+    // The run's thread: delivers (unpaced) or waits for the driver (paced) until the cursor
+    // stops running.
+    State runOrWait()
     {
-        mPublished.store(mWritten);
         if (!mPacer)
             deliverDue(TimePoint::max());
-        else if (mIdle.exchange(false))
-            mPacer->wake();
+        std::unique_lock<std::mutex> lock(mMutex);
+        mChanged.wait(lock, [this] { return mState.load() != State::Running; });
+        return mState.load();
     }
 
-    // Waits until every frame is delivered; false on a stop request.
-    bool drain()
+    // The pipe has something to read.
+    void resume()
     {
-        publish();
-        return waitUntil([this] { return mRead.load() == mWritten; });
+        settle(State::Running);
+        if (mPacer)
+            mPacer->wake();
     }
 
     TimePoint deliverDue(TimePoint now) override
     {
-        size_t read = mRead.load(std::memory_order_relaxed);
-        const size_t published = mPublished.load(std::memory_order_acquire);
+        if (mState.load(std::memory_order_acquire) != State::Running)
+            return TimePoint::max();
+        State end = State::Running;
+        TimePoint next = TimePoint::max();
         uint64_t frames = 0, errors = 0;
         size_t count = 0;
         int batchBus = 0;
-        while (read != published && mEntries[read & Mask].due <= now && !mStop.load(std::memory_order_relaxed)) {
-            const size_t i = read & Mask;
-            const Entry& e = mEntries[i];
-            if (count == BatchFrames || (count > 0 && e.bus != batchBus)) {
+        for (;;) {
+            if (mStop.load(std::memory_order_relaxed)) {
+                end = State::Stopped;
+                break;
+            }
+            if (!mHavePending) {
+                end = fetch();
+                if (end != State::Running)
+                    break;
+                mHavePending = true;
+            }
+            if (mPendingDue > now) {
+                next = mPendingDue;
+                break;
+            }
+            if (count == BatchFrames || (count > 0 && mPendingBus != batchBus)) {
                 mDecoder.decode(mBatch, count, batchBus);
                 count = 0;
             }
-            batchBus = e.bus;
+            batchBus = mPendingBus;
+            const CanFrame& pending = mRecord.frame;
             CanFrame& frame = mBatch[count++];
-            frame.id = e.id;
-            frame.len = e.len;
-            frame.flags = e.flags;
-            std::memcpy(frame.data, e.data, sizeof e.data);
-            if (e.len > sizeof e.data)
-                std::memcpy(frame.data + sizeof e.data, mLongData[i], e.len - sizeof e.data);
-            errors += (e.flags & CanFrame::ErrorReport) ? 1 : 0;
+            frame.id = pending.id;
+            frame.len = pending.len;
+            frame.flags = pending.flags;
+            std::memcpy(frame.data, pending.data, pending.len);
+            errors += (pending.flags & CanFrame::ErrorReport) ? 1 : 0;
             ++frames;
-            ++read;
+            mHavePending = false;
         }
         if (count > 0)
             mDecoder.decode(mBatch, count, batchBus);
@@ -143,65 +140,180 @@ public:
             mReplay.mFrames.fetch_add(frames - errors, std::memory_order_relaxed);
         if (errors)
             mReplay.mErrorFrames.fetch_add(errors, std::memory_order_relaxed);
-        mRead.store(read);
-        const bool stopping = mStop.load(std::memory_order_relaxed);
-        if (mReaderWaiting.load() && (stopping || published - read <= Capacity / 2)) {
-            std::lock_guard<std::mutex> lock(mMutex);
-            mRoom.notify_one();
-        }
-        if (stopping)
-            return TimePoint::max();
-        if (read != published)
-            return mEntries[read & Mask].due;
-        // Out of frames: the reader wakes the pacer when it publishes more.
-        mIdle.store(true);
-        if (mPublished.load() != read) {
-            mIdle.store(false);
-            return mEntries[read & Mask].due;
-        }
-        return TimePoint::max();
+        if (end != State::Running)
+            settle(end);
+        return next;
     }
 
 private:
-    static constexpr size_t Mask = Capacity - 1;
+    static constexpr size_t BufferSize = 16 * 1024;
+    static constexpr size_t BatchFrames = 64;
 
-    template <typename Done>
-    bool waitUntil(Done done)
+    void settle(State state)
     {
-        if (!mPacer) {
-            deliverDue(TimePoint::max());
-            return !mStop.load();
+        {
+            std::lock_guard<std::mutex> lock(mMutex);
+            mState.store(state, std::memory_order_release);
         }
-        std::unique_lock<std::mutex> lock(mMutex);
-        mReaderWaiting.store(true);
-        while (!done() && !mStop.load())
-            mRoom.wait(lock);
-        mReaderWaiting.store(false);
-        return !mStop.load();
+        mChanged.notify_all();
+    }
+
+    // Parses up to the next frame into mRecord: Running when there is one.
+    State fetch()
+    {
+        std::string_view line;
+        for (;;) {
+            const State read = nextLine(line);
+            if (read == State::Finished && startOver())
+                continue;
+            if (read != State::Running)
+                return read;
+            if (takeLine(line))
+                return State::Running;
+        }
+    }
+
+    // Running with the next line, Finished at the end of a pass, Starved or Failed.
+    State nextLine(std::string_view& line)
+    {
+        for (;;) {
+            char* const buffer = mBuffer.get();
+            if (const void* nl = std::memchr(buffer + mPos, '\n', mHave - mPos)) {
+                const size_t end = size_t(static_cast<const char*>(nl) - buffer);
+                line = std::string_view(buffer + mPos, end - mPos);
+                mPos = end + 1;
+                if (!mSkippingLongLine)
+                    return State::Running;
+                mSkippingLongLine = false;
+                continue;
+            }
+            if (mEof) {
+                if (mPos == mHave || mSkippingLongLine)
+                    return State::Finished;
+                line = std::string_view(buffer + mPos, mHave - mPos);
+                mPos = mHave;
+                return State::Running;
+            }
+            if (mPos == 0 && mHave == BufferSize) {
+                // A line longer than the buffer is no candump line; count it once.
+                if (!mSkippingLongLine)
+                    mReplay.mMalformed.fetch_add(1, std::memory_order_relaxed);
+                mSkippingLongLine = true;
+                mHave = 0;
+            }
+            std::memmove(buffer, buffer + mPos, mHave - mPos);
+            mHave -= mPos;
+            mPos = 0;
+            const ssize_t n = ::read(mFd, buffer + mHave, BufferSize - mHave);
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+                return State::Starved;
+            if (n < 0) {
+                mReadError = errno;
+                return State::Failed;
+            }
+            mEof = n == 0;
+            mHave += size_t(n);
+        }
+    }
+
+    // Starts the next pass when the log loops; false when it does not.
+    bool startOver()
+    {
+        mReplay.mPasses.fetch_add(1);
+        // A pipe's writer is gone: there is nothing to start over.
+        if (!mReplay.mLoop || mPipe)
+            return false;
+        if (mPassFrames == 0) {
+            Logger(nullptr, "WARN") << "CAN log" << mReplay.mPath << "holds no frames; not looped";
+            return false;
+        }
+        // The next pass starts one mean gap after this one's last frame.
+        const double span = mPassLast - mPassFirst;
+        const double gap = mPassFrames > 1 ? span / double(mPassFrames - 1) : 0.1;
+        mTimeOffset += span + gap;
+        mPassFrames = 0;
+        mPassHasTime = false;
+        mEof = mSkippingLongLine = false;
+        mPos = mHave = 0;
+        ::lseek(mFd, 0, SEEK_SET);
+        return true;
+    }
+
+    // True when the line is a frame to deliver; counts what it skips.
+    bool takeLine(std::string_view line)
+    {
+        switch (parseCandumpLine(line, mRecord)) {
+        case CandumpRecord::Kind::Blank:
+            return false;
+        case CandumpRecord::Kind::Malformed:
+            mReplay.mMalformed.fetch_add(1, std::memory_order_relaxed);
+            return false;
+        case CandumpRecord::Kind::ErrorFrame:
+            mRecord.frame.flags |= CanFrame::ErrorReport;
+            break;
+        case CandumpRecord::Kind::Frame:
+            break;
+        }
+        if (mRecord.iface != mLastIface) {
+            mLastIface.assign(mRecord.iface);
+            mPendingBus = mRoutes.busFor(mRecord.iface);
+        }
+        // A time that goes back, or leaps ahead more than a day, is no recording's.
+        if (mRecord.hasTime && mPassHasTime && (mRecord.time < mPassLast || mRecord.time - mPassLast > MaxTimeLeap)) {
+            mReplay.mMalformed.fetch_add(1, std::memory_order_relaxed);
+            return false;
+        }
+        if (mRecord.hasTime) {
+            if (!mPassHasTime) {
+                mPassFirst = mRecord.time;
+                mPassHasTime = true;
+            }
+            mPassLast = mRecord.time;
+            const double time = mRecord.time + mTimeOffset;
+            if (mReplay.mSpeed > 0) {
+                if (!mHaveLogStart) {
+                    mHaveLogStart = true;
+                    mLogStart = time;
+                }
+                mPendingDue = mStart
+                    + std::chrono::duration_cast<TimePoint::duration>(std::chrono::duration<double>((time - mLogStart) / mReplay.mSpeed));
+            }
+        }
+        if (!(mRecord.frame.flags & CanFrame::ErrorReport))
+            ++mPassFrames;
+        return true;
     }
 
     CandumpReplay& mReplay;
     CANDecoder& mDecoder;
+    const CANInterfaceRoutes& mRoutes;
+    const int mFd;
+    const bool mPipe;
     CANPacer* const mPacer;
+    const TimePoint mStart;
     const std::atomic<bool>& mStop;
-    // Classic frames fit an entry; a CAN FD frame's bytes past the eighth wait beside it. The
-    // pacer's thread reads what another core wrote: small entries cross in fewer cache lines.
-    struct Entry {
-        TimePoint due;
-        uint32_t id;
-        uint8_t len, flags;
-        int16_t bus;
-        uint8_t data[8];
-    };
-    static constexpr size_t BatchFrames = 64;
-    Entry mEntries[Capacity];
-    uint8_t mLongData[Capacity][CanFrame::MaxLength - 8];
-    CanFrame mBatch[BatchFrames];  // the pacer's
-    size_t mWritten = 0;  // the reader's own
-    std::atomic<size_t> mPublished{0}, mRead{0};
-    std::atomic<bool> mIdle{true}, mReaderWaiting{false};
+
     std::mutex mMutex;
-    std::condition_variable mRoom;
+    std::condition_variable mChanged;
+    std::atomic<State> mState;
+
+    // The driver's own.
+    const std::unique_ptr<char[]> mBuffer{new char[BufferSize]};
+    size_t mPos = 0, mHave = 0;
+    bool mEof = false, mSkippingLongLine = false;
+    int mReadError = 0;
+    CandumpRecord mRecord;  // the pending frame once parsed
+    bool mHavePending = false;
+    TimePoint mPendingDue = mStart;  // lines without a time stamp follow their predecessor
+    int mPendingBus = CANDecoder::Unrouted;
+    // Interfaces rarely change from line to line: the last one's bus is kept.
+    std::string mLastIface;
+    bool mHaveLogStart = false, mPassHasTime = false;
+    double mLogStart = 0, mTimeOffset = 0, mPassFirst = 0, mPassLast = 0;
+    uint64_t mPassFrames = 0;
+    CanFrame mBatch[BatchFrames];
 };
 
 CandumpReplay::CandumpReplay(const QString& path, double speed, bool loop, CANPacer& pacer)
@@ -237,135 +349,27 @@ CANFrameSource::Outcome CandumpReplay::run(CANDecoder& decoder, const CANInterfa
     if (!pipe)
         ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
 
-    constexpr size_t BufferSize = 1 << 20;
-    std::unique_ptr<char[]> buffer(new char[BufferSize]);
-    CandumpRecord record;
-    // Interfaces rarely change from line to line: remember the last one's bus.
-    std::string lastIface;
-    int lastBus = -1;
-
-    const bool paced = mSpeed > 0;
-    // The log's first frame is due as the run starts; reading up to it is already late.
-    const TimePoint wallStart = mPacer.clock().now();
-    TimePoint lastDue = wallStart;
-    const auto queue = std::make_unique<FrameQueue>(*this, decoder, paced ? &mPacer : nullptr, stop);
-    bool haveStart = false;
-    double logStart = 0, lastTime = 0, timeOffset = 0;
-    uint64_t passFrames = 0;
-    double passFirst = 0, passLast = 0;
-    bool passHasTime = false;
-
-    auto handleLine = [&](std::string_view line) {
-        switch (parseCandumpLine(line, record)) {
-        case CandumpRecord::Kind::Blank:
-            return true;
-        case CandumpRecord::Kind::Malformed:
-            mMalformed.fetch_add(1, std::memory_order_relaxed);
-            return true;
-        case CandumpRecord::Kind::ErrorFrame:
-            record.frame.flags |= CanFrame::ErrorReport;
-            break;
-        case CandumpRecord::Kind::Frame:
-            break;
-        }
-        if (record.iface != lastIface) {
-            lastIface.assign(record.iface);
-            lastBus = routes.busFor(record.iface);
-        }
-        // A time that goes back, or leaps ahead more than a day, is no recording's.
-        if (record.hasTime && passHasTime && (record.time < passLast || record.time - passLast > MaxTimeLeap)) {
-            mMalformed.fetch_add(1, std::memory_order_relaxed);
-            return true;
-        }
-        if (record.hasTime) {
-            if (!passHasTime) {
-                passFirst = record.time;
-                passHasTime = true;
-            }
-            passLast = record.time;
-            lastTime = record.time + timeOffset;
-            if (paced) {
-                if (!haveStart) {
-                    haveStart = true;
-                    logStart = lastTime;
-                }
-                lastDue = wallStart
-                    + std::chrono::duration_cast<TimePoint::duration>(std::chrono::duration<double>((lastTime - logStart) / mSpeed));
-            }
-        }
-        if (!(record.frame.flags & CanFrame::ErrorReport))
-            ++passFrames;
-        return queue->push(record.frame, lastBus, lastDue);
-    };
-
-    for (;;) {
-        size_t have = 0;
-        bool skippingLongLine = false;
-        bool eof = false;
-        while (!eof) {
-            if (stop.load(std::memory_order_relaxed))
-                return Outcome::Stopped;
-            // What was read so far goes out before a read that may wait for a pipe's writer.
-            queue->publish();
-            const ssize_t n = readSome(fd, pipe, buffer.get() + have, BufferSize - have, stop);
-            if (n < 0) {
-                Logger(nullptr, "ERROR") << "CAN log" << mPath << "read failed:" << std::strerror(errno);
-                return Outcome::Failed;
-            }
-            if (stop.load(std::memory_order_relaxed))
-                return Outcome::Stopped;
-            eof = n == 0;
-            have += size_t(n);
-            size_t pos = 0;
-            for (;;) {
-                const void* nl = std::memchr(buffer.get() + pos, '\n', have - pos);
-                if (!nl)
-                    break;
-                const size_t end = size_t(static_cast<const char*>(nl) - buffer.get());
-                if (skippingLongLine)
-                    skippingLongLine = false;
-                else if (!handleLine(std::string_view(buffer.get() + pos, end - pos)))
-                    return Outcome::Stopped;
-                pos = end + 1;
-            }
-            if (eof && pos < have && !skippingLongLine) {
-                if (!handleLine(std::string_view(buffer.get() + pos, have - pos)))
-                    return Outcome::Stopped;
-                pos = have;
-            }
-            if (pos == 0 && have == BufferSize) {
-                // A line longer than the buffer is no candump line; count it once.
-                if (!skippingLongLine)
-                    mMalformed.fetch_add(1, std::memory_order_relaxed);
-                skippingLongLine = true;
-                have = 0;
-                continue;
-            }
-            std::memmove(buffer.get(), buffer.get() + pos, have - pos);
-            have -= pos;
-        }
-        mPasses.fetch_add(1);
-        queue->publish();
-        // A pipe's writer is gone: there is nothing to start over.
-        if (!mLoop || pipe || stop.load())
-            break;
-        if (passFrames == 0) {
-            Logger(nullptr, "WARN") << "CAN log" << mPath << "holds no frames; not looped";
-            break;
-        }
-        // The next pass starts one mean gap after this one's last frame.
-        const double span = passLast - passFirst;
-        const double gap = passFrames > 1 ? span / double(passFrames - 1) : 0.1;
-        timeOffset += span + gap;
-        passFrames = 0;
-        passHasTime = false;
-        ::lseek(fd, 0, SEEK_SET);
+    // The log's first frame is due as the run starts.
+    const auto cursor = std::make_unique<Cursor>(*this, decoder, routes, fd, pipe, mSpeed > 0 ? &mPacer : nullptr,
+        mPacer.clock().now(), stop);
+    Cursor::State state;
+    while ((state = cursor->runOrWait()) == Cursor::State::Starved) {
+        if (!waitReadable(fd, stop))
+            return Outcome::Stopped;
+        cursor->resume();
     }
-    if (!queue->drain())
+    switch (state) {
+    case Cursor::State::Failed:
+        Logger(nullptr, "ERROR") << "CAN log" << mPath << "read failed:" << std::strerror(cursor->readError());
+        return Outcome::Failed;
+    case Cursor::State::Finished:
+        break;
+    default:
         return Outcome::Stopped;
+    }
     const Statistics s = statistics();
     Logger(nullptr, "INFO") << "CAN log" << mPath << "replayed:" << (unsigned long long)s.frames << "frames,"
                             << (unsigned long long)s.malformedLines << "malformed lines and"
                             << (unsigned long long)s.errorFrames << "error frames skipped";
-    return stop.load() ? Outcome::Stopped : Outcome::Finished;
+    return Outcome::Finished;
 }

@@ -8,9 +8,10 @@
 #include <cstdint>
 
 // Replays a candump text log. Speed 1 keeps the log's own timing from the run's start on (the
-// first frame is due at once), 10 runs ten times faster, 0 as fast as the decoder goes. Paced, the run's thread reads ahead and the pacer delivers the
-// frames in batches, at most a tick late; unpaced, the run's thread decodes them itself. Lines
+// first frame is due at once), 10 runs ten times faster, 0 as fast as the decoder goes. Lines
 // without a time stamp follow their predecessor at once.
+// Paced, the pacer's thread reads, parses and decodes each frame as it falls due, a batch a
+// tick, while the run's thread only waits; unpaced, the run's thread does it all at once.
 // Looping starts over after the last frame, one mean frame gap later, with time running on.
 // The log may be a pipe another program writes as it goes: it is read until that program
 // closes it, and not looped.
@@ -30,7 +31,7 @@ public:
     Statistics statistics() const;
 
 private:
-    class FrameQueue;
+    class Cursor;
 
     QString mPath;
     double mSpeed;

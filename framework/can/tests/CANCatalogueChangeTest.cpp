@@ -12,27 +12,12 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <chrono>
-#include <functional>
-#include <thread>
 
 namespace {
 
 constexpr int ReplayedBuses = 6;
 
 QString busName(int bus) { return QStringLiteral("B%1").arg(bus); }
-
-// Polls until the condition holds; the limit only ends a test that has already failed.
-bool eventually(const std::function<bool()>& condition)
-{
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > giveUp)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 // The sample catalogue once per replayed bus, in this order or reversed: a bus's frames must
 // find it by name wherever it stands.

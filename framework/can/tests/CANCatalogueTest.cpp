@@ -1,4 +1,5 @@
 #include "CANTestSupport.h"
+#include "VirtualClock.h"
 
 #include "can/CANData.h"
 #include "can/CANDataManager.h"
@@ -10,7 +11,6 @@
 
 #include <sys/stat.h>
 
-#include <thread>
 
 namespace {
 
@@ -228,14 +228,24 @@ TEST_F(SampleCatalogue, CountsFramesUnknownIdsAndShortFrames)
 
 TEST_F(SampleCatalogue, FramesPerSecondAreMeasuredBetweenReadings)
 {
-    EXPECT_EQ(decoder->counters(0).framesPerSecond, 0.0);
+    using namespace std::chrono_literals;
+    VirtualClock clock;
+    CANDecoder timed(std::make_shared<const CANData>(data), clock);
+    EXPECT_EQ(timed.counters(0).framesPerSecond, 0.0);  // the first reading starts the count
     for (int i = 0; i < 500; ++i)
-        decoder->decode(frameOf(256, {0, 0, 0, 0, 0, 0, 0, 0}), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(1050));
-    const double rate = decoder->counters(0).framesPerSecond;
-    EXPECT_GT(rate, 400.0);
-    EXPECT_LE(rate, 500.0);
-    EXPECT_EQ(decoder->counters(0).framesPerSecond, rate);  // held until the next second is over
+        timed.decode(frameOf(256, {0, 0, 0, 0, 0, 0, 0, 0}), 0);
+    clock.advance(999ms);
+    EXPECT_EQ(timed.counters(0).framesPerSecond, 0.0);  // not a second yet
+    clock.advance(1ms);
+    EXPECT_EQ(timed.counters(0).framesPerSecond, 500.0);
+    for (int i = 0; i < 300; ++i)
+        timed.decode(frameOf(256, {0, 0, 0, 0, 0, 0, 0, 0}), 0);
+    clock.advance(1500ms);
+    EXPECT_EQ(timed.counters(0).framesPerSecond, 200.0);
+    clock.advance(500ms);
+    EXPECT_EQ(timed.counters(0).framesPerSecond, 200.0);  // held until the next second is over
+    clock.advance(500ms);
+    EXPECT_EQ(timed.counters(0).framesPerSecond, 0.0);
 }
 
 TEST(CANDecoder, UnroutedFramesGoToTheFirstBusThatKnowsThem)

@@ -69,22 +69,35 @@ TEST(CANPacer, SourcesDueWithinOneTickShareOneWakeUpOnTheGrid)
         EXPECT_TRUE(pass == TimePoint(1000ms) || pass == TimePoint(1010ms)) << pass.time_since_epoch().count();
 }
 
+// A whole replay on a virtual clock of its own, which never waits.
+struct WholeReplay {
+    VirtualClock clock;
+    CANPacer pacer{clock};
+    ReplayRig bus;
+    CandumpReplay replay;
+    WholeReplay(const QString& path, double speed)
+        : replay(path, speed, false, pacer)
+    {
+    }
+    CANFrameSource::Outcome run()
+    {
+        const std::atomic<bool> stop{false};
+        return replay.run(*bus.decoder, bus.routes, stop);
+    }
+};
+
 TEST(CandumpReplay, PacedFramesComeInBatchesAtMostATickLateAndNeverEarly)
 {
     QTemporaryDir dir;
     const QString path = writeLog(dir, 61, 0.01);  // 0.6 s of traffic
     for (double speed : {1.0, 2.0}) {
-        VirtualClock clock;
-        CANPacer pacer(clock);
-        ReplayRig bus;
-        CandumpReplay replay(path, speed, false, pacer);
-        std::atomic<bool> stop{false};
-        EXPECT_EQ(replay.run(*bus.decoder, bus.routes, stop), CANFrameSource::Outcome::Finished);
-        const auto took = clock.now() - VirtualClock::defaultStart();
+        WholeReplay whole(path, speed);
+        EXPECT_EQ(whole.run(), CANFrameSource::Outcome::Finished);
+        const auto took = whole.clock.now() - VirtualClock::defaultStart();
         EXPECT_GE(took, std::chrono::duration_cast<TimePoint::duration>(600ms / speed)) << "speed " << speed;
         EXPECT_LE(took, std::chrono::duration_cast<TimePoint::duration>(600ms / speed) + CANPacer::Tick) << "speed " << speed;
-        EXPECT_EQ(replay.statistics().frames, 61u);
-        EXPECT_EQ(bus.value(), QStringLiteral("60"));
+        EXPECT_EQ(whole.replay.statistics().frames, 61u);
+        EXPECT_EQ(whole.bus.value(), QStringLiteral("60"));
     }
     // Stopped 300 ms in: the frames due by the last tick are in, none after it.
     PacedRun run;
@@ -95,6 +108,24 @@ TEST(CandumpReplay, PacedFramesComeInBatchesAtMostATickLateAndNeverEarly)
     EXPECT_EQ(replay.statistics().frames, 30u);
     EXPECT_EQ(bus.value(), QStringLiteral("29"));
     run.stopNow();
+}
+
+TEST(CandumpReplay, ALogFarLongerThanOneReadLosesNoLineAtTheSeams)
+{
+    // Lines of uneven length straddle every seam between reads.
+    QTemporaryDir dir;
+    QByteArray extra;
+    for (int i = 0; i < 3000; ++i)
+        extra += QByteArray("(1020.") + QByteArray::number(100000 + i) + ") can0 064#" + QByteArray(i % 7 == 0 ? "2A" : "2A00000000") + "\n";
+    const QString path = writeLog(dir, 3000, 0.001, extra);
+    for (double speed : {0.0, 1.0}) {
+        WholeReplay whole(path, speed);
+        EXPECT_EQ(whole.run(), CANFrameSource::Outcome::Finished);
+        EXPECT_EQ(whole.replay.statistics().frames, 6000u) << "speed " << speed;
+        EXPECT_EQ(whole.replay.statistics().malformedLines, 0u) << "speed " << speed;
+        EXPECT_EQ(whole.bus.decoder->counters(0).frames, 6000u) << "speed " << speed;
+        EXPECT_EQ(whole.bus.value(), QStringLiteral("42"));
+    }
 }
 
 TEST(CandumpReplay, LoopingRunsOnWithoutAPauseOrAPileUp)
@@ -112,9 +143,9 @@ TEST(CandumpReplay, LoopingRunsOnWithoutAPauseOrAPileUp)
     EXPECT_EQ(run.stopNow(), CANFrameSource::Outcome::Stopped);
 }
 
-TEST(CandumpReplay, AStopRequestEndsAReplayWaitingForRoom)
+TEST(CandumpReplay, AStopRequestEndsAReplayWaitingForItsNextFrame)
 {
-    // Far more frames than the reader may hold ahead, none due yet: it waits for room until stopped.
+    // The second frame is due a second in, past the horizon: the replay waits until stopped.
     QTemporaryDir dir;
     const QString path = writeLog(dir, 20000, 1.0);
     PacedRun run;

@@ -12,7 +12,10 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <chrono>
+#include <functional>
 #include <memory>
+#include <thread>
 
 // The source tree with its sample and reference catalogues, found through ORVANE_SOURCE_DIR, or the
 // tree this test was built from when the variable is missing.
@@ -48,6 +51,18 @@ inline QString writeLog(QTemporaryDir& dir, int frames, double gapSeconds, const
         f.write(QStringLiteral("(%1) can0 064#%2\n").arg(1000.0 + i * gapSeconds, 0, 'f', 6).arg(i % 256, 2, 16, QLatin1Char('0')).toLatin1());
     f.write(extra);
     return path;
+}
+
+// Polls until the condition holds; the limit only ends a test that has already failed.
+inline bool eventually(const std::function<bool()>& condition)
+{
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > giveUp)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
 }
 
 // One bus with the counter message of writeLog, its signal captured.
