@@ -69,6 +69,12 @@ WebKitPageEngine::WebKitPageEngine(QObject* parent)
         new CountingNetworkAccess(mPage, [this](int change) { mRequestsInFlight += change; }));
 }
 
+WebKitPageEngine::~WebKitPageEngine()
+{
+    // The page's requests end as it goes and count down here: it goes while the engine is whole.
+    delete mPage;
+}
+
 QWebFrame* WebKitPageEngine::mainFrame() const
 {
     return mPage->mainFrame();

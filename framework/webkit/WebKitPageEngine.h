@@ -6,6 +6,7 @@
 class WebKitPageEngine : public WebPageEngine {
 public:
     explicit WebKitPageEngine(QObject* parent);
+    ~WebKitPageEngine() override;
 
     QWebPage* page() const override { return mPage; }
     QWebFrame* mainFrame() const override;
