@@ -136,7 +136,9 @@ class UiReleasedRef {
   UiReleasedRef& operator=(const UiReleasedRef&) = delete;
   ~UiReleasedRef() {
     Engine* e = Engine::Get();
-    if (ref_ && e && !e->OnUiThread()) e->PostUi([ref = ref_] {});
+    // Moved, not copied: a copy left here could be the last, dropped on this thread after
+    // the UI thread has already let go of its own.
+    if (ref_ && e && !e->OnUiThread()) e->PostUi([ref = std::move(ref_)] {});
   }
   T* operator->() const { return ref_.get(); }
   explicit operator bool() const { return ref_ != nullptr; }
