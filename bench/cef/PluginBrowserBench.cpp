@@ -2,7 +2,8 @@
 //   cef_plugin_bench [rounds]
 // 1. A 100-image page through the plug-in's resource policy (a web view's ChromiumClient)
 //    against a client without a request handler, same engine, loads alternating; a client
-//    whose handler allows everything shows what the engine's interception alone costs.
+//    whose handler allows everything, and so names nothing it may refuse, shows what holding
+//    every request costs.
 // 2. A renderer killed with SIGKILL until the page the plug-in reloads has loaded.
 // Prints medians with their limits.
 #include "../../plugin/tests/BrowserTestSupport.h"
@@ -39,7 +40,8 @@ double median(std::vector<double> v)
 }
 
 // The comparison's other sides: an engine client that asks nobody about its requests, and one
-// whose handler lets everything through at once (the engine's interception alone).
+// whose handler lets everything through at once, asked about every request as it names none
+// it may refuse (Chromium holding each one until the engine has answered).
 class PlainClient : public CefClient, public CefLifeSpanHandler, public CefLoadHandler, public CefRequestHandler {
 public:
     explicit PlainClient(bool intercept) : mIntercept(intercept) {}
@@ -157,8 +159,8 @@ int main(int argc, char** argv)
     const auto report = [&](const char* what, const std::array<double, 3>& m) {
         const double ratio = m[0] / m[1];
         std::printf("100 images %s: policy %.1f ms, no handler %.1f ms, allow-all %.1f ms (%d runs); "
-                    "ratio %.3f (limit 1.15) %s\n",
-                    what, m[0], m[1], m[2], rounds, ratio, ratio <= 1.15 ? "ok" : "OVER");
+                    "ratio %.3f (limit 1.10) %s\n",
+                    what, m[0], m[1], m[2], rounds, ratio, ratio <= 1.10 ? "ok" : "OVER");
     };
     std::array<double, 3> overHttp{};
     if (!compare([&](int run) { return server.Url("/page.html?run=" + std::to_string(run)); }, &overHttp)) {

@@ -12,9 +12,10 @@ namespace vexorcef {
 
 BrowserImpl::BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInfo& info,
                          bool is_popup)
-    : id_(id), client_(client), window_info_(info), is_popup_(is_popup) {
-  if (client_) request_handler_ = client_->GetRequestHandler();
-}
+    : id_(id), client_(client),
+      request_handler_(client ? client->GetRequestHandler() : nullptr),
+      held_requests_(RequestScope::For(request_handler_.get())), window_info_(info),
+      is_popup_(is_popup) {}
 
 BrowserImpl::~BrowserImpl() {}
 
@@ -133,14 +134,16 @@ void BrowserImpl::SetupSession(const std::string& session, bool main, const std:
       Cmd("Network.setUserAgentOverride", std::move(ua), nullptr, session);
     }
   }
-  if (request_handler_ || type == "page" || type == "iframe") {
-    // Without a handler, only the page script's dialog questions pause.
-    Json pattern = Json::object();
-    pattern.set("urlPattern", request_handler_ ? std::string("*") : kDialogUrl + std::string("*"));
-    pattern.set("requestStage", "Request");
-    Cmd("Fetch.enable", Json::object().set("patterns", Json::array().push(pattern)), nullptr,
-        session);
+  Json patterns = held_requests_.FetchPatterns();
+  if ((type == "page" || type == "iframe") && !held_requests_.HoldsEverything()) {
+    // The page script's dialog questions wait for the client whatever the handler holds.
+    Json dialog = Json::object();
+    dialog.set("urlPattern", kDialogUrl + std::string("*"));
+    dialog.set("requestStage", "Request");
+    patterns.push(std::move(dialog));
   }
+  if (patterns.size() > 0)
+    Cmd("Fetch.enable", Json::object().set("patterns", std::move(patterns)), nullptr, session);
   Json aa = Json::object();
   aa.set("autoAttach", true);
   aa.set("waitForDebuggerOnStart", true);

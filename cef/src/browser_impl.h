@@ -13,6 +13,7 @@
 #include "include/cef_browser.h"
 #include "include/cef_client.h"
 #include "json.h"
+#include "request_scope.h"
 
 namespace vexorcef {
 
@@ -146,6 +147,9 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void PlaceWindow();
   void WindowReady(unsigned long chromium_window);
   void Navigate(const std::string& url, const std::string& frame_cdp_id);
+  // Whether the handler is asked about a page interception never sees before it loads; any
+  // thread.
+  bool ScreensPage(const std::string& url) const;
   // Asks the request handler about a main-frame load of a page that interception never
   // sees before it starts, then calls go with the (possibly rewritten) address, or reports
   // the load as blocked.
@@ -208,6 +212,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   CefRefPtr<CefClient> client_;
   CefRefPtr<CefRequestHandler> request_handler_;  // under frames_mutex_ off the UI thread
   UiReleasedRef<CefRequestHandler> RequestHandler();
+  const RequestScope held_requests_;  // what Chromium holds for the handler; any thread
   CefWindowInfo window_info_;
   const bool is_popup_;
 

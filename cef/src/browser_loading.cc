@@ -19,7 +19,7 @@ void BrowserImpl::LoadUrlInFrame(const std::string& url, const std::string& fram
     if (!e->chromium_alive()) e->EnsureChromium();
     return;
   }
-  if (request_handler_ && frame_cdp_id.empty() && IsUninterceptedPage(url)) {
+  if (request_handler_ && frame_cdp_id.empty() && ScreensPage(url)) {
     CefRefPtr<BrowserImpl> self = this;
     ScreenUninterceptedPage(url, TT_EXPLICIT, [self](const std::string& final_url) {
       self->Navigate(final_url, std::string());
@@ -27,6 +27,10 @@ void BrowserImpl::LoadUrlInFrame(const std::string& url, const std::string& fram
     return;
   }
   Navigate(url, frame_cdp_id);
+}
+
+bool BrowserImpl::ScreensPage(const std::string& url) const {
+  return IsUninterceptedPage(url) && held_requests_.Holds(url, "Document");
 }
 
 void BrowserImpl::ScreenUninterceptedPage(const std::string& url, TransitionType transition,
@@ -95,7 +99,7 @@ void BrowserImpl::NavigateHistory(int delta) {
       self->transition_[self->target_id_] = transition;
       self->Cmd("Page.navigateToHistoryEntry", Json::object().set("entryId", id));
     };
-    if (self->request_handler_ && IsUninterceptedPage(url))
+    if (self->request_handler_ && self->ScreensPage(url))
       self->ScreenUninterceptedPage(url, transition, go);
     else
       go(url);
@@ -133,7 +137,7 @@ void BrowserImpl::ReloadPage(bool ignore_cache) {
       self->transition_[self->target_id_] = TT_RELOAD;
       self->Cmd("Page.reload", Json::object().set("ignoreCache", ignore_cache));
     };
-    if (self->request_handler_ && IsUninterceptedPage(url))
+    if (self->request_handler_ && self->ScreensPage(url))
       self->ScreenUninterceptedPage(url, TT_RELOAD, go);
     else
       go(url);

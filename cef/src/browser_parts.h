@@ -18,6 +18,7 @@
 #include "include/cef_request.h"
 #include "include/cef_request_handler.h"
 #include "json.h"
+#include "request_scope.h"
 
 namespace vexorcef {
 
@@ -38,27 +39,6 @@ inline bool IsUninterceptedPage(const std::string& url) {
          StartsWith(url, "chrome-untrusted:") ||
          StartsWith(url, "devtools:") || StartsWith(url, "chrome-search:") ||
          (StartsWith(url, "about:") && url != "about:blank" && url != "about:srcdoc");
-}
-
-inline cef_resource_type_t ResourceTypeFor(const std::string& type, bool main_frame,
-                                    const std::string& url) {
-  if (type == "Document") return main_frame ? RT_MAIN_FRAME : RT_SUB_FRAME;
-  if (type == "Stylesheet") return RT_STYLESHEET;
-  if (type == "Script") return RT_SCRIPT;
-  if (type == "Image") return RT_IMAGE;
-  if (type == "Font") return RT_FONT_RESOURCE;
-  if (type == "Media" || type == "TextTrack") return RT_MEDIA;
-  if (type == "XHR" || type == "Fetch" || type == "EventSource") return RT_XHR;
-  if (type == "Prefetch") return RT_PREFETCH;
-  if (type == "Ping") return RT_PING;
-  if (type == "CSPViolationReport") return RT_CSP_REPORT;
-  if (type == "Other") {
-    size_t q = url.find_first_of("?#");
-    std::string path = url.substr(0, q);
-    if (path.size() >= 12 && path.compare(path.size() - 12, 12, "/favicon.ico") == 0)
-      return RT_FAVICON;
-  }
-  return RT_SUB_RESOURCE;
 }
 
 class RequestImpl : public CefRequest {

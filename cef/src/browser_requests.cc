@@ -98,7 +98,7 @@ void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& p
   const std::string target = TargetId();
   std::string url = params["url"].str();
   UiReleasedRef<CefRequestHandler> handler = RequestHandler();
-  if (!handler || !IsUninterceptedPage(url)) return;
+  if (!handler || !ScreensPage(url)) return;
   {
     std::lock_guard<std::mutex> l(nav_mutex_);
     if (approved_url_ == url) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <set>
 #include <fstream>
 
 #include "include/cef_app.h"
@@ -468,6 +469,88 @@ TEST_F(Fresh, AsyncContinueHoldsTheRequestUntilAnsweredFromAnotherThread) {
   ASSERT_TRUE(PumpUntil([&] { return c->main_load_ends > 0 && !c->loading; }));
   EXPECT_EQ(c->title, "held");
   c->on_request_async = nullptr;
+}
+
+TEST(Requests, AHandlerThatNamesItsRefusableRequestsIsAskedAboutThoseAloneAndRefusesThem) {
+  // Of every frame, the cross-site one in a renderer of its own included: images, a script,
+  // a fetch and media; some of them under the refusable folder, of this host only.
+  const std::string cross = "http://localhost:" + std::to_string(g_server->port());
+  g_server->Serve("/mixed.html",
+                  "<img src='/plain.png'><img src='/refusable/a.png'>"
+                  "<script src='/plain.js'></script><iframe src='/mixed-frame.html'></iframe>"
+                  "<iframe src='" + cross + "/mixed-cross.html'></iframe>"
+                  "<video src='/clip.webm' preload=auto></video>"
+                  "<script>fetch('/refusable/data.txt').then(() => console.log('FETCH:loaded'),"
+                  " () => console.log('FETCH:refused'))</script>");
+  g_server->Serve("/mixed-frame.html", "<img src='/refusable/b.png'><img src='/frame.png'>");
+  g_server->Serve("/mixed-cross.html", "<img src='/cross.png'><img src='/refusable/c.png'>");
+  g_server->Serve("/plain.js", "var plain = 1;", 200, "text/javascript");
+  g_server->Serve("/refusable/data.txt", "data", 200, "text/plain");
+  g_server->Serve("/clip.webm", std::string(4096, 'x'), 200, "video/webm");
+  const std::string refusable = g_server->Url("/refusable/");
+  const std::set<std::string> everything = {
+      g_server->Url("/mixed.html"),       g_server->Url("/plain.png"),
+      refusable + "a.png",                g_server->Url("/plain.js"),
+      g_server->Url("/mixed-frame.html"), refusable + "b.png",
+      g_server->Url("/frame.png"),        cross + "/mixed-cross.html",
+      cross + "/cross.png",               cross + "/refusable/c.png",
+      g_server->Url("/clip.webm"),        refusable + "data.txt"};
+  auto asked = [](CefRefPtr<TestClient> c) {
+    std::set<std::string> urls;
+    std::lock_guard<std::mutex> l(c->mutex);
+    for (auto& r : c->requests) urls.insert(r.first);
+    return urls;
+  };
+  auto asked_all = [&](CefRefPtr<TestClient> c, const std::set<std::string>& expected) {
+    return PumpUntil([&] {
+      std::set<std::string> seen = asked(c);
+      return std::includes(seen.begin(), seen.end(), expected.begin(), expected.end());
+    });
+  };
+
+  // One that names nothing is asked about every request.
+  CefRefPtr<TestClient> all = new TestClient;
+  ASSERT_TRUE(all->Create(""));
+  ASSERT_TRUE(all->Load(g_server->Url("/mixed.html")));
+  EXPECT_TRUE(asked_all(all, everything)) << ::testing::PrintToString(asked(all));
+  EXPECT_TRUE(all->WaitForLog("FETCH:loaded"));
+  all->Close();
+
+  // One that names a folder and media is asked about those alone, and refuses them.
+  CefRefPtr<TestClient> named = new TestClient;
+  named->refusable = CefRefusableRequests{{refusable}, {RT_MEDIA}};
+  named->on_request = [](CefRefPtr<CefRequest>) { return RV_CANCEL; };
+  ASSERT_TRUE(named->Create(""));
+  const int served = static_cast<int>(g_server->Requests().size());
+  named->browser->GetMainFrame()->LoadURL(g_server->Url("/mixed.html"));
+  const std::set<std::string> held = {refusable + "a.png", refusable + "b.png",
+                                      refusable + "data.txt", g_server->Url("/clip.webm")};
+  EXPECT_TRUE(asked_all(named, held)) << ::testing::PrintToString(asked(named));
+  EXPECT_TRUE(named->WaitForLog("FETCH:refused"));
+  ASSERT_TRUE(PumpUntil([&] { return g_server->CountRequests("/refusable/c.png") == 2; }));
+  PumpFor(500);
+  EXPECT_EQ(asked(named), held);
+  std::vector<std::string> fetched = g_server->Requests();
+  fetched.erase(fetched.begin(), fetched.begin() + served);
+  // Chromium asks for the favicon whenever it likes.
+  fetched.erase(std::remove(fetched.begin(), fetched.end(), "/favicon.ico"), fetched.end());
+  std::sort(fetched.begin(), fetched.end());
+  EXPECT_EQ(fetched, (std::vector<std::string>{"/cross.png", "/frame.png", "/mixed-cross.html",
+                                               "/mixed-frame.html", "/mixed.html", "/plain.js",
+                                               "/plain.png", "/refusable/c.png"}));
+  EXPECT_TRUE(named->request_thread_ok);
+
+  // The page script's dialogs still wait for the client.
+  named->on_dialog = [](JSDialogType, const std::string&, CefRefPtr<CefJSDialogCallback> cb) {
+    cb->Continue(true, "typed");
+    return true;
+  };
+  EXPECT_EQ(named->Eval("prompt('name?')"), "typed");
+  // Chromium's own pages are screened before they load only when named.
+  ASSERT_TRUE(named->Load("chrome://version/"));
+  EXPECT_EQ(named->browser->GetMainFrame()->GetURL().ToString(), "chrome://version/");
+  EXPECT_EQ(asked(named), held);
+  named->Close();
 }
 
 TEST_F(Fresh, InternalPagesReachTheHandlerAndStopWhenCancelled) {

@@ -390,6 +390,12 @@ CefRequestHandler::ReturnValue TestClient::OnBeforeResourceLoad(
   return on_request ? on_request(request) : RV_CONTINUE;
 }
 
+bool TestClient::GetRefusableRequests(CefRefusableRequests& r) {
+  CheckUi();
+  if (refusable) r = *refusable;
+  return refusable.has_value();
+}
+
 void TestClient::OnRenderProcessTerminated(CefRefPtr<CefBrowser> b, TerminationStatus status) {
   CheckUi();
   if (router) router->OnRenderProcessTerminated(b);

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -136,6 +137,7 @@ class TestClient : public CefClient,
   ReturnValue OnBeforeResourceLoad(CefRefPtr<CefBrowser> browser, CefRefPtr<CefFrame> frame,
                                    CefRefPtr<CefRequest> request,
                                    CefRefPtr<CefRequestCallback> callback) override;
+  bool GetRefusableRequests(CefRefusableRequests& refusable) override;
   void OnRenderProcessTerminated(CefRefPtr<CefBrowser> browser,
                                  TerminationStatus status) override;
 
@@ -172,6 +174,8 @@ class TestClient : public CefClient,
   std::mutex mutex;  // guards what the I/O thread touches
   std::vector<std::string> log;  // "event detail" lines
   std::vector<std::pair<std::string, int>> requests;  // url, resource type
+  // What the client names as refusable when its browser is made; nothing: it asks about all.
+  std::optional<CefRefusableRequests> refusable;
   std::vector<std::string> console;
   std::function<ReturnValue(CefRefPtr<CefRequest>)> on_request;  // I/O thread
   std::function<ReturnValue(CefRefPtr<CefRequest>, CefRefPtr<CefRequestCallback>)>

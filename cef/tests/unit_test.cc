@@ -17,6 +17,7 @@
 #include "include/wrapper/cef_helpers.h"
 #include "include/wrapper/cef_message_router.h"
 #include "json.h"
+#include "request_scope.h"
 #include "switches.h"
 #include "text_codecs.h"
 
@@ -391,6 +392,57 @@ TEST(SwitchesTest, SettingsFillGapsTheCommandLineLeavesAndTheEnginesComeLast) {
                       "SpareRendererForSitePerProcess,Translate,MediaRouter,PaintHolding"),
             start.switches.end());
   EXPECT_TRUE(start.env.empty());
+}
+
+TEST(RequestScopeTest, ChromiumHoldsWhatTheHandlerNamesOrEverythingItAsksAbout) {
+  using vexorcef::RequestScope;
+  struct Handler : public CefRequestHandler {
+    bool GetRefusableRequests(CefRefusableRequests& r) override {
+      if (names) r = refusable;
+      return names;
+    }
+    bool names = false;
+    CefRefusableRequests refusable;
+    IMPLEMENT_REFCOUNTING(Handler);
+  };
+  CefRefPtr<Handler> handler = new Handler;
+  // Without a handler nothing is held; with one that names nothing, every request.
+  EXPECT_EQ(RequestScope::For(nullptr).FetchPatterns().size(), 0u);
+  EXPECT_FALSE(RequestScope::For(nullptr).Holds("http://a/", "Document"));
+  RequestScope all = RequestScope::For(handler.get());
+  EXPECT_TRUE(all.HoldsEverything());
+  ASSERT_EQ(all.FetchPatterns().size(), 1u);
+  EXPECT_EQ(all.FetchPatterns()[0]["urlPattern"].str(), "*");
+  EXPECT_EQ(all.FetchPatterns()[0]["requestStage"].str(), "Request");
+
+  // Prefixes keep Chromium's wildcards literal; a type becomes every type Chromium holds
+  // requests by that the engine reports as it. No request is reported as a plug-in's.
+  handler->names = true;
+  handler->refusable.url_prefixes = {"file://", "http://x/a*b?c\\"};
+  handler->refusable.resource_types = {RT_MEDIA, RT_SUB_RESOURCE, RT_PLUGIN_RESOURCE};
+  RequestScope named = RequestScope::For(handler.get());
+  EXPECT_FALSE(named.HoldsEverything());
+  std::vector<std::string> patterns;
+  const Json named_patterns = named.FetchPatterns();
+  for (const Json& p : named_patterns.items()) {
+    EXPECT_EQ(p["requestStage"].str(), "Request");
+    patterns.push_back(p["urlPattern"].str() + " " + p["resourceType"].str());
+  }
+  EXPECT_EQ(patterns, (std::vector<std::string>{"file://* ", "http://x/a\\*b\\?c\\\\* ",
+                                                "* Media", "* Other"}));
+  EXPECT_TRUE(named.Holds("file:///etc/passwd", "Image"));
+  EXPECT_TRUE(named.Holds("http://x/a*b?c\\d.png", "Image"));
+  EXPECT_FALSE(named.Holds("http://x/aXbYc\\d.png", "Image"));
+  EXPECT_FALSE(named.Holds("https://example.com/file://", "Document"));
+  EXPECT_TRUE(named.Holds("https://example.com/v.webm", "Media"));
+  EXPECT_TRUE(named.Holds("https://example.com/embedded", "Other"));
+  EXPECT_FALSE(named.Holds("https://example.com/a.png", "Image"));
+
+  handler->refusable = CefRefusableRequests{{}, {RT_MAIN_FRAME, RT_FAVICON, RT_XHR}};
+  patterns.clear();
+  const Json typed_patterns = RequestScope::For(handler.get()).FetchPatterns();
+  for (const Json& p : typed_patterns.items()) patterns.push_back(p["resourceType"].str());
+  EXPECT_EQ(patterns, (std::vector<std::string>{"Document", "EventSource", "Fetch", "Other", "XHR"}));
 }
 
 TEST(SwitchesTest, ProfileFoldersFollowTheSettingsUnlessOverridden) {

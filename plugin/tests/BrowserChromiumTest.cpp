@@ -106,6 +106,44 @@ TEST_F(ChromiumBrowser, FilesOutsideTheFolderAreRefusedInChromiumsCanonicalForm)
     }
 }
 
+TEST_F(ChromiumBrowser, MediaIsRefusedAndInDebugModeEveryRequestLeavesItsTrace)
+{
+    gRuntime->server.Serve("/media.html", "<title>media</title><img src='/still.png'>"
+                                          "<video src='/clip.webm' preload=auto onerror=\"document.title='refused'\"></video>");
+    gRuntime->server.Serve("/still.png", "GIF89a", 200, "image/gif");
+    gRuntime->server.Serve("/clip.webm", std::string(4096, 'x'), 200, "video/webm");
+    const QString signature = QStringLiteral(
+        "virtual CefRequestHandler::ReturnValue ChromiumClient::OnBeforeResourceLoad(CefRefPtr<CefBrowser>, "
+        "CefRefPtr<CefFrame>, CefRefPtr<CefRequest>, CefRefPtr<CefRequestCallback>)");
+    for (const bool debug : {false, true}) {
+        SCOPED_TRACE(debug ? "debug" : "quiet");
+        // The engine learns what the policy may refuse as the browser is made.
+        ConfigStore::write("chromium/debug", debug);
+        auto* view = new WebKitView(&mRoot);
+        view->setGeometry(QRect(0, 0, 600, 400));
+        ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); }));
+        mLog.clear();
+        const int images = gRuntime->server.CountRequests("/still.png");
+        view->loadURL(QUrl(url("/media.html")));
+        EXPECT_TRUE(pumpUntil([&] { return view->title() == "refused"; }, 10000)) << view->title().toStdString();
+        EXPECT_EQ(gRuntime->server.CountRequests("/clip.webm"), 0);
+        EXPECT_EQ(gRuntime->server.CountRequests("/still.png"), images + 1);
+        const QStringList traced = mLog.lines().filter(signature);
+        if (!debug) {
+            EXPECT_TRUE(traced.isEmpty()) << traced.join("\n").toStdString();
+        } else {
+            for (const char* path : {"/media.html", "/still.png", "/clip.webm"})
+                EXPECT_TRUE(mLog.contains("INFO", signature + " url " + url(path))) << path;
+            EXPECT_TRUE(mLog.contains("INFO", signature + " media request " + url("/clip.webm")))
+                << traced.join("\n").toStdString();
+        }
+        QPointer<ChromiumClient> client = view->client();
+        delete view;
+        EXPECT_TRUE(pumpUntil([&] { return client.isNull(); }));
+    }
+    ConfigStore::write("chromium/debug", false);
+}
+
 TEST_F(ChromiumBrowser, TitleAndAddressFollowGoingBackAndForward)
 {
     // Pages Chromium may keep whole in its back/forward cache.

@@ -148,6 +148,20 @@ TEST_F(BrowserClientTest, CrashLinesCountAndHideTheUrl)
     EXPECT_TRUE(mLog.contains("WARN", "gave up after 3 attempts, url --"));
 }
 
+TEST_F(BrowserClientTest, TheEngineHoldsWhatThePolicyMayRefuseAndInDebugModeEveryRequest)
+{
+    ConfigStore::write("chromium/debug", false);
+    CefRefusableRequests refusable;
+    ASSERT_TRUE(client->GetRefusableRequests(refusable));
+    CefRefusableRequests policy;
+    ChromiumClient::refusableRequests(policy);
+    EXPECT_EQ(refusable.url_prefixes, policy.url_prefixes);
+    EXPECT_EQ(refusable.resource_types, policy.resource_types);
+    // Every request then reaches the policy, which traces each one.
+    ConfigStore::write("chromium/debug", true);
+    EXPECT_FALSE(client->GetRefusableRequests(refusable));
+}
+
 TEST_F(BrowserClientTest, LoadEventsReachTheViewForTheMainFrameOnly)
 {
     adopt();

@@ -10,6 +10,8 @@
 
 #include <QTemporaryDir>
 #include <QUrlQuery>
+#include <algorithm>
+#include <vector>
 #include <gtest/gtest.h>
 
 namespace {
@@ -23,43 +25,44 @@ struct PolicyCase {
 
 const char* const kViewer = "chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html";
 
+const PolicyCase kCases[] = {
+    {"file:///usr/vexor/UI/assets/web_content/index.html", RT_MAIN_FRAME, RV_CONTINUE, false},
+    {"file:///usr/vexor/UI/assets/web_content/css/a.css", RT_STYLESHEET, RV_CONTINUE, false},
+    {"file:///etc/passwd", RT_MAIN_FRAME, RV_CANCEL, true},
+    {"file:///etc/passwd", RT_SUB_FRAME, RV_CANCEL, true},
+    {"file:///etc/passwd", RT_XHR, RV_CANCEL, true},
+    // Chromium resolves dots, percent-encoded dots and folds the scheme before asking.
+    {"file:///usr/vexor/UI/assets/", RT_MAIN_FRAME, RV_CANCEL, true},
+    {"file:///usr/vexor/UI/assets/web_content", RT_MAIN_FRAME, RV_CANCEL, true},
+    {"file:///usr/vexor/UI/assets//web_content/x.html", RT_IMAGE, RV_CANCEL, true},
+    {"file:///usr/vexor/UI/assets/web_content_other/x.html", RT_SCRIPT, RV_CANCEL, true},
+    {"file://host/usr/vexor/UI/assets/web_content/x.html", RT_MAIN_FRAME, RV_CANCEL, true},
+    {kViewer, RT_MAIN_FRAME, RV_CONTINUE, false},
+    {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html?file=x", RT_MAIN_FRAME, RV_CANCEL, true},
+    {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html#page=2", RT_MAIN_FRAME, RV_CANCEL, true},
+    {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/main.js", RT_SCRIPT, RV_CANCEL, true},
+    {"chrome-extension://aaaabbbbccccddddeeeeffffgggghhhh/index.html", RT_MAIN_FRAME, RV_CANCEL, true},
+    {"chrome://settings/", RT_MAIN_FRAME, RV_CANCEL, false},
+    {"chrome://gpu/", RT_SUB_FRAME, RV_CANCEL, false},
+    {"https://example.com/", RT_MAIN_FRAME, RV_CONTINUE, false},
+    {"https://example.com/clip.mp4", RT_MEDIA, RV_CANCEL, false},
+    {"file:///usr/vexor/UI/assets/web_content/clip.mp4", RT_MEDIA, RV_CANCEL, false},
+    {"https://example.com/app.swf", RT_OBJECT, RV_CANCEL, false},
+    {"https://example.com/plugin", RT_PLUGIN_RESOURCE, RV_CANCEL, false},
+    {"https://example.com/a.png", RT_IMAGE, RV_CONTINUE, false},
+    {"http://example.com/api", RT_XHR, RV_CONTINUE, false},
+    {"about:blank", RT_MAIN_FRAME, RV_CONTINUE, false},
+};
+
 } // namespace
 
 TEST(ResourcePolicy, ConfinesFilesAndInternalPagesForNavigationsAndSubresourcesAlike)
 {
     QTemporaryDir config;
     ConfigStore::setPath(config.filePath("car.ini"));
-    const PolicyCase cases[] = {
-        {"file:///usr/vexor/UI/assets/web_content/index.html", RT_MAIN_FRAME, RV_CONTINUE, false},
-        {"file:///usr/vexor/UI/assets/web_content/css/a.css", RT_STYLESHEET, RV_CONTINUE, false},
-        {"file:///etc/passwd", RT_MAIN_FRAME, RV_CANCEL, true},
-        {"file:///etc/passwd", RT_SUB_FRAME, RV_CANCEL, true},
-        {"file:///etc/passwd", RT_XHR, RV_CANCEL, true},
-        // Chromium resolves dots, percent-encoded dots and folds the scheme before asking.
-        {"file:///usr/vexor/UI/assets/", RT_MAIN_FRAME, RV_CANCEL, true},
-        {"file:///usr/vexor/UI/assets/web_content", RT_MAIN_FRAME, RV_CANCEL, true},
-        {"file:///usr/vexor/UI/assets//web_content/x.html", RT_IMAGE, RV_CANCEL, true},
-        {"file:///usr/vexor/UI/assets/web_content_other/x.html", RT_SCRIPT, RV_CANCEL, true},
-        {"file://host/usr/vexor/UI/assets/web_content/x.html", RT_MAIN_FRAME, RV_CANCEL, true},
-        {kViewer, RT_MAIN_FRAME, RV_CONTINUE, false},
-        {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html?file=x", RT_MAIN_FRAME, RV_CANCEL, true},
-        {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html#page=2", RT_MAIN_FRAME, RV_CANCEL, true},
-        {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/main.js", RT_SCRIPT, RV_CANCEL, true},
-        {"chrome-extension://aaaabbbbccccddddeeeeffffgggghhhh/index.html", RT_MAIN_FRAME, RV_CANCEL, true},
-        {"chrome://settings/", RT_MAIN_FRAME, RV_CANCEL, false},
-        {"chrome://gpu/", RT_SUB_FRAME, RV_CANCEL, false},
-        {"https://example.com/", RT_MAIN_FRAME, RV_CONTINUE, false},
-        {"https://example.com/clip.mp4", RT_MEDIA, RV_CANCEL, false},
-        {"file:///usr/vexor/UI/assets/web_content/clip.mp4", RT_MEDIA, RV_CANCEL, false},
-        {"https://example.com/app.swf", RT_OBJECT, RV_CANCEL, false},
-        {"https://example.com/plugin", RT_PLUGIN_RESOURCE, RV_CANCEL, false},
-        {"https://example.com/a.png", RT_IMAGE, RV_CONTINUE, false},
-        {"http://example.com/api", RT_XHR, RV_CONTINUE, false},
-        {"about:blank", RT_MAIN_FRAME, RV_CONTINUE, false},
-    };
     for (const bool debug : {false, true}) {
         ConfigStore::write("chromium/debug", debug);
-        for (const PolicyCase& c : cases) {
+        for (const PolicyCase& c : kCases) {
             CapturingLogSink log;
             CefRefPtr<FakeRequest> request = new FakeRequest(c.url, c.type);
             EXPECT_EQ(ChromiumClient::resourcePolicy(request.get()), c.expected) << c.url << " type " << c.type;
@@ -105,4 +108,34 @@ TEST(ResourcePolicy, TheManualGetsTheCarsParametersOnce)
     // Media of the manual is still refused, after the rewrite.
     CefRefPtr<FakeRequest> video = new FakeRequest("file:///usr/vexor/UI/assets/web_content/manual/v.mp4", RT_MEDIA);
     EXPECT_EQ(ChromiumClient::resourcePolicy(video.get()), RV_CANCEL);
+}
+
+TEST(ResourcePolicy, EveryRequestItRefusesOrRewritesIsOneItNamesRefusable)
+{
+    QTemporaryDir config;
+    ConfigStore::setPath(config.filePath("car.ini"));
+    CefRefusableRequests refusable;
+    ChromiumClient::refusableRequests(refusable);
+    // As the engine matches them: by the start of the address or by the resource type.
+    const auto named = [&](const QString& url, cef_resource_type_t type) {
+        for (const CefString& prefix : refusable.url_prefixes)
+            if (url.startsWith(QString::fromStdString(prefix.ToString())))
+                return true;
+        return std::find(refusable.resource_types.begin(), refusable.resource_types.end(), type)
+               != refusable.resource_types.end();
+    };
+    std::vector<PolicyCase> cases(std::begin(kCases), std::end(kCases));
+    cases.push_back({"file:///usr/vexor/UI/assets/web_content/manual/index.html", RT_MAIN_FRAME, RV_CONTINUE, false});
+    for (const PolicyCase& c : cases) {
+        CefRefPtr<FakeRequest> request = new FakeRequest(c.url, c.type);
+        const bool refused = ChromiumClient::resourcePolicy(request.get()) == RV_CANCEL;
+        const bool rewritten = request->url != QString(c.url);
+        if (refused || rewritten) {
+            EXPECT_TRUE(named(c.url, c.type)) << c.url << " type " << c.type;
+        }
+    }
+    // Web content the car may show goes on without waiting for the policy.
+    EXPECT_FALSE(named("https://example.com/", RT_MAIN_FRAME));
+    EXPECT_FALSE(named("https://example.com/a.png", RT_IMAGE));
+    EXPECT_FALSE(named("http://example.com/api", RT_XHR));
 }

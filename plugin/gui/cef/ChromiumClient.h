@@ -60,6 +60,8 @@ public:
 
     // The resource policy, on the engine's I/O thread: reads no field of any client.
     static ReturnValue resourcePolicy(CefRefPtr<CefRequest> request);
+    // The requests the policy may refuse or rewrite, by address prefix and resource type.
+    static void refusableRequests(CefRefusableRequests& refusable);
 
     // Input
     void sendKeyEvent(QKeyEvent* event);
@@ -119,6 +121,7 @@ public:
                         bool userGesture, bool isRedirect) override;
     ReturnValue OnBeforeResourceLoad(CefRefPtr<CefBrowser> browser, CefRefPtr<CefFrame> frame,
                                      CefRefPtr<CefRequest> request, CefRefPtr<CefRequestCallback> callback) override;
+    bool GetRefusableRequests(CefRefusableRequests& refusable) override;
 
     // CefKeyboardHandler
     bool OnPreKeyEvent(CefRefPtr<CefBrowser> browser, const CefKeyEvent& event, CefEventHandle osEvent,

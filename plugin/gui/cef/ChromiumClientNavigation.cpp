@@ -26,6 +26,12 @@ const QString kFilePrefix = QStringLiteral("file://");
 const QString kAllowedLocalFolder = QStringLiteral("file:///usr/vexor/UI/assets/web_content/");
 const QString kManualFolder = QStringLiteral("file:///usr/vexor/UI/assets/web_content/manual/");
 const QString kInternalPagesPrefix = QStringLiteral("chrome://");
+// Refused wherever they come from, with the words of their trace line.
+const struct {
+    cef_resource_type_t type;
+    const char* what;
+} kRefusedTypes[] = {
+    {RT_MEDIA, "media request"}, {RT_PLUGIN_RESOURCE, "plugin request"}, {RT_OBJECT, "object request"}};
 
 } // namespace
 
@@ -132,23 +138,33 @@ CefRequestHandler::ReturnValue ChromiumClient::resourcePolicy(CefRefPtr<CefReque
             Logger(nullptr, "INFO") << signature << "rejecting request" << url;
         return RV_CANCEL;
     }
-    const char* refused = nullptr;
-    switch (request->GetResourceType()) {
-    case RT_MEDIA:
-        refused = "media request";
-        break;
-    case RT_PLUGIN_RESOURCE:
-        refused = "plugin request";
-        break;
-    case RT_OBJECT:
-        refused = "object request";
-        break;
-    default:
-        return RV_CONTINUE;
+    for (const auto& refused : kRefusedTypes) {
+        if (request->GetResourceType() == refused.type) {
+            if (debug)
+                Logger(nullptr, "INFO") << signature << refused.what << url;
+            return RV_CANCEL;
+        }
     }
-    if (debug)
-        Logger(nullptr, "INFO") << signature << refused << url;
-    return RV_CANCEL;
+    return RV_CONTINUE;
+}
+
+bool ChromiumClient::GetRefusableRequests(CefRefusableRequests& refusable)
+{
+    CEF_REQUIRE_UI_THREAD();
+    // In debug mode every request is asked about, so that each one leaves its trace line.
+    if (DebugChromium.value())
+        return false;
+    refusableRequests(refusable);
+    return true;
+}
+
+void ChromiumClient::refusableRequests(CefRefusableRequests& refusable)
+{
+    // What the policy refuses or rewrites: every other request is let through unasked.
+    for (const QString& prefix : {kExtensionPrefix, kFilePrefix, kInternalPagesPrefix})
+        refusable.url_prefixes.push_back(ChromiumUtils::toCefString(prefix));
+    for (const auto& refused : kRefusedTypes)
+        refusable.resource_types.push_back(refused.type);
 }
 
 void ChromiumClient::OnLoadStart(CefRefPtr<CefBrowser> browser, CefRefPtr<CefFrame> frame, TransitionType transition)
