@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QImage>
-#include <QObject>
+#include "views/ViewHost.h"
+
 #include <QPointer>
 
 #include <memory>
@@ -11,18 +11,13 @@ class WindowCompositor;
 // One native window redirected off screen: its content is kept in an image that follows the
 // window's damage. Pixels are fetched when content() is asked for and something changed, and
 // only the rows that changed. Made by WindowCompositor; deleting it puts the window back.
-class CompositedWindow : public QObject {
+class CompositedWindow : public WindowContent {
     Q_OBJECT
 public:
     ~CompositedWindow() override;
 
     unsigned long window() const { return mWindow; }
-    // The window's current content; a null image once the window is unmapped or gone.
-    const QImage& content();
-
-signals:
-    // The content changed (drawn, resized, unmapped or gone): paint it again.
-    void changed();
+    const QImage& content() override;
 
 private:
     friend class WindowCompositor;

@@ -35,7 +35,7 @@ void DisplayDevice::setRoot(DisplayView* root)
 {
     mRoot = root;
     mTouchGrab = nullptr;
-    mKeyFocus = nullptr;
+    clearKeyFocus();
     requestFrame();
 }
 
@@ -194,34 +194,23 @@ void DisplayDevice::cancelTouch()
     holder->touchEvent({TouchEvent::Kind::Cancel, localTo(holder, mPressPosition)});
 }
 
-void DisplayDevice::key(QKeyEvent* event)
+void DisplayDevice::frameNeeded()
 {
-    for (DisplayView* v = mKeyFocus; v; v = v->parentView()) {
-        if (v->isShown() && v->keyEvent(event))
-            return;
-    }
-}
-
-void DisplayDevice::requestFrame()
-{
-    if (!gDisplay || gDisplay->mFramePending)
+    if (mFramePending)
         return;
-    gDisplay->mFramePending = true;
-    QTimer::singleShot(0, gDisplay, [] {
-        if (!gDisplay)
-            return;
-        gDisplay->mFramePending = false;
-        emit gDisplay->frameRequested();
+    mFramePending = true;
+    QTimer::singleShot(0, this, [this] {
+        mFramePending = false;
+        emit frameRequested();
     });
 }
 
-void DisplayDevice::requestFrame(const QRect& area)
+void DisplayDevice::areaNeeded(const QRect& area)
 {
-    if (gDisplay && area.isValid())
-        emit gDisplay->areaRequested(area);
+    emit areaRequested(area);
 }
 
-std::unique_ptr<CompositedWindow> DisplayDevice::compositeWindow(unsigned long window)
+std::unique_ptr<WindowContent> DisplayDevice::windowContent(unsigned long window)
 {
     if (!window || !CompositeRedirect.value())
         return nullptr;
@@ -232,41 +221,16 @@ std::unique_ptr<CompositedWindow> DisplayDevice::compositeWindow(unsigned long w
     return mCompositor ? mCompositor->redirect(window) : nullptr;
 }
 
-void DisplayDevice::setKeyFocus(DisplayView* view)
+void DisplayDevice::forget(DisplayView* view)
 {
-    if (!gDisplay)
-        return;
-    DisplayView* previous = gDisplay->mKeyFocus;
-    gDisplay->mKeyFocus = view;
-    if (previous && previous != view)
-        previous->lostKeyFocus();
+    if (mTouchGrab == view)
+        mTouchGrab = nullptr;
+    if (mRoot == view)
+        mRoot = nullptr;
 }
 
-DisplayView* DisplayDevice::keyFocus()
+void DisplayDevice::cancelTouchInside(DisplayView* view, bool inside)
 {
-    return gDisplay ? gDisplay->mKeyFocus : nullptr;
-}
-
-void DisplayDevice::viewDestroyed(DisplayView* view)
-{
-    if (!gDisplay)
-        return;
-    if (gDisplay->mTouchGrab == view)
-        gDisplay->mTouchGrab = nullptr;
-    if (gDisplay->mKeyFocus == view)
-        gDisplay->mKeyFocus = nullptr;
-    if (gDisplay->mRoot == view)
-        gDisplay->mRoot = nullptr;
-}
-
-void DisplayDevice::viewWithdrawn(DisplayView* view)
-{
-    if (gDisplay && gDisplay->mTouchGrab && gDisplay->mTouchGrab->isChildOf(view))
-        gDisplay->cancelTouch();
-}
-
-void DisplayDevice::modalShown(DisplayView* overlay)
-{
-    if (gDisplay && gDisplay->mTouchGrab && !gDisplay->mTouchGrab->isChildOf(overlay))
-        gDisplay->cancelTouch();
+    if (mTouchGrab && mTouchGrab->isChildOf(view) == inside)
+        cancelTouch();
 }

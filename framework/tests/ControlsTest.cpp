@@ -1,7 +1,7 @@
 #include "core/DataValueBinding.h"
 #include "core/Logger.h"
 #include "display/DisplayDevice.h"
-#include "display/ViewDump.h"
+#include "views/ViewDump.h"
 #include "views/ButtonView.h"
 #include "views/ConfirmingButtonView.h"
 #include "views/SlideSwitch.h"

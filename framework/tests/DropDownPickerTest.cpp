@@ -1,5 +1,5 @@
 #include "display/DisplayDevice.h"
-#include "display/ViewDump.h"
+#include "views/ViewDump.h"
 #include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 #include "views/DropDownPicker.h"

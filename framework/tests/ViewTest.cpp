@@ -1,6 +1,6 @@
 #include "core/DataValue.h"
 #include "display/DisplayDevice.h"
-#include "display/ViewDump.h"
+#include "views/ViewDump.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"
 #include "views/LayoutView.h"

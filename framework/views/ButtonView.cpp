@@ -1,8 +1,8 @@
 #include "views/ButtonView.h"
 
-#include "display/DisplayDevice.h"
 #include "services/FontManager.h"
 #include "services/Skin.h"
+#include "views/ViewHost.h"
 
 #include <QJsonObject>
 #include <QPainter>
@@ -52,7 +52,7 @@ void ButtonView::setLabel(const QString& label)
         return;
     mLabel = label;
     // A finger on the old label did not choose the new one (a tab bar that gained a tab).
-    DisplayDevice::viewWithdrawn(this);
+    ViewHost::viewWithdrawn(this);
     update();
 }
 

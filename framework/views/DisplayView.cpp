@@ -3,7 +3,7 @@
 #include "core/DataValue.h"
 #include "core/DataValueBinding.h"
 #include "core/Logger.h"
-#include "display/DisplayDevice.h"
+#include "views/ViewHost.h"
 
 #include <QEasingCurve>
 #include <QKeyEvent>
@@ -22,7 +22,7 @@ DisplayView::DisplayView(DisplayView* parent)
 
 DisplayView::~DisplayView()
 {
-    DisplayDevice::viewDestroyed(this);
+    ViewHost::viewDestroyed(this);
     if (mParentView) {
         mParentView->mChildren.removeAll(this);
         mParentView->update();
@@ -167,7 +167,7 @@ void DisplayView::show(bool visible)
         return;
     mVisible = visible;
     if (!visible)
-        DisplayDevice::viewWithdrawn(this);
+        ViewHost::viewWithdrawn(this);
     if (mParentView)
         mParentView->update();
     update();
@@ -189,7 +189,7 @@ void DisplayView::enable(bool on, bool redraw)
         return;
     mEnabled = on;
     if (!on)
-        DisplayDevice::viewWithdrawn(this);
+        ViewHost::viewWithdrawn(this);
     if (redraw)
         update();
     if (on)
@@ -217,7 +217,7 @@ void DisplayView::dumpProperties(QJsonObject&) const
 
 void DisplayView::update()
 {
-    DisplayDevice::requestFrame();
+    ViewHost::requestFrame();
 }
 
 bool DisplayView::touchEvent(const TouchEvent&)
@@ -246,7 +246,7 @@ bool DisplayView::keyEvent(QKeyEvent*)
 
 void DisplayView::setKeyFocus()
 {
-    DisplayDevice::setKeyFocus(this);
+    ViewHost::setKeyFocus(this);
 }
 
 void DisplayView::lostKeyFocus()
@@ -255,7 +255,7 @@ void DisplayView::lostKeyFocus()
 
 bool DisplayView::hasKeyFocus() const
 {
-    return DisplayDevice::keyFocus() == this;
+    return ViewHost::keyFocus() == this;
 }
 
 DisplayView* DisplayView::viewAt(const QPoint& local)

@@ -1,11 +1,11 @@
 #include "views/DropDownPicker.h"
 
-#include "display/ViewDump.h"
-#include "views/CenterDisplay.h"
 #include "services/FontManager.h"
 #include "views/ButtonView.h"
+#include "views/CenterDisplay.h"
 #include "views/DropDownPickerStringTableModel.h"
 #include "views/Style.h"
+#include "views/ViewDump.h"
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
 #include "views/table/TableCell.h"

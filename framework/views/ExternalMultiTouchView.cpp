@@ -1,10 +1,9 @@
 #include "views/ExternalMultiTouchView.h"
 
 #include "core/ConfigValue.h"
-#include "display/CompositedWindow.h"
-#include "display/DisplayDevice.h"
 #include "services/X11Utils.h"
 #include "views/KineticScroller.h"
+#include "views/ViewHost.h"
 
 #include <QPainter>
 
@@ -48,11 +47,11 @@ void ExternalMultiTouchView::resetLayerIfNecessary()
         return;
     mLayer.reset();
     mWindow = window;
-    DisplayDevice* display = DisplayDevice::instance();
-    if (window && display)
-        mLayer = display->compositeWindow(window);
+    ViewHost* host = ViewHost::instance();
+    if (window && host)
+        mLayer = host->windowContent(window);
     if (mLayer)
-        connect(mLayer.get(), &CompositedWindow::changed, this, [this] { DisplayDevice::requestFrame(rootGeometry()); });
+        connect(mLayer.get(), &WindowContent::changed, this, [this] { ViewHost::requestFrame(rootGeometry()); });
     placeWindow();
     update();
 }

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-class CompositedWindow;
+class WindowContent;
 class KineticScroller;
 
 // A view whose content is another program's native X window, found by findX11Window. The
@@ -58,7 +58,7 @@ private:
     void scrollerMoved(const QPointF& offset);
 
     unsigned long mWindow = 0;
-    std::unique_ptr<CompositedWindow> mLayer;
+    std::unique_ptr<WindowContent> mLayer;
 
     KineticScroller* mScroller;
     QPoint mPressAt;

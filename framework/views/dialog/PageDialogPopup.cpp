@@ -1,9 +1,9 @@
 #include "views/dialog/PageDialogPopup.h"
 
-#include "display/DisplayDevice.h"
 #include "views/CenterDisplay.h"
-#include "views/popup/OverlayView.h"
+#include "views/ViewHost.h"
 #include "views/keyboard/TextFieldView.h"
+#include "views/popup/OverlayView.h"
 
 #include <QJsonObject>
 
@@ -42,7 +42,7 @@ PageDialogPopup::PageDialogPopup(const QString& title, const QString& text, Kind
         connect(mField, &TextFieldView::returnPressed, this, [this] { answer(true); });
         connect(this, &PopupView::closed, mField, [this] {
             if (mField->hasKeyFocus())
-                DisplayDevice::setKeyFocus(nullptr);
+                ViewHost::setKeyFocus(nullptr);
         });
     }
 }

@@ -1,6 +1,6 @@
 #include "views/keyboard/KeyMap.h"
 
-#include "display/DisplayDevice.h"
+#include "views/ViewHost.h"
 
 #include <QKeyEvent>
 
@@ -32,11 +32,8 @@ KeyStroke KeyStroke::forControl(int key)
 
 void KeyStroke::deliver() const
 {
-    DisplayDevice* display = DisplayDevice::instance();
-    if (!display)
-        return;
     QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, text);
-    display->key(&press);
+    ViewHost::key(&press);
     QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier, text);
-    display->key(&release);
+    ViewHost::key(&release);
 }

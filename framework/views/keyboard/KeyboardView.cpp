@@ -1,8 +1,8 @@
 #include "views/keyboard/KeyboardView.h"
 
-#include "display/DisplayDevice.h"
-#include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
+#include "views/CenterDisplay.h"
+#include "views/ViewHost.h"
 #include "views/keyboard/KeyMap.h"
 
 #include <QJsonObject>
@@ -172,7 +172,7 @@ void KeyboardView::pressed(const QString& name)
     } else if (name == ToAccents) {
         setLayer(Accents);
     } else if (name == Hide) {
-        DisplayDevice::setKeyFocus(nullptr);
+        ViewHost::setKeyFocus(nullptr);
         theCenterDisplay->setKeyboardVisible(false);
     } else {
         const QString text = mShifted ? shiftedLabel(name) : name;

@@ -1,6 +1,5 @@
 #include "views/keyboard/TextFieldView.h"
 
-#include "display/DisplayDevice.h"
 #include "views/CenterDisplay.h"
 
 #include <QJsonObject>

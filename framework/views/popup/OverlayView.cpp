@@ -1,7 +1,7 @@
 #include "views/popup/OverlayView.h"
 
-#include "display/DisplayDevice.h"
 #include "views/CenterDisplay.h"
+#include "views/ViewHost.h"
 #include "views/popup/PopupView.h"
 
 #include <QPainter>
@@ -62,7 +62,7 @@ void OverlayView::popupOpened(PopupView* popup)
     // Listeners ask for the stack as it will be drawn.
     mPopups.append(popup);
     if (popup->isModal())
-        DisplayDevice::modalShown(this);
+        ViewHost::modalShown(this);
     emit theCenterDisplay->popupWillShow(popup);
     update();
 }

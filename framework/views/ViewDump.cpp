@@ -1,4 +1,4 @@
-#include "display/ViewDump.h"
+#include "views/ViewDump.h"
 
 #include "views/DisplayView.h"
 
