@@ -19,6 +19,18 @@
 #include <QPainterPath>
 #include <QtMath>
 
+struct DropDownPicker::Private {
+    QStringList choices;
+    int index;
+    int pickerStyle;
+    QPointer<TableModel> model;
+    QPointer<ButtonView> button;
+    bool scrollable = false;
+    qreal maxItems = 0;
+    QPointer<PopupView> list;
+    TableView* table = nullptr;
+};
+
 namespace {
 
 constexpr int SettingsRowHeight = 60;
@@ -30,19 +42,20 @@ constexpr int ArrowWidth = 18;
 DropDownPicker::DropDownPicker(DisplayView* parent, const QStringList& choices, int index, int width, int pickerStyle,
                                TableModel* model, ButtonView* button)
     : ControlBase(parent)
-    , mChoices(choices)
-    , mIndex(index)
-    , mPickerStyle(pickerStyle)
-    , mModel(model ? model : new DropDownPickerStringTableModel(choices, this))
-    , mButton(button)
+    , d(new Private)
 {
-    if (mButton) {
+    d->choices = choices;
+    d->index = index;
+    d->pickerStyle = pickerStyle;
+    d->model = model ? model : new DropDownPickerStringTableModel(choices, this);
+    d->button = button;
+    if (d->button) {
         resize(0, 0);
-        mButton->setLabel(choiceText());
-        mButton->enable(isEnabled(), false);
-        connect(mButton, &ControlBase::released, this, &DropDownPicker::openList);
-        connect(this, &DisplayView::enabled, mButton, [this] { mButton->enable(true, true); });
-        connect(this, &DisplayView::disabled, mButton, [this] { mButton->enable(false, true); });
+        d->button->setLabel(choiceText());
+        d->button->enable(isEnabled(), false);
+        connect(d->button, &ControlBase::released, this, &DropDownPicker::openList);
+        connect(this, &DisplayView::enabled, d->button, [this] { d->button->enable(true, true); });
+        connect(this, &DisplayView::disabled, d->button, [this] { d->button->enable(false, true); });
     } else {
         resize(width, rowHeight());
     }
@@ -52,7 +65,7 @@ DropDownPicker::DropDownPicker(DisplayView* parent, const QStringList& choices, 
 
 DropDownPicker::~DropDownPicker()
 {
-    delete mList;
+    delete d->list;
 }
 
 int DropDownPicker::rowHeight() const
@@ -63,71 +76,71 @@ int DropDownPicker::rowHeight() const
 
 DisplayView* DropDownPicker::face() const
 {
-    return mButton ? static_cast<DisplayView*>(mButton) : const_cast<DropDownPicker*>(this);
+    return d->button ? static_cast<DisplayView*>(d->button) : const_cast<DropDownPicker*>(this);
 }
 
 void DropDownPicker::setChoiceIndex(int index)
 {
-    if (mIndex == index)
+    if (d->index == index)
         return;
-    mIndex = index;
-    if (mButton)
-        mButton->setLabel(choiceText());
+    d->index = index;
+    if (d->button)
+        d->button->setLabel(choiceText());
     syncListSelection();
     update();
 }
 
 bool DropDownPicker::isOpen() const
 {
-    return mList && mList->isOpen();
+    return d->list && d->list->isOpen();
 }
 
 void DropDownPicker::syncListSelection()
 {
-    if (!mTable)
+    if (!d->table)
         return;
-    if (mIndex >= 0 && mIndex < mChoices.size())
-        mTable->selectRow(TableModelIndex(nullptr, 1, mIndex));
+    if (d->index >= 0 && d->index < d->choices.size())
+        d->table->selectRow(TableModelIndex(nullptr, 1, d->index));
     else
-        mTable->clearSelection();
+        d->table->clearSelection();
 }
 
 void DropDownPicker::openList()
 {
     if (isOpen() || !isEffectivelyEnabled())
         return;
-    if (!mList) {
-        mList = new PopupView(false);
-        mList->setClosesOnOutsideTouch(true);
-        mTable = new TableView(mList, mModel, nullptr, nullptr, rowHeight());
-        mTable->setAutoResizeToParent(true);
-        connect(mTable->controller(), &TableController::rowTapped, this, &DropDownPicker::rowTapped);
-        connect(mList, &PopupView::closed, this, [this] { update(); });
+    if (!d->list) {
+        d->list = new PopupView(false);
+        d->list->setClosesOnOutsideTouch(true);
+        d->table = new TableView(d->list, d->model, nullptr, nullptr, rowHeight());
+        d->table->setAutoResizeToParent(true);
+        connect(d->table->controller(), &TableController::rowTapped, this, &DropDownPicker::rowTapped);
+        connect(d->list, &PopupView::closed, this, [this] { update(); });
     }
     // Which rows are enabled may have changed since the last opening without the model saying.
-    mTable->reloadData();
+    d->table->reloadData();
 
-    const int rows = mTable->rowCount();
-    const qreal shown = mScrollable && mMaxItems > 0 ? qMin<qreal>(rows, mMaxItems) : rows;
+    const int rows = d->table->rowCount();
+    const qreal shown = d->scrollable && d->maxItems > 0 ? qMin<qreal>(rows, d->maxItems) : rows;
     int height = qCeil(shown * rowHeight());
     const QRect anchor = face()->rootGeometry();
     const int below = theCenterDisplay->overlay()->height() - anchor.bottom() - 1;
     const int above = anchor.top();
     const bool upwards = height > below && above > below;
     height = qMin(height, upwards ? above : below);
-    mList->setGeometry(QRect(anchor.left(), upwards ? anchor.top() - height : anchor.bottom() + 1, anchor.width(), height));
+    d->list->setGeometry(QRect(anchor.left(), upwards ? anchor.top() - height : anchor.bottom() + 1, anchor.width(), height));
 
     syncListSelection();
     if (rows > 0)
-        mTable->scrollToRow(TableModelIndex(nullptr, 1, qBound(0, mIndex, rows - 1)));
-    mList->open();
+        d->table->scrollToRow(TableModelIndex(nullptr, 1, qBound(0, d->index, rows - 1)));
+    d->list->open();
     update();
 }
 
 void DropDownPicker::closeList()
 {
-    if (mList)
-        mList->close();
+    if (d->list)
+        d->list->close();
 }
 
 void DropDownPicker::rowTapped(TableView*, const TableModelIndex& index)
@@ -139,7 +152,7 @@ void DropDownPicker::rowTapped(TableView*, const TableModelIndex& index)
 
 void DropDownPicker::draw(QPainter& painter)
 {
-    if (mButton)
+    if (d->button)
         return;
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF faceRect = QRectF(rect()).adjusted(3, 5, -3, -5);
@@ -175,19 +188,69 @@ void DropDownPicker::draw(QPainter& painter)
 
 QString DropDownPicker::describe() const
 {
-    return mButton ? QString() : choiceText();
+    return d->button ? QString() : choiceText();
 }
 
 void DropDownPicker::dumpProperties(QJsonObject& out) const
 {
     out.insert(QStringLiteral("label"), choiceText());
-    out.insert(QStringLiteral("choices"), QJsonArray::fromStringList(mChoices));
-    out.insert(QStringLiteral("choiceIndex"), mIndex);
+    out.insert(QStringLiteral("choices"), QJsonArray::fromStringList(d->choices));
+    out.insert(QStringLiteral("choiceIndex"), d->index);
     out.insert(QStringLiteral("open"), isOpen());
     if (!isOpen())
         return;
     QJsonArray rows;
-    for (const TableCell* cell : mTable->visibleCells())
+    for (const TableCell* cell : d->table->visibleCells())
         rows.append(ViewDump::toJson(cell));
     out.insert(QStringLiteral("visibleRows"), rows);
+}
+
+void DropDownPicker::setScrollable(bool on)
+{
+    d->scrollable = on;
+}
+
+void DropDownPicker::setMaxItemsToDisplay(qreal items)
+{
+    d->maxItems = items;
+}
+
+QStringList DropDownPicker::choices() const
+{
+    return d->choices;
+}
+
+TableModel* DropDownPicker::model() const
+{
+    return d->model;
+}
+
+int DropDownPicker::pickerStyle() const
+{
+    return d->pickerStyle;
+}
+
+int DropDownPicker::choiceIndex() const
+{
+    return d->index;
+}
+
+QString DropDownPicker::choiceText() const
+{
+    return d->choices.value(d->index);
+}
+
+bool DropDownPicker::isScrollable() const
+{
+    return d->scrollable;
+}
+
+qreal DropDownPicker::maxItemsToDisplay() const
+{
+    return d->maxItems;
+}
+
+TableView* DropDownPicker::listView() const
+{
+    return d->table;
 }

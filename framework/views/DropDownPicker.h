@@ -6,6 +6,7 @@
 
 #include <QPointer>
 #include <QStringList>
+#include <memory>
 
 class ButtonView;
 class PopupView;
@@ -31,28 +32,28 @@ public:
                    TableModel* model = nullptr, ButtonView* button = nullptr);
     ~DropDownPicker() override;
 
-    QStringList choices() const { return mChoices; }
-    TableModel* model() const { return mModel; }
-    int pickerStyle() const { return mPickerStyle; }
-    int choiceIndex() const { return mIndex; }
+    QStringList choices() const;
+    TableModel* model() const;
+    int pickerStyle() const;
+    int choiceIndex() const;
     // An index outside the choices (-1) chooses nothing: the face goes blank.
     void setChoiceIndex(int index);
     // The current choice's text; empty when nothing is chosen.
-    QString choiceText() const { return mChoices.value(mIndex); }
+    QString choiceText() const;
 
     // A scrollable list shows at most maxItemsToDisplay rows and scrolls through the rest; a
     // fraction shows part of a row, as a hint that there is more. Otherwise the list shows
     // every row that fits on the display.
-    void setScrollable(bool on) { mScrollable = on; }
-    bool isScrollable() const { return mScrollable; }
-    void setMaxItemsToDisplay(qreal items) { mMaxItems = items; }
-    qreal maxItemsToDisplay() const { return mMaxItems; }
+    void setScrollable(bool on);
+    bool isScrollable() const;
+    void setMaxItemsToDisplay(qreal items);
+    qreal maxItemsToDisplay() const;
 
     // What a finger taps to open the list: the given button, or the picker itself.
     DisplayView* face() const;
     bool isOpen() const;
     // The open (or last opened) list; null before the first opening.
-    TableView* listView() const { return mTable; }
+    TableView* listView() const;
 
     void draw(QPainter& painter) override;
     QString describe() const override;
@@ -75,13 +76,6 @@ private:
     int rowHeight() const;
     void syncListSelection();
 
-    QStringList mChoices;
-    int mIndex;
-    int mPickerStyle;
-    QPointer<TableModel> mModel;
-    QPointer<ButtonView> mButton;
-    bool mScrollable = false;
-    qreal mMaxItems = 0;
-    QPointer<PopupView> mList;
-    TableView* mTable = nullptr;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

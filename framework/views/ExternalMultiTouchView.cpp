@@ -7,6 +7,26 @@
 
 #include <QPainter>
 
+struct ExternalMultiTouchView::Private {
+    unsigned long window = 0;
+    std::unique_ptr<WindowContent> layer;
+    KineticScroller* scroller = nullptr;
+    QPoint pressAt;
+    QPoint fingerAt;
+    bool tapAllowed = false;
+    bool dragging = false;
+    // From the start of a drag to the next touch: the scroller's moves become wheel steps.
+    bool scrolling = false;
+    QPointF gestureOrigin;
+    // Where the finger lifted, once the scroller glides on.
+    QPointF releasedAt;
+    bool gliding = false;
+    double scale = 1;
+    QPoint sent;
+    unsigned gestures = 0;
+    bool canHaveKeyFocus = false;
+};
+
 namespace {
 // The browser plug-in exports these for its host; the host reads them here.
 ConfigRealValue ScrollScale(QStringLiteral("chromium/scroll_scale"), 10.0);
@@ -20,10 +40,11 @@ const qreal kUnbounded = 1e9;
 
 ExternalMultiTouchView::ExternalMultiTouchView(DisplayView* parent)
     : DisplayView(parent)
-    , mScroller(new KineticScroller(this))
+    , d(new Private)
 {
-    mScroller->setBounds(QPointF(-kUnbounded, -kUnbounded), QPointF(kUnbounded, kUnbounded));
-    connect(mScroller, &KineticScroller::offsetChanged, this, &ExternalMultiTouchView::scrollerMoved);
+    d->scroller = new KineticScroller(this);
+    d->scroller->setBounds(QPointF(-kUnbounded, -kUnbounded), QPointF(kUnbounded, kUnbounded));
+    connect(d->scroller, &KineticScroller::offsetChanged, this, &ExternalMultiTouchView::scrollerMoved);
     connect(this, &DisplayView::moved, this, [this] { placeWindow(); });
 }
 
@@ -42,16 +63,16 @@ void ExternalMultiTouchView::lowerX11Window(unsigned long window)
 
 void ExternalMultiTouchView::resetLayerIfNecessary()
 {
-    const unsigned long window = findX11Window(mWindow);
-    if (window == mWindow)
+    const unsigned long window = findX11Window(d->window);
+    if (window == d->window)
         return;
-    mLayer.reset();
-    mWindow = window;
+    d->layer.reset();
+    d->window = window;
     ViewHost* host = ViewHost::instance();
     if (window && host)
-        mLayer = host->windowContent(window);
-    if (mLayer)
-        connect(mLayer.get(), &WindowContent::changed, this, [this] { ViewHost::requestFrame(rootGeometry()); });
+        d->layer = host->windowContent(window);
+    if (d->layer)
+        connect(d->layer.get(), &WindowContent::changed, this, [this] { ViewHost::requestFrame(rootGeometry()); });
     placeWindow();
     update();
 }
@@ -59,14 +80,14 @@ void ExternalMultiTouchView::resetLayerIfNecessary()
 void ExternalMultiTouchView::setRequiredTouchGesture(int kind, bool required)
 {
     if (required)
-        mGestures |= 1u << kind;
+        d->gestures |= 1u << kind;
     else
-        mGestures &= ~(1u << kind);
+        d->gestures &= ~(1u << kind);
 }
 
 void ExternalMultiTouchView::setCanHaveKeyFocus(bool can, bool grab)
 {
-    mCanHaveKeyFocus = can;
+    d->canHaveKeyFocus = can;
     if (can && grab)
         setKeyFocus();
 }
@@ -79,20 +100,20 @@ void ExternalMultiTouchView::resized()
 
 void ExternalMultiTouchView::placeWindow()
 {
-    if (!mWindow)
+    if (!d->window)
         return;
-    X11Utils::moveResizeWindow(mWindow, rootGeometry());
+    X11Utils::moveResizeWindow(d->window, rootGeometry());
     // Redirected, it is seen only through the view; below the UI it takes no pointer from it.
-    if (mLayer)
-        lowerX11Window(mWindow);
+    if (d->layer)
+        lowerX11Window(d->window);
 }
 
 void ExternalMultiTouchView::draw(QPainter& painter)
 {
     DisplayView::draw(painter);
-    if (!mLayer)
+    if (!d->layer)
         return;
-    const QImage& content = mLayer->content();
+    const QImage& content = d->layer->content();
     if (!content.isNull())
         painter.drawImage(QPoint(0, 0), content);
 }
@@ -103,37 +124,37 @@ bool ExternalMultiTouchView::touchEvent(const TouchEvent& event)
     switch (event.kind) {
     case TouchEvent::Kind::Press:
         // A touch that stops a glide only stops it.
-        mTapAllowed = !mScroller->press(at);
-        mPressAt = mFingerAt = at;
-        mDragging = mScrolling = false;
-        mGestureOrigin = mScroller->offset();
-        mGliding = false;
-        mSent = QPoint();
-        mScale = ScrollScale.value();
-        mScroller->setGlideDuration(qRound(ScrollDuration.value() * 1000));
+        d->tapAllowed = !d->scroller->press(at);
+        d->pressAt = d->fingerAt = at;
+        d->dragging = d->scrolling = false;
+        d->gestureOrigin = d->scroller->offset();
+        d->gliding = false;
+        d->sent = QPoint();
+        d->scale = ScrollScale.value();
+        d->scroller->setGlideDuration(qRound(ScrollDuration.value() * 1000));
         return true;
     case TouchEvent::Kind::Move:
-        mFingerAt = at;
-        if (!mDragging && (at - mPressAt).manhattanLength() >= kDragThreshold)
-            mDragging = mScrolling = true;
-        mScroller->move(at);
+        d->fingerAt = at;
+        if (!d->dragging && (at - d->pressAt).manhattanLength() >= kDragThreshold)
+            d->dragging = d->scrolling = true;
+        d->scroller->move(at);
         return true;
     case TouchEvent::Kind::Release:
-        mFingerAt = at;
-        if (mDragging) {
-            mReleasedAt = mScroller->offset();
-            mGliding = true;
-            mScroller->release(at);
+        d->fingerAt = at;
+        if (d->dragging) {
+            d->releasedAt = d->scroller->offset();
+            d->gliding = true;
+            d->scroller->release(at);
         } else {
-            mScroller->cancel();
-            if (mTapAllowed)
-                tapped(mPressAt);
+            d->scroller->cancel();
+            if (d->tapAllowed)
+                tapped(d->pressAt);
         }
-        mDragging = false;
+        d->dragging = false;
         return true;
     case TouchEvent::Kind::Cancel:
-        mScroller->cancel();
-        mDragging = mScrolling = false;
+        d->scroller->cancel();
+        d->dragging = d->scrolling = false;
         return true;
     }
     return false;
@@ -141,18 +162,18 @@ bool ExternalMultiTouchView::touchEvent(const TouchEvent& event)
 
 void ExternalMultiTouchView::scrollerMoved(const QPointF& offset)
 {
-    if (!mScrolling)
+    if (!d->scrolling)
         return;
     // The content stays under the finger; what it throws on lifting glides on, scaled. Whole
     // steps of the way since the press, so rounding never adds up.
-    const QPointF moved = mGliding ? (mGestureOrigin - mReleasedAt) + (mReleasedAt - offset) * mScale
-                                   : mGestureOrigin - offset;
+    const QPointF moved = d->gliding ? (d->gestureOrigin - d->releasedAt) + (d->releasedAt - offset) * d->scale
+                                   : d->gestureOrigin - offset;
     const QPoint target(qRound(moved.x()), qRound(moved.y()));
-    const QPoint step = target - mSent;
+    const QPoint step = target - d->sent;
     if (step.isNull())
         return;
-    mSent = target;
-    scrolled(step, mFingerAt);
+    d->sent = target;
+    scrolled(step, d->fingerAt);
 }
 
 void ExternalMultiTouchView::tapped(const QPoint& position)
@@ -164,4 +185,29 @@ void ExternalMultiTouchView::scrolled(const QPoint& delta, const QPoint& positio
 {
     (void)delta;
     (void)position;
+}
+
+unsigned long ExternalMultiTouchView::nativeWindow() const
+{
+    return d->window;
+}
+
+bool ExternalMultiTouchView::isComposited() const
+{
+    return d->layer != nullptr;
+}
+
+bool ExternalMultiTouchView::requiresTouchGesture(int kind) const
+{
+    return d->gestures & (1u << kind);
+}
+
+bool ExternalMultiTouchView::canHaveKeyFocus() const
+{
+    return d->canHaveKeyFocus;
+}
+
+KineticScroller* ExternalMultiTouchView::scroller() const
+{
+    return d->scroller;
 }

@@ -28,21 +28,21 @@ public:
 
     // Finds the window again and, when it is a different one, shows the new one.
     void resetLayerIfNecessary();
-    unsigned long nativeWindow() const { return mWindow; }
+    unsigned long nativeWindow() const;
     // The window's content is painted by the view (else the window is placed over it).
-    bool isComposited() const { return mLayer != nullptr; }
+    bool isComposited() const;
 
     // Gestures the view wants from the display; kind 2 is tap-and-drag.
     void setRequiredTouchGesture(int kind, bool required);
-    bool requiresTouchGesture(int kind) const { return mGestures & (1u << kind); }
+    bool requiresTouchGesture(int kind) const;
     // Views that take typed keys say so; `grab` takes the focus at once.
     void setCanHaveKeyFocus(bool can, bool grab);
-    bool canHaveKeyFocus() const { return mCanHaveKeyFocus; }
+    bool canHaveKeyFocus() const;
 
     void draw(QPainter& painter) override;
     bool touchEvent(const TouchEvent& event) override;
     // The momentum of drags (its clock can be replaced).
-    KineticScroller* scroller() const { return mScroller; }
+    KineticScroller* scroller() const;
 
 public slots:
     void resized() override;
@@ -57,23 +57,6 @@ private:
     void placeWindow();
     void scrollerMoved(const QPointF& offset);
 
-    unsigned long mWindow = 0;
-    std::unique_ptr<WindowContent> mLayer;
-
-    KineticScroller* mScroller;
-    QPoint mPressAt;
-    QPoint mFingerAt;
-    bool mTapAllowed = false;
-    bool mDragging = false;
-    // From the start of a drag to the next touch: the scroller's moves become wheel steps.
-    bool mScrolling = false;
-    QPointF mGestureOrigin;
-    // Where the finger lifted, once the scroller glides on.
-    QPointF mReleasedAt;
-    bool mGliding = false;
-    double mScale = 1;
-    QPoint mSent;
-
-    unsigned mGestures = 0;
-    bool mCanHaveKeyFocus = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

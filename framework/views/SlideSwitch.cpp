@@ -10,6 +10,36 @@
 #include <QPainterPath>
 #include <QVariantAnimation>
 
+struct SlideSwitch::Private {
+    Private(SlideSwitch* owner, const Style& style)
+        : style(style)
+        , positions({QStringLiteral("OFF"), QStringLiteral("ON")})
+        , binding(owner)
+        , textColor(style.colorProperty(QStringLiteral("TextColor"), Qt::white))
+        , shadowColor(style.colorProperty(QStringLiteral("ShadowColor"), Qt::black))
+        , fontSize(style.intProperty(QStringLiteral("FontSize"), 22))
+    {
+    }
+
+    Style style;
+    QStringList positions;
+    int position = 0;
+    DataValueBinding binding;
+    DataValueBinding::WriteMode writeMode = DataValueBinding::WriteMode::Request;
+    bool pending = false;
+    bool knobPlaced = false;
+    QColor textColor;
+    QColor shadowColor;
+    int fontSize;
+    qreal knob = 0;       // drawn
+    qreal knobTarget = 0; // resting or sliding to
+    QVariantAnimation* knobAnimation = nullptr;
+    bool touching = false;
+    bool dragging = false;
+    int pressX = 0;
+    qreal pressKnob = 0;
+};
+
 namespace {
 // Less than this is a tap that wobbled, not a drag.
 constexpr int DragThreshold = 6;
@@ -19,16 +49,11 @@ constexpr int KnobInset = 4;
 
 SlideSwitch::SlideSwitch(DisplayView* parent, const QStringList& positions, DataValue* value, const Style& style)
     : DisplayView(parent)
-    , mStyle(style)
-    , mPositions({QStringLiteral("OFF"), QStringLiteral("ON")})
-    , mBinding(this)
-    , mTextColor(style.colorProperty(QStringLiteral("TextColor"), Qt::white))
-    , mShadowColor(style.colorProperty(QStringLiteral("ShadowColor"), Qt::black))
-    , mFontSize(style.intProperty(QStringLiteral("FontSize"), 22))
+    , d(new Private(this, style))
 {
     fitWidth();
     setPositions(positions);
-    connect(&mBinding, &DataValueBinding::changed, this, &SlideSwitch::valueChanged);
+    connect(&d->binding, &DataValueBinding::changed, this, &SlideSwitch::valueChanged);
     if (value)
         setValueSource(value);
 }
@@ -39,43 +64,45 @@ SlideSwitch::SlideSwitch(DisplayView* parent, bool large)
 {
 }
 
+SlideSwitch::~SlideSwitch() = default;
+
 void SlideSwitch::setPositions(const QStringList& positions)
 {
     if (positions.size() < 2) {
         Logger(this, "WARN") << "a slide switch needs two positions or more, not" << positions.join(QLatin1Char('/'))
-                             << "- it keeps" << mPositions.join(QLatin1Char('/'));
+                             << "- it keeps" << d->positions.join(QLatin1Char('/'));
         return;
     }
-    mPositions = positions;
-    mPosition = qMin(mPosition, int(mPositions.size()) - 1);
+    d->positions = positions;
+    d->position = qMin(d->position, int(d->positions.size()) - 1);
     fitWidth();
     valueChanged();
 }
 
 void SlideSwitch::fitWidth()
 {
-    resize(int(mPositions.size()) * mStyle.intProperty(QStringLiteral("PositionWidth"), 150),
-           mStyle.intProperty(QStringLiteral("Height"), 60));
-    moveKnob(mPosition * segmentWidth(), false);
+    resize(int(d->positions.size()) * d->style.intProperty(QStringLiteral("PositionWidth"), 150),
+           d->style.intProperty(QStringLiteral("Height"), 60));
+    moveKnob(d->position * segmentWidth(), false);
 }
 
 void SlideSwitch::resized()
 {
     DisplayView::resized();
-    if (!mTouching)
-        moveKnob(mPosition * segmentWidth(), false);
+    if (!d->touching)
+        moveKnob(d->position * segmentWidth(), false);
 }
 
 void SlideSwitch::setPosition(int position, bool animate)
 {
-    if (position < 0 || position >= mPositions.size()) {
-        Logger(this, "WARN") << "no position" << position << "in" << mPositions.join(QLatin1Char('/'));
+    if (position < 0 || position >= d->positions.size()) {
+        Logger(this, "WARN") << "no position" << position << "in" << d->positions.join(QLatin1Char('/'));
         return;
     }
-    mPosition = position;
+    d->position = position;
     // A finger on the knob keeps it; the knob settles when the finger lets go.
-    if (!mTouching)
-        moveKnob(mPosition * segmentWidth(), animate);
+    if (!d->touching)
+        moveKnob(d->position * segmentWidth(), animate);
     update();
 }
 
@@ -86,74 +113,74 @@ void SlideSwitch::setValueSource(DataValue* value)
                               << value->name() << "- it works unbound";
         value = nullptr;
     }
-    mKnobPlaced = false;
-    mBinding.bind(value);
+    d->knobPlaced = false;
+    d->binding.bind(value);
 }
 
 void SlideSwitch::valueChanged()
 {
-    const DataValueBinding::Reading r = mBinding.read();
-    if (mPending != r.pending) {
-        mPending = r.pending;
+    const DataValueBinding::Reading r = d->binding.read();
+    if (d->pending != r.pending) {
+        d->pending = r.pending;
         update();
     }
     if (!r.valid && !r.pending)
         return; // nothing known to show: the knob stays
-    const DataValue* value = mBinding.value();
+    const DataValue* value = d->binding.value();
     int position = value->type() == DataValue::Type::Bool ? int(r.shown().toBool()) : r.shown().toInt();
-    if (position < 0 || position >= mPositions.size()) {
+    if (position < 0 || position >= d->positions.size()) {
         Logger(this, "WARN") << value->name() << "is" << position << "but the switch has only"
-                             << mPositions.join(QLatin1Char('/'));
-        position = qBound(0, position, int(mPositions.size()) - 1);
+                             << d->positions.join(QLatin1Char('/'));
+        position = qBound(0, position, int(d->positions.size()) - 1);
     }
     // A newly bound value is where the knob starts, not somewhere it slides to.
-    setPosition(position, mKnobPlaced);
-    mKnobPlaced = true;
+    setPosition(position, d->knobPlaced);
+    d->knobPlaced = true;
 }
 
 qreal SlideSwitch::segmentWidth() const
 {
-    return qreal(width()) / mPositions.size();
+    return qreal(width()) / d->positions.size();
 }
 
 int SlideSwitch::positionAt(qreal x) const
 {
     const qreal segment = segmentWidth();
-    return segment > 0 ? qBound(0, int(x / segment), int(mPositions.size()) - 1) : mPosition;
+    return segment > 0 ? qBound(0, int(x / segment), int(d->positions.size()) - 1) : d->position;
 }
 
 QVariant SlideSwitch::valueFor(int position) const
 {
-    const DataValue* value = mBinding.value();
+    const DataValue* value = d->binding.value();
     return value && value->type() == DataValue::Type::Bool ? QVariant(position != 0) : QVariant(position);
 }
 
 void SlideSwitch::moveKnob(qreal left, bool animate)
 {
-    mKnobTarget = left;
-    if (mKnobAnimation) {
-        mKnobAnimation->stop();
-        mKnobAnimation->deleteLater();
-        mKnobAnimation = nullptr;
+    d->knobTarget = left;
+    if (d->knobAnimation) {
+        d->knobAnimation->stop();
+        d->knobAnimation->deleteLater();
+        d->knobAnimation = nullptr;
     }
-    if (!animate || qFuzzyCompare(mKnob + 1, left + 1)) {
-        mKnob = left;
+    if (!animate || qFuzzyCompare(d->knob + 1, left + 1)) {
+        d->knob = left;
         update();
         return;
     }
     auto* animation = new QVariantAnimation(this);
-    mKnobAnimation = animation;
-    animation->setStartValue(mKnob);
+    d->knobAnimation = animation;
+    animation->setStartValue(d->knob);
     animation->setEndValue(left);
     animation->setDuration(KnobSlideMs);
     animation->setEasingCurve(QEasingCurve::OutQuad);
     connect(animation, &QVariantAnimation::valueChanged, this, [this](const QVariant& v) {
-        mKnob = v.toReal();
+        d->knob = v.toReal();
         update();
     });
     connect(animation, &QVariantAnimation::finished, this, [this, animation] {
-        if (mKnobAnimation == animation)
-            mKnobAnimation = nullptr;
+        if (d->knobAnimation == animation)
+            d->knobAnimation = nullptr;
         animation->deleteLater();
     });
     animation->start();
@@ -161,36 +188,36 @@ void SlideSwitch::moveKnob(qreal left, bool animate)
 
 void SlideSwitch::returnKnob()
 {
-    moveKnob(mPosition * segmentWidth(), true);
+    moveKnob(d->position * segmentWidth(), true);
 }
 
 bool SlideSwitch::touchEvent(const TouchEvent& event)
 {
     switch (event.kind) {
     case TouchEvent::Kind::Press:
-        mTouching = true;
-        mDragging = false;
-        mPressX = event.position.x();
-        mPressKnob = mKnobTarget;
+        d->touching = true;
+        d->dragging = false;
+        d->pressX = event.position.x();
+        d->pressKnob = d->knobTarget;
         return true;
     case TouchEvent::Kind::Move: {
-        const int dx = event.position.x() - mPressX;
-        if (!mDragging && qAbs(dx) >= DragThreshold)
-            mDragging = true;
-        if (mDragging)
-            moveKnob(qBound(qreal(0), mPressKnob + dx, width() - segmentWidth()), false);
+        const int dx = event.position.x() - d->pressX;
+        if (!d->dragging && qAbs(dx) >= DragThreshold)
+            d->dragging = true;
+        if (d->dragging)
+            moveKnob(qBound(qreal(0), d->pressKnob + dx, width() - segmentWidth()), false);
         return true;
     }
     case TouchEvent::Kind::Cancel:
-        mTouching = false;
-        mDragging = false;
+        d->touching = false;
+        d->dragging = false;
         returnKnob();
         return true;
     case TouchEvent::Kind::Release: {
-        mTouching = false;
+        d->touching = false;
         // A dragged knob goes to the position its centre is over.
-        const int target = positionAt(mDragging ? mKnob + segmentWidth() / 2 : event.position.x());
-        mDragging = false;
+        const int target = positionAt(d->dragging ? d->knob + segmentWidth() / 2 : event.position.x());
+        d->dragging = false;
         // Disabled while the finger was down: the touch no longer counts.
         if (!isEffectivelyEnabled())
             returnKnob();
@@ -204,12 +231,12 @@ bool SlideSwitch::touchEvent(const TouchEvent& event)
 
 void SlideSwitch::released(int position)
 {
-    if (position == mPosition) {
+    if (position == d->position) {
         returnKnob();
         return;
     }
     setPosition(position, true);
-    mBinding.write(valueFor(position), mWriteMode);
+    d->binding.write(valueFor(position), d->writeMode);
     emit positionChanged(position);
 }
 
@@ -231,14 +258,14 @@ void SlideSwitch::drawTrack(QPainter& painter)
 
 void SlideSwitch::drawKnob(QPainter& painter)
 {
-    const QRectF knob = QRectF(mKnob, 0, segmentWidth(), height()).adjusted(KnobInset, KnobInset, -KnobInset, -KnobInset);
+    const QRectF knob = QRectF(d->knob, 0, segmentWidth(), height()).adjusted(KnobInset, KnobInset, -KnobInset, -KnobInset);
     QPainterPath path;
     path.addRoundedRect(knob, 8, 8);
     const QColor fill(0x2d, 0x8c, 0xff);
-    painter.fillPath(path, mPending ? fill.darker(150) : fill);
+    painter.fillPath(path, d->pending ? fill.darker(150) : fill);
     // A request the car has not answered yet: dashed, like a pending toggle.
-    QPen rim(fill.lighter(150), mPending ? 3 : 1.5);
-    if (mPending)
+    QPen rim(fill.lighter(150), d->pending ? 3 : 1.5);
+    if (d->pending)
         rim.setStyle(Qt::DashLine);
     painter.setPen(rim);
     painter.drawPath(path);
@@ -246,22 +273,22 @@ void SlideSwitch::drawKnob(QPainter& painter)
 
 void SlideSwitch::drawLabels(QPainter& painter)
 {
-    for (int i = 0; i < mPositions.size(); ++i)
+    for (int i = 0; i < d->positions.size(); ++i)
         drawLabel(painter, i, labelOpacity(i));
 }
 
 void SlideSwitch::drawLabel(QPainter& painter, int index, qreal opacity)
 {
     QFont font = FontManager::instance()->defaultFont();
-    font.setPixelSize(mFontSize);
+    font.setPixelSize(d->fontSize);
     painter.save();
     painter.setOpacity(painter.opacity() * opacity);
     painter.setFont(font);
     const QRectF box = segmentRect(index);
-    painter.setPen(mShadowColor);
-    painter.drawText(box.translated(1, 1), Qt::AlignCenter, mPositions[index]);
-    painter.setPen(mTextColor);
-    painter.drawText(box, Qt::AlignCenter, mPositions[index]);
+    painter.setPen(d->shadowColor);
+    painter.drawText(box.translated(1, 1), Qt::AlignCenter, d->positions[index]);
+    painter.setPen(d->textColor);
+    painter.drawText(box, Qt::AlignCenter, d->positions[index]);
     painter.restore();
 }
 
@@ -280,10 +307,45 @@ void SlideSwitch::draw(QPainter& painter)
 
 void SlideSwitch::dumpProperties(QJsonObject& out) const
 {
-    out.insert(QStringLiteral("positions"), QJsonArray::fromStringList(mPositions));
-    out.insert(QStringLiteral("position"), mPosition);
-    if (mBinding.isBound())
-        out.insert(QStringLiteral("value"), mBinding.name());
-    if (mPending)
+    out.insert(QStringLiteral("positions"), QJsonArray::fromStringList(d->positions));
+    out.insert(QStringLiteral("position"), d->position);
+    if (d->binding.isBound())
+        out.insert(QStringLiteral("value"), d->binding.name());
+    if (d->pending)
         out.insert(QStringLiteral("pending"), true);
+}
+
+void SlideSwitch::setWriteMode(DataValueBinding::WriteMode mode)
+{
+    d->writeMode = mode;
+}
+
+QStringList SlideSwitch::positions() const
+{
+    return d->positions;
+}
+
+int SlideSwitch::position() const
+{
+    return d->position;
+}
+
+DataValue* SlideSwitch::valueSource() const
+{
+    return d->binding.value();
+}
+
+bool SlideSwitch::isPending() const
+{
+    return d->pending;
+}
+
+int SlideSwitch::knobOffset() const
+{
+    return qRound(d->knobTarget);
+}
+
+QString SlideSwitch::describe() const
+{
+    return d->positions.join(QLatin1Char('/'));
 }

@@ -5,6 +5,7 @@
 #include "views/Style.h"
 
 #include <QStringList>
+#include <memory>
 
 class QVariantAnimation;
 
@@ -22,25 +23,26 @@ public:
                 DataValue* value = nullptr, const Style& style = Style("SettingsSlideSwitch"));
     // `large` picks the "SettingsLargeSlideSwitch" look; positions are "OFF", "ON" until set.
     SlideSwitch(DisplayView* parent, bool large);
+    ~SlideSwitch() override;
 
-    QStringList positions() const { return mPositions; }
+    QStringList positions() const;
     // Two or more labels; the width follows their number.
     void setPositions(const QStringList& positions);
-    int position() const { return mPosition; }
+    int position() const;
     // Moves the knob without writing the value or emitting positionChanged.
     void setPosition(int position, bool animate = false);
 
     // A bool or int value; null leaves the switch free.
     void setValueSource(DataValue* value);
-    DataValue* valueSource() const { return mBinding.value(); }
-    void setWriteMode(DataValueBinding::WriteMode mode) { mWriteMode = mode; }
-    bool isPending() const { return mPending; }
+    DataValue* valueSource() const;
+    void setWriteMode(DataValueBinding::WriteMode mode);
+    bool isPending() const;
     // Where the knob rests, or is sliding to, from the left edge.
-    int knobOffset() const { return qRound(mKnobTarget); }
+    int knobOffset() const;
 
     bool touchEvent(const TouchEvent& event) override;
     void draw(QPainter& painter) override;
-    QString describe() const override { return mPositions.join(QLatin1Char('/')); }
+    QString describe() const override;
     void dumpProperties(QJsonObject& out) const override;
 
 public slots:
@@ -77,23 +79,6 @@ private:
     void moveKnob(qreal left, bool animate);
     void fitWidth();
 
-    Style mStyle;
-    QStringList mPositions;
-    int mPosition = 0;
-    DataValueBinding mBinding;
-    DataValueBinding::WriteMode mWriteMode = DataValueBinding::WriteMode::Request;
-    bool mPending = false;
-    bool mKnobPlaced = false;
-    QColor mTextColor;
-    QColor mShadowColor;
-    int mFontSize;
-
-    qreal mKnob = 0;       // drawn
-    qreal mKnobTarget = 0; // resting or sliding to
-    QVariantAnimation* mKnobAnimation = nullptr;
-
-    bool mTouching = false;
-    bool mDragging = false;
-    int mPressX = 0;
-    qreal mPressKnob = 0;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

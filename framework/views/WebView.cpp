@@ -12,6 +12,19 @@
 
 #include <dlfcn.h>
 
+struct WebView::Private {
+    WebPageEngine* engine = nullptr;
+    bool engineFailed = false;
+    // A load asked for before the engine was there.
+    bool loadWaiting = false;
+    QUrl waitingUrl;
+    qreal zoomFactor;
+    KineticScroller* scroller = nullptr;
+    QPoint pressPoint;
+    bool dragging = false;
+    bool pressStoppedGlide = false;
+};
+
 namespace {
 // How far a finger may wander before a tap becomes a drag.
 constexpr int TapSlop = 12;
@@ -49,16 +62,17 @@ CreateWebPageEngine engineFactory(QString* error)
 
 WebView::WebView(DisplayView* parent, qreal zoomFactor)
     : DisplayView(parent)
-    , mZoomFactor(zoomFactor)
-    , mScroller(new KineticScroller(this))
+    , d(new Private)
 {
-    connect(mScroller, &KineticScroller::offsetChanged, this, &WebView::scrolled);
+    d->zoomFactor = zoomFactor;
+    d->scroller = new KineticScroller(this);
+    connect(d->scroller, &KineticScroller::offsetChanged, this, &WebView::scrolled);
 }
 
 WebView::~WebView()
 {
     // The page's requests end as it goes and report to this view: it goes while the view is whole.
-    delete mEngine;
+    delete d->engine;
 }
 
 void WebView::holdEngines(bool hold)
@@ -75,35 +89,35 @@ void WebView::holdEngines(bool hold)
 WebPageEngine* WebView::engine()
 {
     startEngine();
-    return mEngine;
+    return d->engine;
 }
 
 void WebView::startEngine()
 {
-    if (mEngine || mEngineFailed)
+    if (d->engine || d->engineFailed)
         return;
     QString error;
     const CreateWebPageEngine create = engineFactory(&error);
     if (!create) {
-        mEngineFailed = true;
+        d->engineFailed = true;
         Logger(this, "ERROR") << "No web engine, pages stay empty:" << error;
         return;
     }
-    mEngine = create(this);
-    mEngine->setZoomFactor(mZoomFactor);
-    mEngine->setViewportSize(rect().size());
-    connect(mEngine, &WebPageEngine::repaintNeeded, this, [this] { update(); });
-    connect(mEngine, &WebPageEngine::contentsSizeChanged, this, &WebView::contentsChanged);
-    connect(mEngine, &WebPageEngine::loadFinished, this, &WebView::pageLoaded);
-    if (std::exchange(mLoadWaiting, false))
-        mEngine->load(mWaitingUrl);
+    d->engine = create(this);
+    d->engine->setZoomFactor(d->zoomFactor);
+    d->engine->setViewportSize(rect().size());
+    connect(d->engine, &WebPageEngine::repaintNeeded, this, [this] { update(); });
+    connect(d->engine, &WebPageEngine::contentsSizeChanged, this, &WebView::contentsChanged);
+    connect(d->engine, &WebPageEngine::loadFinished, this, &WebView::pageLoaded);
+    if (std::exchange(d->loadWaiting, false))
+        d->engine->load(d->waitingUrl);
 }
 
 void WebView::load(const QUrl& url)
 {
-    if (!mEngine && enginesHeld) {
-        mLoadWaiting = true;
-        mWaitingUrl = url;
+    if (!d->engine && enginesHeld) {
+        d->loadWaiting = true;
+        d->waitingUrl = url;
         if (!viewsWaitingForRelease().contains(this))
             viewsWaitingForRelease().append(this);
         return;
@@ -126,58 +140,58 @@ QWebPage* WebView::page()
 
 void WebView::setZoomFactor(qreal factor)
 {
-    mZoomFactor = factor;
-    if (mEngine)
-        mEngine->setZoomFactor(factor);
+    d->zoomFactor = factor;
+    if (d->engine)
+        d->engine->setZoomFactor(factor);
     contentsChanged();
 }
 
 void WebView::resized()
 {
     DisplayView::resized();
-    if (mEngine)
-        mEngine->setViewportSize(rect().size());
+    if (d->engine)
+        d->engine->setViewportSize(rect().size());
     contentsChanged();
 }
 
 bool WebView::isBusy() const
 {
-    return mLoadWaiting || (mEngine && mEngine->isBusy());
+    return d->loadWaiting || (d->engine && d->engine->isBusy());
 }
 
 void WebView::pageLoaded(bool ok)
 {
-    const QUrl url = mEngine->requestedUrl();
+    const QUrl url = d->engine->requestedUrl();
     // Unloading loads the empty address, which the engine reports as a failure.
     if (!ok && !url.isEmpty())
         Logger(this, "WARN") << "Page did not load:" << url.toString();
-    mScroller->setOffset(QPointF(0, 0));
+    d->scroller->setOffset(QPointF(0, 0));
     contentsChanged();
     emit loadFinished(ok);
 }
 
 void WebView::contentsChanged()
 {
-    const QSize contents = mEngine ? mEngine->contentsSize() : QSize();
-    mScroller->setBounds(QPointF(0, 0),
+    const QSize contents = d->engine ? d->engine->contentsSize() : QSize();
+    d->scroller->setBounds(QPointF(0, 0),
                          QPointF(qMax(0, contents.width() - width()), qMax(0, contents.height() - height())));
     update();
 }
 
 void WebView::scrolled(const QPointF& offset)
 {
-    if (mEngine)
-        mEngine->setScrollPosition(offset.toPoint());
+    if (d->engine)
+        d->engine->setScrollPosition(offset.toPoint());
     update();
 }
 
 void WebView::draw(QPainter& painter)
 {
-    if (!mEngine)
+    if (!d->engine)
         return;
     painter.save();
     painter.setClipRect(rect());
-    mEngine->render(painter, rect());
+    d->engine->render(painter, rect());
     painter.restore();
 }
 
@@ -185,43 +199,53 @@ bool WebView::touchEvent(const TouchEvent& event)
 {
     switch (event.kind) {
     case TouchEvent::Kind::Press:
-        mPressPoint = event.position;
-        mDragging = false;
-        mPressStoppedGlide = mScroller->isMoving();
+        d->pressPoint = event.position;
+        d->dragging = false;
+        d->pressStoppedGlide = d->scroller->isMoving();
         break;
     case TouchEvent::Kind::Move:
-        if ((event.position - mPressPoint).manhattanLength() > TapSlop)
-            mDragging = true;
+        if ((event.position - d->pressPoint).manhattanLength() > TapSlop)
+            d->dragging = true;
         break;
     case TouchEvent::Kind::Release:
         // A press that stopped a glide only stops it.
-        if (!mDragging && !mPressStoppedGlide && mEngine)
-            mEngine->click(event.position);
+        if (!d->dragging && !d->pressStoppedGlide && d->engine)
+            d->engine->click(event.position);
         break;
     case TouchEvent::Kind::Cancel: break;
     }
-    mScroller->touch(event);
+    d->scroller->touch(event);
     return true;
 }
 
 bool WebView::takesOverTouch(const QPoint& movedBy) const
 {
-    return mScroller->takesOverVertical(movedBy);
+    return d->scroller->takesOverVertical(movedBy);
 }
 
 QString WebView::describe() const
 {
-    return mEngine ? mEngine->title() : QString();
+    return d->engine ? d->engine->title() : QString();
 }
 
 void WebView::dumpProperties(QJsonObject& out) const
 {
-    if (mEngine) {
-        mEngine->dumpProperties(out);
+    if (d->engine) {
+        d->engine->dumpProperties(out);
     } else {
-        out.insert(QStringLiteral("url"), mLoadWaiting ? mWaitingUrl.toString() : QString());
+        out.insert(QStringLiteral("url"), d->loadWaiting ? d->waitingUrl.toString() : QString());
         out.insert(QStringLiteral("pageTitle"), QString());
         out.insert(QStringLiteral("scrollY"), 0);
     }
-    out.insert(QStringLiteral("zoom"), mZoomFactor);
+    out.insert(QStringLiteral("zoom"), d->zoomFactor);
+}
+
+qreal WebView::zoomFactor() const
+{
+    return d->zoomFactor;
+}
+
+KineticScroller* WebView::scroller() const
+{
+    return d->scroller;
 }

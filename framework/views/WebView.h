@@ -3,6 +3,7 @@
 #include "views/DisplayView.h"
 
 #include <QUrl>
+#include <memory>
 
 class KineticScroller;
 class QWebFrame;
@@ -29,9 +30,9 @@ public:
     // The frame pages are loaded through: the page's main frame. Starts the engine now.
     QWebFrame* currentFrame();
     QWebPage* page();
-    qreal zoomFactor() const { return mZoomFactor; }
+    qreal zoomFactor() const;
     void setZoomFactor(qreal factor);
-    KineticScroller* scroller() const { return mScroller; }
+    KineticScroller* scroller() const;
     // Loading, waiting for the engine, or waiting for requests the page made (a dashboard
     // fetching its first values).
     bool isBusy() const;
@@ -55,14 +56,6 @@ private:
     void contentsChanged();
     void scrolled(const QPointF& offset);
 
-    WebPageEngine* mEngine = nullptr;
-    bool mEngineFailed = false;
-    // A load asked for before the engine was there.
-    bool mLoadWaiting = false;
-    QUrl mWaitingUrl;
-    qreal mZoomFactor;
-    KineticScroller* mScroller;
-    QPoint mPressPoint;
-    bool mDragging = false;
-    bool mPressStoppedGlide = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

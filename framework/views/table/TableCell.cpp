@@ -10,6 +10,23 @@
 #include <QTextDocument>
 #include <QTextDocumentFragment>
 
+struct TableCell::Private {
+    TableView* table = nullptr;
+    int kind;
+    int cacheKey;
+    TableModelIndex index;
+    QString label;
+    QString plainLabel;
+    // Laid out when first drawn: cells drawn by a renderer never need it.
+    QStaticText text;
+    bool textLaidOut = false;
+    bool selected = false;
+    bool pressed = false;
+    bool tracking = false;
+    QVariant heldItem;
+    int textPixelSize = 0;
+};
+
 namespace {
 
 constexpr int TextInset = 20;
@@ -27,46 +44,49 @@ QFont cellFont(int kind, int pixelSize)
 
 TableCell::TableCell(TableView* table, int kind, int cacheKey)
     : DisplayView(table)
-    , mTable(table)
-    , mKind(kind)
-    , mCacheKey(cacheKey)
+    , d(new Private)
 {
-    mText.setTextFormat(Qt::AutoText);
-    mText.setPerformanceHint(QStaticText::AggressiveCaching);
+    d->table = table;
+    d->kind = kind;
+    d->cacheKey = cacheKey;
+    d->text.setTextFormat(Qt::AutoText);
+    d->text.setPerformanceHint(QStaticText::AggressiveCaching);
 }
+
+TableCell::~TableCell() = default;
 
 void TableCell::setLabel(const QString& label)
 {
-    if (mLabel == label)
+    if (d->label == label)
         return;
-    mLabel = label;
-    mPlainLabel = Qt::mightBeRichText(label) ? QTextDocumentFragment::fromHtml(label).toPlainText() : label;
-    mText.setText(label);
-    mTextLaidOut = false;
+    d->label = label;
+    d->plainLabel = Qt::mightBeRichText(label) ? QTextDocumentFragment::fromHtml(label).toPlainText() : label;
+    d->text.setText(label);
+    d->textLaidOut = false;
     update();
 }
 
 void TableCell::setTextPixelSize(int pixels)
 {
-    if (mTextPixelSize == pixels)
+    if (d->textPixelSize == pixels)
         return;
-    mTextPixelSize = pixels;
-    mTextLaidOut = false;
+    d->textPixelSize = pixels;
+    d->textLaidOut = false;
     update();
 }
 
 void TableCell::resized()
 {
     DisplayView::resized();
-    mTextLaidOut = false;
+    d->textLaidOut = false;
 }
 
 int TableCell::state() const
 {
     int state = TableRenderer::Normal;
-    if (mPressed)
+    if (d->pressed)
         state |= TableRenderer::Pressed;
-    if (mSelected)
+    if (d->selected)
         state |= TableRenderer::Selected;
     if (!isEnabled())
         state |= TableRenderer::Disabled;
@@ -75,50 +95,50 @@ int TableCell::state() const
 
 void TableCell::setSelected(bool selected)
 {
-    if (mSelected == selected)
+    if (d->selected == selected)
         return;
-    mSelected = selected;
+    d->selected = selected;
     update();
 }
 
 void TableCell::setPressed(bool pressed)
 {
-    if (mPressed == pressed)
+    if (d->pressed == pressed)
         return;
-    mPressed = pressed;
+    d->pressed = pressed;
     update();
 }
 
 void TableCell::forgetTouch()
 {
-    mTracking = false;
-    mHeldItem.clear();
+    d->tracking = false;
+    d->heldItem.clear();
     setPressed(false);
 }
 
 void TableCell::draw(QPainter& painter)
 {
     // Disabled cells need nothing of their own: the display greys out disabled views.
-    if (mKind == Header)
+    if (d->kind == Header)
         painter.fillRect(rect(), QColor(0x30, 0x35, 0x3c));
-    else if (mPressed)
+    else if (d->pressed)
         painter.fillRect(rect(), QColor(0x1f, 0x5f, 0xb0));
-    else if (mSelected)
+    else if (d->selected)
         painter.fillRect(rect(), QColor(0x2d, 0x8c, 0xff));
     painter.setPen(QColor(0x3a, 0x3f, 0x47));
     painter.drawLine(0, height() - 1, width() - 1, height() - 1);
 
-    const QFont font = cellFont(mKind, mTextPixelSize);
-    const int textWidth = qMax(1, width() - 2 * TextInset - (mKind == Action ? ActionMarkWidth : 0));
-    if (!mTextLaidOut) {
-        mText.setTextWidth(textWidth);
-        mText.prepare(QTransform(), font);
-        mTextLaidOut = true;
+    const QFont font = cellFont(d->kind, d->textPixelSize);
+    const int textWidth = qMax(1, width() - 2 * TextInset - (d->kind == Action ? ActionMarkWidth : 0));
+    if (!d->textLaidOut) {
+        d->text.setTextWidth(textWidth);
+        d->text.prepare(QTransform(), font);
+        d->textLaidOut = true;
     }
     painter.setFont(font);
-    painter.setPen(mKind == Header ? QColor(0xb0, 0xb8, 0xc4) : QColor(Qt::white));
-    painter.drawStaticText(QPointF(TextInset, (height() - mText.size().height()) / 2), mText);
-    if (mKind == Action) {
+    painter.setPen(d->kind == Header ? QColor(0xb0, 0xb8, 0xc4) : QColor(Qt::white));
+    painter.drawStaticText(QPointF(TextInset, (height() - d->text.size().height()) / 2), d->text);
+    if (d->kind == Action) {
         const QRect mark(width() - TextInset - ActionMarkWidth, 0, ActionMarkWidth, height());
         const int arm = ActionMarkWidth / 3;
         painter.setPen(QPen(QColor(0x2d, 0x8c, 0xff), 4, Qt::SolidLine, Qt::RoundCap));
@@ -132,26 +152,26 @@ bool TableCell::touchEvent(const TouchEvent& event)
     switch (event.kind) {
     case TouchEvent::Kind::Press:
         // A header is no tap target: the finger scrolls the table.
-        if (mIndex.isSectionHeader())
+        if (d->index.isSectionHeader())
             return false;
         // A finger that stops a gliding list only stops it.
-        mTracking = !mTable->stopScrolling();
-        if (mTracking && mTable->model())
-            mHeldItem = mTable->model()->item(mIndex);
-        setPressed(mTracking);
+        d->tracking = !d->table->stopScrolling();
+        if (d->tracking && d->table->model())
+            d->heldItem = d->table->model()->item(d->index);
+        setPressed(d->tracking);
         return true;
     case TouchEvent::Kind::Move:
-        if (mTracking)
+        if (d->tracking)
             setPressed(rect().contains(event.position));
         return true;
     case TouchEvent::Kind::Cancel:
         forgetTouch();
         return true;
     case TouchEvent::Kind::Release: {
-        const bool tapped = mPressed;
+        const bool tapped = d->pressed;
         forgetTouch();
         if (tapped)
-            mTable->cellTapped(this, event.position + geometry().topLeft());
+            d->table->cellTapped(this, event.position + geometry().topLeft());
         return true;
     }
     }
@@ -160,10 +180,70 @@ bool TableCell::touchEvent(const TouchEvent& event)
 
 void TableCell::dumpProperties(QJsonObject& out) const
 {
-    out.insert(QStringLiteral("label"), mPlainLabel);
-    out.insert(QStringLiteral("kind"), mKind);
-    out.insert(QStringLiteral("section"), mIndex.section());
-    out.insert(QStringLiteral("row"), mIndex.row());
-    if (mSelected)
+    out.insert(QStringLiteral("label"), d->plainLabel);
+    out.insert(QStringLiteral("kind"), d->kind);
+    out.insert(QStringLiteral("section"), d->index.section());
+    out.insert(QStringLiteral("row"), d->index.row());
+    if (d->selected)
         out.insert(QStringLiteral("selected"), true);
+}
+
+void TableCell::setIndex(const TableModelIndex& index)
+{
+    d->index = index;
+}
+
+TableView* TableCell::table() const
+{
+    return d->table;
+}
+
+int TableCell::kind() const
+{
+    return d->kind;
+}
+
+int TableCell::cacheKey() const
+{
+    return d->cacheKey;
+}
+
+TableModelIndex TableCell::index() const
+{
+    return d->index;
+}
+
+QString TableCell::label() const
+{
+    return d->label;
+}
+
+QString TableCell::plainLabel() const
+{
+    return d->plainLabel;
+}
+
+bool TableCell::isSelected() const
+{
+    return d->selected;
+}
+
+bool TableCell::isPressed() const
+{
+    return d->pressed;
+}
+
+QString TableCell::describe() const
+{
+    return d->plainLabel;
+}
+
+bool TableCell::isHeld() const
+{
+    return d->tracking;
+}
+
+QVariant TableCell::heldItem() const
+{
+    return d->heldItem;
 }

@@ -5,6 +5,7 @@
 
 #include <QStaticText>
 #include <QVariant>
+#include <memory>
 
 class TableView;
 
@@ -21,30 +22,31 @@ public:
     enum CacheKey { DefaultCacheKey = 0, HeaderCacheKey = 1 };
 
     explicit TableCell(TableView* table, int kind = Plain, int cacheKey = DefaultCacheKey);
+    ~TableCell() override;
 
-    TableView* table() const { return mTable; }
-    int kind() const { return mKind; }
-    int cacheKey() const { return mCacheKey; }
+    TableView* table() const;
+    int kind() const;
+    int cacheKey() const;
     // The row the cell shows now; the table sets it.
-    TableModelIndex index() const { return mIndex; }
+    TableModelIndex index() const;
 
     // Rich text (a subset of HTML) or plain text.
-    QString label() const { return mLabel; }
+    QString label() const;
     void setLabel(const QString& label);
     // Text size in pixels; 0 is the size of the cell's kind.
     void setTextPixelSize(int pixels);
 
     // The label without markup: what scripts and dumps know the row by.
-    QString plainLabel() const { return mPlainLabel; }
+    QString plainLabel() const;
 
-    bool isSelected() const { return mSelected; }
-    bool isPressed() const { return mPressed; }
+    bool isSelected() const;
+    bool isPressed() const;
     // TableRenderer::State flags.
     int state() const;
 
     void draw(QPainter& painter) override;
     bool touchEvent(const TouchEvent& event) override;
-    QString describe() const override { return mPlainLabel; }
+    QString describe() const override;
     void dumpProperties(QJsonObject& out) const override;
 
 public slots:
@@ -52,27 +54,15 @@ public slots:
 
 private:
     friend class TableView;
-    void setIndex(const TableModelIndex& index) { mIndex = index; }
+    void setIndex(const TableModelIndex& index);
     void setSelected(bool selected);
     void setPressed(bool pressed);
     void forgetTouch();
     // Under a finger that may still become a tap.
-    bool isHeld() const { return mTracking; }
+    bool isHeld() const;
     // What the row showed when the finger came down: a reload keeps the cell only for it.
-    QVariant heldItem() const { return mHeldItem; }
+    QVariant heldItem() const;
 
-    TableView* mTable;
-    int mKind;
-    int mCacheKey;
-    TableModelIndex mIndex;
-    QString mLabel;
-    QString mPlainLabel;
-    // Laid out when first drawn: cells drawn by a renderer never need it.
-    QStaticText mText;
-    bool mTextLaidOut = false;
-    bool mSelected = false;
-    bool mPressed = false;
-    bool mTracking = false;
-    QVariant mHeldItem;
-    int mTextPixelSize = 0;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -10,6 +10,23 @@
 
 #include <algorithm>
 
+struct TableView::Private {
+    QPointer<TableModel> model;
+    QPointer<TableController> controller;
+    void* path = nullptr;
+    int rowHeight;
+    int headerHeight;
+    KineticScroller* scroller = nullptr;
+    // Rows and headers in table order, which is index order.
+    QVector<Entry> entries;
+    int contentHeight = 0;
+    int rowCount = 0;
+    int offset = 0;
+    QMap<TableModelIndex, TableCell*> visible;
+    QMultiHash<int, TableCell*> reusable;
+    TableModelIndex selected;
+};
+
 namespace {
 // Signal spies and queued connections of rowTapped need the pointer type by name.
 [[maybe_unused]] const int gTableViewPointerType = qRegisterMetaType<TableView*>("TableView*");
@@ -17,28 +34,31 @@ namespace {
 
 TableView::TableView(DisplayView* parent, TableModel* model, TableController* controller, void* path, int rowHeight)
     : DisplayView(parent)
-    , mModel(model)
-    , mController(controller ? controller : new TableController(this))
-    , mPath(path)
-    , mRowHeight(qMax(1, rowHeight))
-    , mHeaderHeight(qMax(1, rowHeight * 2 / 3))
-    , mScroller(new KineticScroller(this))
+    , d(new Private)
 {
-    connect(mScroller, &KineticScroller::offsetChanged, this, &TableView::scrolled);
-    if (mModel)
-        connect(mModel, &TableModel::modelItemCountChanged, this, &TableView::reloadData);
+    d->model = model;
+    d->controller = controller ? controller : new TableController(this);
+    d->path = path;
+    d->rowHeight = qMax(1, rowHeight);
+    d->headerHeight = qMax(1, rowHeight * 2 / 3);
+    d->scroller = new KineticScroller(this);
+    connect(d->scroller, &KineticScroller::offsetChanged, this, &TableView::scrolled);
+    if (d->model)
+        connect(d->model, &TableModel::modelItemCountChanged, this, &TableView::reloadData);
     reloadData();
 }
 
+TableView::~TableView() = default;
+
 void TableView::setRowHeight(int height)
 {
-    mRowHeight = qMax(1, height);
+    d->rowHeight = qMax(1, height);
     reloadData();
 }
 
 void TableView::setHeaderHeight(int height)
 {
-    mHeaderHeight = qMax(1, height);
+    d->headerHeight = qMax(1, height);
     reloadData();
 }
 
@@ -47,33 +67,33 @@ void TableView::reloadData()
     // A refresh while a finger is on a row must not swallow the tap: the row's cell stays if
     // the row still shows what the finger came down on.
     TableCell* held = nullptr;
-    for (TableCell* cell : qAsConst(mVisible)) {
+    for (TableCell* cell : qAsConst(d->visible)) {
         if (cell->isHeld())
             held = cell;
         else
             releaseCell(cell);
     }
-    mVisible.clear();
-    mEntries.clear();
-    mRowCount = 0;
+    d->visible.clear();
+    d->entries.clear();
+    d->rowCount = 0;
     int y = 0;
-    if (mModel && mController) {
-        const bool headers = mController->showSectionHeaders(this);
-        const int sections = mModel->sectionCount(mPath);
+    if (d->model && d->controller) {
+        const bool headers = d->controller->showSectionHeaders(this);
+        const int sections = d->model->sectionCount(d->path);
         for (int s = 1; s <= sections; ++s) {
             if (headers) {
-                mEntries.append({TableModelIndex(mPath, s, -1), y, mHeaderHeight});
-                y += mHeaderHeight;
+                d->entries.append({TableModelIndex(d->path, s, -1), y, d->headerHeight});
+                y += d->headerHeight;
             }
-            const int rows = qMax(0, mModel->sectionItemCount(TableModelIndex(mPath, s, 0)));
+            const int rows = qMax(0, d->model->sectionItemCount(TableModelIndex(d->path, s, 0)));
             for (int r = 0; r < rows; ++r) {
-                mEntries.append({TableModelIndex(mPath, s, r), y, mRowHeight});
-                y += mRowHeight;
+                d->entries.append({TableModelIndex(d->path, s, r), y, d->rowHeight});
+                y += d->rowHeight;
             }
-            mRowCount += rows;
+            d->rowCount += rows;
         }
     }
-    mContentHeight = y;
+    d->contentHeight = y;
     if (held)
         keepHeldCell(held);
     updateBounds();
@@ -84,13 +104,13 @@ void TableView::reloadData()
 void TableView::keepHeldCell(TableCell* cell)
 {
     const TableModelIndex index = cell->index();
-    if (!entryFor(index) || mModel->item(index) != cell->heldItem()) {
+    if (!entryFor(index) || d->model->item(index) != cell->heldItem()) {
         releaseCell(cell);
         return;
     }
-    mVisible.insert(index, cell);
+    d->visible.insert(index, cell);
     // Disabling it cancels the finger.
-    cell->enable(mModel->isEnabled(index), false);
+    cell->enable(d->model->isEnabled(index), false);
     cell->update();
 }
 
@@ -103,12 +123,12 @@ void TableView::resized()
 
 void TableView::updateBounds()
 {
-    mScroller->setBounds(QPointF(0, 0), QPointF(0, qMax(0, mContentHeight - height())));
+    d->scroller->setBounds(QPointF(0, 0), QPointF(0, qMax(0, d->contentHeight - height())));
 }
 
 void TableView::scrolled(const QPointF& offset)
 {
-    mOffset = qRound(offset.y());
+    d->offset = qRound(offset.y());
     layoutCells();
 }
 
@@ -119,59 +139,59 @@ void TableView::scrollToRow(const TableModelIndex& index)
         Logger(this, "WARN") << "no row" << index.section() << index.row() << "to scroll to";
         return;
     }
-    mScroller->setOffset(QPointF(0, entry->top));
+    d->scroller->setOffset(QPointF(0, entry->top));
 }
 
 bool TableView::stopScrolling()
 {
-    const bool wasMoving = mScroller->isMoving();
-    mScroller->stop();
+    const bool wasMoving = d->scroller->isMoving();
+    d->scroller->stop();
     return wasMoving;
 }
 
 const TableView::Entry* TableView::entryFor(const TableModelIndex& index) const
 {
-    const auto it = std::lower_bound(mEntries.cbegin(), mEntries.cend(), index,
+    const auto it = std::lower_bound(d->entries.cbegin(), d->entries.cend(), index,
                                      [](const Entry& e, const TableModelIndex& i) { return e.index < i; });
-    return it != mEntries.cend() && it->index == index ? &*it : nullptr;
+    return it != d->entries.cend() && it->index == index ? &*it : nullptr;
 }
 
 void TableView::layoutCells()
 {
     // The entries in sight: from the first that ends below the top edge to the last that
     // starts above the bottom edge.
-    const int top = mOffset;
-    const int bottom = mOffset + height();
-    const auto first = std::upper_bound(mEntries.cbegin(), mEntries.cend(), top,
+    const int top = d->offset;
+    const int bottom = d->offset + height();
+    const auto first = std::upper_bound(d->entries.cbegin(), d->entries.cend(), top,
                                         [](int y, const Entry& e) { return y < e.top + e.height; });
     auto last = first;
-    while (last != mEntries.cend() && last->top < bottom)
+    while (last != d->entries.cend() && last->top < bottom)
         ++last;
 
     // Cells that went out of sight go first, so the rows coming in can reuse them.
-    for (auto it = mVisible.begin(); it != mVisible.end();) {
+    for (auto it = d->visible.begin(); it != d->visible.end();) {
         if (first == last || it.key() < first->index || (last - 1)->index < it.key()) {
             releaseCell(it.value());
-            it = mVisible.erase(it);
+            it = d->visible.erase(it);
         } else {
             ++it;
         }
     }
     for (auto e = first; e != last; ++e) {
-        TableCell* cell = mVisible.value(e->index);
+        TableCell* cell = d->visible.value(e->index);
         if (!cell) {
             cell = makeCell(e->index);
             if (!cell)
                 continue;
-            mVisible.insert(e->index, cell);
+            d->visible.insert(e->index, cell);
         }
-        cell->setGeometry(QRect(0, e->top - mOffset, width(), e->height));
+        cell->setGeometry(QRect(0, e->top - d->offset, width(), e->height));
     }
 }
 
 TableCell* TableView::makeCell(const TableModelIndex& index)
 {
-    TableCell* cell = mController->createCellForItem(this, index);
+    TableCell* cell = d->controller->createCellForItem(this, index);
     if (!cell) {
         Logger(this, "WARN") << "the controller made no cell for" << index.section() << index.row();
         return nullptr;
@@ -181,8 +201,8 @@ TableCell* TableView::makeCell(const TableModelIndex& index)
         return nullptr;
     }
     cell->setIndex(index);
-    cell->enable(index.isSectionHeader() || mModel->isEnabled(index), false);
-    cell->setSelected(index == mSelected);
+    cell->enable(index.isSectionHeader() || d->model->isEnabled(index), false);
+    cell->setSelected(index == d->selected);
     cell->show();
     return cell;
 }
@@ -194,59 +214,124 @@ void TableView::releaseCell(TableCell* cell)
     cell->forgetTouch();
     // Enough cells to fill the table are kept; a controller that never reuses them must not
     // pile them up.
-    if (mReusable.count(cell->cacheKey()) > height() / mRowHeight + 2) {
+    if (d->reusable.count(cell->cacheKey()) > height() / d->rowHeight + 2) {
         cell->deleteLater();
         return;
     }
-    mReusable.insert(cell->cacheKey(), cell);
+    d->reusable.insert(cell->cacheKey(), cell);
 }
 
 TableCell* TableView::dequeueReusableCell(int cacheKey)
 {
-    return mReusable.take(cacheKey);
+    return d->reusable.take(cacheKey);
 }
 
 void TableView::selectRow(const TableModelIndex& index)
 {
-    mSelected = index;
-    for (auto it = mVisible.cbegin(); it != mVisible.cend(); ++it)
+    d->selected = index;
+    for (auto it = d->visible.cbegin(); it != d->visible.cend(); ++it)
         it.value()->setSelected(it.key() == index);
 }
 
 void TableView::cellTapped(TableCell* cell, const QPoint& point)
 {
-    if (!mModel || !mController)
+    if (!d->model || !d->controller)
         return;
     const TableModelIndex index = cell->index();
     // The model has the last word: the row may have been disabled since its cell was made.
-    if (!mModel->isEnabled(index)) {
+    if (!d->model->isEnabled(index)) {
         cell->enable(false);
         return;
     }
     selectRow(index);
-    mController->itemSelected(this, index, point);
+    d->controller->itemSelected(this, index, point);
 }
 
 bool TableView::touchEvent(const TouchEvent& event)
 {
     // Reached directly on empty space, headers and disabled rows, or when taken over from a
     // cell: a finger here only scrolls.
-    mScroller->touch(event);
+    d->scroller->touch(event);
     return true;
 }
 
 bool TableView::takesOverTouch(const QPoint& movedBy) const
 {
-    return mScroller->takesOverVertical(movedBy);
+    return d->scroller->takesOverVertical(movedBy);
 }
 
 void TableView::dumpProperties(QJsonObject& out) const
 {
-    out.insert(QStringLiteral("rows"), mRowCount);
-    out.insert(QStringLiteral("scrollOffset"), mOffset);
-    out.insert(QStringLiteral("contentHeight"), mContentHeight);
-    if (mSelected.isValid()) {
-        out.insert(QStringLiteral("selectedSection"), mSelected.section());
-        out.insert(QStringLiteral("selectedRow"), mSelected.row());
+    out.insert(QStringLiteral("rows"), d->rowCount);
+    out.insert(QStringLiteral("scrollOffset"), d->offset);
+    out.insert(QStringLiteral("contentHeight"), d->contentHeight);
+    if (d->selected.isValid()) {
+        out.insert(QStringLiteral("selectedSection"), d->selected.section());
+        out.insert(QStringLiteral("selectedRow"), d->selected.row());
     }
+}
+
+TableModel* TableView::model() const
+{
+    return d->model;
+}
+
+TableController* TableView::controller() const
+{
+    return d->controller;
+}
+
+void* TableView::path() const
+{
+    return d->path;
+}
+
+int TableView::rowHeight() const
+{
+    return d->rowHeight;
+}
+
+int TableView::headerHeight() const
+{
+    return d->headerHeight;
+}
+
+int TableView::contentHeight() const
+{
+    return d->contentHeight;
+}
+
+int TableView::rowCount() const
+{
+    return d->rowCount;
+}
+
+bool TableView::canScroll() const
+{
+    return d->contentHeight > height();
+}
+
+int TableView::scrollOffset() const
+{
+    return d->offset;
+}
+
+KineticScroller* TableView::scroller() const
+{
+    return d->scroller;
+}
+
+QList<TableCell*> TableView::visibleCells() const
+{
+    return d->visible.values();
+}
+
+TableCell* TableView::cellForIndex(const TableModelIndex& index) const
+{
+    return d->visible.value(index);
+}
+
+TableModelIndex TableView::selectedIndex() const
+{
+    return d->selected;
 }

@@ -7,6 +7,7 @@
 #include <QHash>
 #include <QMap>
 #include <QPointer>
+#include <memory>
 
 class KineticScroller;
 class TableCell;
@@ -22,36 +23,37 @@ public:
     // Without a controller the table makes a default one (text cells, rowTapped signal).
     TableView(DisplayView* parent, TableModel* model, TableController* controller = nullptr, void* path = nullptr,
               int rowHeight = 60);
+    ~TableView() override;
 
-    TableModel* model() const { return mModel; }
-    TableController* controller() const { return mController; }
-    void* path() const { return mPath; }
+    TableModel* model() const;
+    TableController* controller() const;
+    void* path() const;
 
-    int rowHeight() const { return mRowHeight; }
-    int headerHeight() const { return mHeaderHeight; }
+    int rowHeight() const;
+    int headerHeight() const;
     void setHeaderHeight(int height);
     void setRowHeight(int height);
     int cellContentWidth() const { return width(); }
-    int contentHeight() const { return mContentHeight; }
+    int contentHeight() const;
     // Rows, headers not counted.
-    int rowCount() const { return mRowCount; }
+    int rowCount() const;
     // Whether the content is taller than the table.
-    bool canScroll() const { return mContentHeight > height(); }
+    bool canScroll() const;
 
-    int scrollOffset() const { return mOffset; }
+    int scrollOffset() const;
     // Brings the row (or header) to the top, as far as the content allows.
     void scrollToRow(const TableModelIndex& index);
     // Stops a glide; true when the list was moving.
     bool stopScrolling();
-    KineticScroller* scroller() const { return mScroller; }
+    KineticScroller* scroller() const;
 
     // Cells of the rows in sight, in table order; each knows its index and root geometry.
-    QList<TableCell*> visibleCells() const { return mVisible.values(); }
-    TableCell* cellForIndex(const TableModelIndex& index) const { return mVisible.value(index); }
+    QList<TableCell*> visibleCells() const;
+    TableCell* cellForIndex(const TableModelIndex& index) const;
     // A released cell of that cache key, for the controller to fill, or null.
     TableCell* dequeueReusableCell(int cacheKey);
 
-    TableModelIndex selectedIndex() const { return mSelected; }
+    TableModelIndex selectedIndex() const;
     void selectRow(const TableModelIndex& index);
     void clearSelection() { selectRow(TableModelIndex()); }
 
@@ -81,18 +83,6 @@ private:
     void keepHeldCell(TableCell* cell);
     const Entry* entryFor(const TableModelIndex& index) const;
 
-    QPointer<TableModel> mModel;
-    QPointer<TableController> mController;
-    void* mPath;
-    int mRowHeight;
-    int mHeaderHeight;
-    KineticScroller* mScroller;
-    // Rows and headers in table order, which is index order.
-    QVector<Entry> mEntries;
-    int mContentHeight = 0;
-    int mRowCount = 0;
-    int mOffset = 0;
-    QMap<TableModelIndex, TableCell*> mVisible;
-    QMultiHash<int, TableCell*> mReusable;
-    TableModelIndex mSelected;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
