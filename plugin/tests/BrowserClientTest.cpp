@@ -1,6 +1,7 @@
 #include "BrowserClientFixture.h"
 #include "X11TestWindow.h"
 
+#include "gui/cef/ResourcePolicy.h"
 #include "views/popup/PopupView.h"
 
 #include <QSignalSpy>
@@ -154,7 +155,7 @@ TEST_F(BrowserClientTest, TheEngineHoldsWhatThePolicyMayRefuseAndInDebugModeEver
     CefRefusableRequests refusable;
     ASSERT_TRUE(client->GetRefusableRequests(refusable));
     CefRefusableRequests policy;
-    ChromiumClient::refusableRequests(policy);
+    ResourcePolicy::refusableRequests(policy);
     EXPECT_EQ(refusable.url_prefixes, policy.url_prefixes);
     EXPECT_EQ(refusable.resource_types, policy.resource_types);
     // Every request then reaches the policy, which traces each one.

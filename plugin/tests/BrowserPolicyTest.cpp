@@ -4,6 +4,7 @@
 #include "core/DataValues.h"
 #include "core/Logger.h"
 #include "gui/cef/ChromiumClient.h"
+#include "gui/cef/ResourcePolicy.h"
 #include "services/VxWebAPI.h"
 
 #include "../../framework/tests/support/TestSupport.h"
@@ -65,7 +66,7 @@ TEST(ResourcePolicy, ConfinesFilesAndInternalPagesForNavigationsAndSubresourcesA
         for (const PolicyCase& c : kCases) {
             CapturingLogSink log;
             CefRefPtr<FakeRequest> request = new FakeRequest(c.url, c.type);
-            EXPECT_EQ(ChromiumClient::resourcePolicy(request.get()), c.expected) << c.url << " type " << c.type;
+            EXPECT_EQ(ResourcePolicy::decide(request.get()), c.expected) << c.url << " type " << c.type;
             EXPECT_EQ(request->url, QString(c.url)) << "only the manual is rewritten";
             const bool logged = log.contains("INFO", QStringLiteral("rejecting request ") + c.url);
             EXPECT_EQ(logged, c.loggedAlways) << c.url << " debug " << debug;
@@ -86,7 +87,7 @@ TEST(ResourcePolicy, TheManualGetsTheCarsParametersOnce)
 
     const QString start = QStringLiteral("file:///usr/vexor/UI/assets/web_content/manual/index.html");
     CefRefPtr<FakeRequest> request = new FakeRequest(start, RT_MAIN_FRAME);
-    EXPECT_EQ(ChromiumClient::resourcePolicy(request.get()), RV_CONTINUE);
+    EXPECT_EQ(ResourcePolicy::decide(request.get()), RV_CONTINUE);
     const QUrl rewritten(request->url);
     EXPECT_EQ(rewritten.adjusted(QUrl::RemoveQuery).toString(), start);
     const QList<QPair<QString, QString>> items = QUrlQuery(rewritten).queryItems(QUrl::FullyDecoded);
@@ -98,16 +99,16 @@ TEST(ResourcePolicy, TheManualGetsTheCarsParametersOnce)
 
     // The rewritten request comes back: left as it is.
     const QString again = request->url;
-    EXPECT_EQ(ChromiumClient::resourcePolicy(request.get()), RV_CONTINUE);
+    EXPECT_EQ(ResourcePolicy::decide(request.get()), RV_CONTINUE);
     EXPECT_EQ(request->url, again);
 
     CefRefPtr<FakeRequest> withQuery = new FakeRequest(start + "?lang=de", RT_MAIN_FRAME);
-    EXPECT_EQ(ChromiumClient::resourcePolicy(withQuery.get()), RV_CONTINUE);
+    EXPECT_EQ(ResourcePolicy::decide(withQuery.get()), RV_CONTINUE);
     EXPECT_EQ(withQuery->url, start + "?lang=de");
 
     // Media of the manual is still refused, after the rewrite.
     CefRefPtr<FakeRequest> video = new FakeRequest("file:///usr/vexor/UI/assets/web_content/manual/v.mp4", RT_MEDIA);
-    EXPECT_EQ(ChromiumClient::resourcePolicy(video.get()), RV_CANCEL);
+    EXPECT_EQ(ResourcePolicy::decide(video.get()), RV_CANCEL);
 }
 
 TEST(ResourcePolicy, EveryRequestItRefusesOrRewritesIsOneItNamesRefusable)
@@ -115,7 +116,7 @@ TEST(ResourcePolicy, EveryRequestItRefusesOrRewritesIsOneItNamesRefusable)
     QTemporaryDir config;
     ConfigStore::setPath(config.filePath("car.ini"));
     CefRefusableRequests refusable;
-    ChromiumClient::refusableRequests(refusable);
+    ResourcePolicy::refusableRequests(refusable);
     // As the engine matches them: by the start of the address or by the resource type.
     const auto named = [&](const QString& url, cef_resource_type_t type) {
         for (const CefString& prefix : refusable.url_prefixes)
@@ -128,7 +129,7 @@ TEST(ResourcePolicy, EveryRequestItRefusesOrRewritesIsOneItNamesRefusable)
     cases.push_back({"file:///usr/vexor/UI/assets/web_content/manual/index.html", RT_MAIN_FRAME, RV_CONTINUE, false});
     for (const PolicyCase& c : cases) {
         CefRefPtr<FakeRequest> request = new FakeRequest(c.url, c.type);
-        const bool refused = ChromiumClient::resourcePolicy(request.get()) == RV_CANCEL;
+        const bool refused = ResourcePolicy::decide(request.get()) == RV_CANCEL;
         const bool rewritten = request->url != QString(c.url);
         if (refused || rewritten) {
             EXPECT_TRUE(named(c.url, c.type)) << c.url << " type " << c.type;

@@ -58,11 +58,6 @@ public:
     QUrl pendingUrl() const { return mPendingUrl; }
     QString title() const { return mTitle; }
 
-    // The resource policy, on the engine's I/O thread: reads no field of any client.
-    static ReturnValue resourcePolicy(CefRefPtr<CefRequest> request);
-    // The requests the policy may refuse or rewrite, by address prefix and resource type.
-    static void refusableRequests(CefRefusableRequests& refusable);
-
     // Input
     void sendKeyEvent(QKeyEvent* event);
     void sendPressAndRelease(CefKeyEvent& event);
