@@ -1,6 +1,7 @@
 #include "views/WebView.h"
 
 #include "core/Logger.h"
+#include "display/DisplayDevice.h"
 #include "views/KineticScroller.h"
 #include "views/WebPageEngine.h"
 
@@ -92,7 +93,10 @@ void WebView::startEngine()
     mEngine = create(this);
     mEngine->setZoomFactor(mZoomFactor);
     mEngine->setViewportSize(rect().size());
-    connect(mEngine, &WebPageEngine::repaintNeeded, this, [this] { update(); });
+    // Only what the page repaints: a clock or a counter on a page costs its own pixels.
+    connect(mEngine, &WebPageEngine::repaintNeeded, this, [this](const QRect& area) {
+        DisplayDevice::requestFrame(area.intersected(rect()).translated(rootGeometry().topLeft()));
+    });
     connect(mEngine, &WebPageEngine::contentsSizeChanged, this, &WebView::contentsChanged);
     connect(mEngine, &WebPageEngine::loadFinished, this, &WebView::pageLoaded);
     if (std::exchange(mLoadWaiting, false))
@@ -175,9 +179,13 @@ void WebView::draw(QPainter& painter)
 {
     if (!mEngine)
         return;
+    // The engine lays out and walks only the part being painted.
+    const QRect area = painter.hasClipping() ? painter.clipBoundingRect().toAlignedRect() & rect() : rect();
+    if (area.isEmpty())
+        return;
     painter.save();
-    painter.setClipRect(rect());
-    mEngine->render(painter, rect());
+    painter.setClipRect(area);
+    mEngine->render(painter, area);
     painter.restore();
 }
 

@@ -68,7 +68,8 @@ WebKitPageEngine::WebKitPageEngine(QObject* parent)
     frame->setScrollBarPolicy(Qt::Vertical, Qt::ScrollBarAlwaysOff);
     frame->setScrollBarPolicy(Qt::Horizontal, Qt::ScrollBarAlwaysOff);
     connect(mPage, &QWebPage::repaintRequested, this, &WebPageEngine::repaintNeeded);
-    connect(mPage, &QWebPage::scrollRequested, this, &WebPageEngine::repaintNeeded);
+    connect(mPage, &QWebPage::scrollRequested, this,
+            [this](int, int, const QRect& scrolled) { emit repaintNeeded(scrolled); });
     connect(frame, &QWebFrame::contentsSizeChanged, this, &WebPageEngine::contentsSizeChanged);
     connect(frame, &QWebFrame::loadStarted, this, [this] { mLoading = true; });
     connect(frame, &QWebFrame::loadFinished, this, [this](bool ok) {

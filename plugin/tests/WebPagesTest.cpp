@@ -12,6 +12,7 @@
 
 #include <QFile>
 #include <QJsonObject>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -276,4 +277,39 @@ TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
     view->currentFrame()->load(QUrl::fromLocalFile(dir.filePath("tall.html")));
     ASSERT_TRUE(loaded(view));
     EXPECT_EQ(body(view), "B");
+}
+
+TEST_F(WebPagesTest, AChangeOnAPageRepaintsOnlyItsOwnPartOfTheDisplay)
+{
+    auto* view = new WebView(&window);
+    pages.emplace_back(view);
+    view->setGeometry(QRect(100, 100, 800, 600));
+    view->currentFrame()->load(QUrl::fromLocalFile(write(
+        "clock.html", "<html><body style='margin:0;font:20px sans-serif'>"
+                      "<div id='clock' style='position:absolute;left:300px;top:200px;width:100px;height:30px'>12:00</div>"
+                      "<div style='height:500px'>a page of other things</div></body></html>")));
+    ASSERT_TRUE(loaded(view));
+    display.render();
+    drainEvents();
+
+    QSignalSpy whole(&display, &DisplayDevice::frameRequested);
+    QSignalSpy parts(&display, &DisplayDevice::areaRequested);
+    view->currentFrame()->evaluateJavaScript("document.getElementById('clock').textContent = '12:01'");
+    ASSERT_TRUE(waitFor([&] { return !parts.isEmpty(); }));
+    drainEvents();
+    EXPECT_TRUE(whole.isEmpty());
+    const QRect clock(400, 300, 100, 30); // in the display
+    QRect repainted;
+    for (const QList<QVariant>& part : parts)
+        repainted |= part[0].toRect();
+    EXPECT_TRUE(repainted.contains(clock)) << repainted.x() << "," << repainted.y() << " " << repainted.width() << "x" << repainted.height();
+    EXPECT_LT(repainted.width() * repainted.height(), view->width() * view->height() / 10);
+
+    // The view paints the page into that part.
+    QImage screen(display.size(), QImage::Format_RGB32);
+    screen.fill(Qt::red);
+    QPainter painter(&screen);
+    display.paint(painter, repainted);
+    painter.end();
+    EXPECT_NE(screen.pixelColor(clock.center()), QColor(Qt::red));
 }
