@@ -59,6 +59,19 @@ protected:
         return page;
     }
 
+    // A web view at 100,100 (800x600) showing the page, painted once; null if it did not load.
+    WebView* showPage(const QString& name, const QByteArray& html)
+    {
+        auto* view = new WebView(&window);
+        pages.emplace_back(view);
+        view->setGeometry(QRect(100, 100, 800, 600));
+        view->currentFrame()->load(QUrl::fromLocalFile(write(name, html)));
+        if (!loaded(view))
+            return nullptr;
+        display.render();
+        return view;
+    }
+
     // Runs the loop until the view's frame finished loading.
     static bool loaded(WebView* view)
     {
@@ -245,15 +258,10 @@ TEST_F(WebPagesTest, DravikReadsItsAddressOnEveryShowingUpToTheFirstNul)
 
 TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
 {
-    auto* view = new WebView(&window);
-    pages.emplace_back(view);
-    view->setGeometry(QRect(100, 100, 800, 600));
-    view->currentFrame()->load(QUrl::fromLocalFile(write(
-        "tall.html", "<html><body style='margin:0'>"
-                     "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
-                     "<div style='height:5000px'></div></body></html>")));
-    ASSERT_TRUE(loaded(view));
-    display.render();
+    WebView* view = showPage("tall.html", "<html><body style='margin:0'>"
+                                          "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
+                                          "<div style='height:5000px'></div></body></html>");
+    ASSERT_TRUE(view);
 
     display.tap(QPoint(250, 150));
     drainEvents();
@@ -281,15 +289,10 @@ TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
 
 TEST_F(WebPagesTest, AChangeOnAPageRepaintsOnlyItsOwnPartOfTheDisplay)
 {
-    auto* view = new WebView(&window);
-    pages.emplace_back(view);
-    view->setGeometry(QRect(100, 100, 800, 600));
-    view->currentFrame()->load(QUrl::fromLocalFile(write(
-        "clock.html", "<html><body style='margin:0;font:20px sans-serif'>"
-                      "<div id='clock' style='position:absolute;left:300px;top:200px;width:100px;height:30px'>12:00</div>"
-                      "<div style='height:500px'>a page of other things</div></body></html>")));
-    ASSERT_TRUE(loaded(view));
-    display.render();
+    WebView* view = showPage("clock.html", "<html><body style='margin:0;font:20px sans-serif'>"
+                                           "<div id='clock' style='position:absolute;left:300px;top:200px;width:100px;height:30px'>12:00</div>"
+                                           "<div style='height:500px'>a page of other things</div></body></html>");
+    ASSERT_TRUE(view);
     drainEvents();
 
     QSignalSpy whole(&display, &DisplayDevice::frameRequested);
