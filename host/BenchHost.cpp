@@ -248,16 +248,6 @@ void BenchHost::startBrowserRuntime()
         return;
     }
     theCenterDisplay->setChromiumManager(mChromiumManager);
-    // About every 10 ms, as a car's UI loop, while a browser exists; without one the bench sleeps.
-    mChromiumTick = new QTimer(this);
-    mChromiumTick->setInterval(10);
-    connect(mChromiumTick, &QTimer::timeout, this, [this, tick = exports->tickBrowserRuntime] { tick(mChromiumManager); });
-    exports->whenBrowsersChange(mChromiumManager, mChromiumTick, [timer = mChromiumTick](bool has) {
-        if (has && !timer->isActive())
-            timer->start();
-        else if (!has)
-            timer->stop();
-    });
 }
 
 QString BenchHost::assetsDirectory() const

@@ -10,7 +10,6 @@
 #include <QObject>
 #include <QUrl>
 #include <QPointer>
-#include <QTimer>
 #include <QTemporaryDir>
 #include <memory>
 
@@ -99,7 +98,6 @@ private:
     DisplayView* mPluginView = nullptr;
     QPointer<PageView> mScreen;
     QPointer<ButtonView> mScreenBack;
-    // The plug-in's browser runtime, made through its meta-object, and the loop that pumps it.
+    // The plug-in's browser runtime, made through its exports; it pumps its engine itself.
     ChromiumManager* mChromiumManager = nullptr;
-    QTimer* mChromiumTick = nullptr;
 };

@@ -7,6 +7,7 @@
 
 #include <cctype>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -126,7 +127,17 @@ HttpConnection::HttpConnection(QTcpSocket* socket, const HttpLimits& limits, Han
     mDeadline.setSingleShot(true);
     mDeadline.setInterval(mLimits.requestDeadlineMs);
     connect(&mDeadline, &QTimer::timeout, this, &HttpConnection::onDeadline);
+    mHoldTimer.setSingleShot(true);
+    connect(&mHoldTimer, &QTimer::timeout, this, &HttpConnection::answerHeldRequest);
     connect(mSocket, &QTcpSocket::disconnected, this, &HttpConnection::close);
+}
+
+void HttpConnection::setState(State state)
+{
+    const bool wasHolding = mState == State::Holding;
+    mState = state;
+    if (wasHolding != (state == State::Holding))
+        emit holdingChanged(!wasHolding);
 }
 
 void HttpConnection::start()
@@ -134,7 +145,7 @@ void HttpConnection::start()
     if (mState != State::Waiting)
         return;
     watchSocket();
-    mState = State::Reading;
+    setState(State::Reading);
     mDeadline.start();
     readInput();
 }
@@ -178,7 +189,7 @@ bool HttpConnection::answerNextRequest()
         mBuffer.remove(0, take);
         mBodyLeft -= take;
         if (mBodyLeft == 0)
-            send(mHandler(mAwaitingBody), mAwaitingBody);
+            respond(mAwaitingBody);
         return true;
     }
     if (mSocket->bytesToWrite() > MaxUnsentBytes)
@@ -211,8 +222,44 @@ bool HttpConnection::answerNextRequest()
         mBodyLeft = length;
         return true;
     }
-    send(mHandler(request), request);
+    respond(request);
     return true;
+}
+
+void HttpConnection::respond(const HttpRequest& request)
+{
+    HttpResponse response = mHandler(request);
+    if (response.holdMs <= 0 || request.waited) {
+        send(response, request);
+        return;
+    }
+    mHeldRequest = request;
+    mHeldResponse = std::move(response);
+    // The handler bounds the wait, not the deadline of a request's arrival.
+    mDeadline.stop();
+    mHoldTimer.start(mHeldResponse.holdMs);
+    setState(State::Holding);
+    // A change between the handler's look and now was told while nothing was held here.
+    lookAtHeldRequest();
+}
+
+void HttpConnection::lookAtHeldRequest()
+{
+    if (mState == State::Holding && !(mHeldResponse.unchanged && mHeldResponse.unchanged()))
+        answerHeldRequest();
+}
+
+void HttpConnection::answerHeldRequest()
+{
+    if (mState != State::Holding)
+        return;
+    mHoldTimer.stop();
+    setState(State::Reading);
+    HttpRequest request = std::exchange(mHeldRequest, HttpRequest());
+    mHeldResponse = HttpResponse();
+    request.waited = true;
+    respond(request);
+    readInput(); // what the client sent meanwhile
 }
 
 void HttpConnection::send(const HttpResponse& response, const HttpRequest& request)
@@ -248,7 +295,7 @@ void HttpConnection::onDeadline()
         return;
     }
     // A client that leaves its answers unread, or never closes its side.
-    mState = State::Closed;
+    setState(State::Closed);
     mSocket->abort();
     emit finished(this);
 }
@@ -260,15 +307,16 @@ void HttpConnection::close()
 {
     if (mState == State::Closed)
         return;
+    mHoldTimer.stop();
     if (mSocket->state() != QAbstractSocket::ConnectedState) {
-        mState = State::Closed;
+        setState(State::Closed);
         mDeadline.stop();
         emit finished(this);
         return;
     }
     if (mState == State::Draining)
         return;
-    mState = State::Draining;
+    setState(State::Draining);
     mDeadline.start();
     mSocket->flush();
     if (mSocket->bytesToWrite() == 0)

@@ -12,6 +12,8 @@ class QTcpSocket;
 // One client of the endpoint: reads requests one after the other (pipelined ones included)
 // and answers each in order. Everything a client sends is bounded: the bytes and lines of a
 // request's head, its body, the time it takes to arrive, and the answers it leaves unread.
+// A request the handler holds (a reader waiting for news) stops the reading until it is
+// answered; a client that goes meanwhile takes it along.
 class HttpConnection : public QObject {
     Q_OBJECT
 public:
@@ -24,14 +26,20 @@ public:
     void start();
     // Answers with an error and closes without reading a request.
     void refuse(int status);
+    // Something changed: a held request whose wait is over is answered.
+    void lookAtHeldRequest();
 
 signals:
     // The client is gone or the connection was closed; the connection may be deleted.
     void finished(HttpConnection* connection);
+    void holdingChanged(bool holding);
 
 private:
-    enum class State { Waiting, Reading, Draining, Closed };
+    enum class State { Waiting, Reading, Holding, Draining, Closed };
 
+    void setState(State state);
+    void respond(const HttpRequest& request);
+    void answerHeldRequest();
     void watchSocket();
     void readInput();
     // Answers the next complete request in the buffer; false when none is complete yet.
@@ -51,4 +59,7 @@ private:
     HttpRequest mAwaitingBody;
     qint64 mBodyLeft = 0;
     QTimer mDeadline;
+    HttpRequest mHeldRequest;
+    HttpResponse mHeldResponse;
+    QTimer mHoldTimer;
 };

@@ -37,6 +37,14 @@ HttpResponse HttpResponse::error(int status)
     return response;
 }
 
+HttpResponse HttpResponse::held(int holdMs, std::function<bool()> unchanged)
+{
+    HttpResponse response;
+    response.holdMs = holdMs;
+    response.unchanged = std::move(unchanged);
+    return response;
+}
+
 QByteArray HttpResponse::serialize(bool withBody, bool keepAlive) const
 {
     QByteArray out;

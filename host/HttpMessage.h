@@ -4,12 +4,16 @@
 #include <QList>
 #include <QPair>
 
+#include <functional>
+
 // One request as the endpoint's connection parsed it: only what the endpoint reads.
 struct HttpRequest {
     QByteArray method;
     QByteArray target;  // origin form, query included
     QByteArray version; // "HTTP/1.0" or "HTTP/1.1"
     QList<QPair<QByteArray, QByteArray>> headers;
+    // Asked again after being held: it is answered now, whatever did or did not change.
+    bool waited = false;
 
     // The first header of that name (names compare case-insensitively), null when absent.
     QByteArray header(const QByteArray& name) const;
@@ -25,9 +29,15 @@ struct HttpResponse {
     QByteArray contentType;
     QByteArray body;
     QList<QPair<QByteArray, QByteArray>> headers;
+    // When holdMs is set, nothing is sent yet: the request waits while unchanged() holds,
+    // looked at whenever the server hears of a change, for holdMs at most; then the handler
+    // is asked again (with waited set) and answers.
+    int holdMs = 0;
+    std::function<bool()> unchanged;
 
     // A short plain-text answer ("404 Not Found").
     static HttpResponse error(int status);
+    static HttpResponse held(int holdMs, std::function<bool()> unchanged);
     // The bytes on the wire; a HEAD answer carries the length of the body it leaves out.
     QByteArray serialize(bool withBody, bool keepAlive) const;
 };

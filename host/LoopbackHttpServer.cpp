@@ -66,6 +66,7 @@ void LoopbackHttpServer::acceptConnections()
     while (QTcpSocket* socket = mServer->nextPendingConnection()) {
         auto* connection = new HttpConnection(socket, mLimits, mHandler, this);
         connect(connection, &HttpConnection::finished, this, &LoopbackHttpServer::release);
+        connect(connection, &HttpConnection::holdingChanged, this, [this](bool holding) { mHolding += holding ? 1 : -1; });
         ++mConnections;
         AddressShare& share = mAddresses[connection->peerAddress()];
         if (share.served < mLimits.servedPerAddress) {
@@ -80,6 +81,22 @@ void LoopbackHttpServer::acceptConnections()
     }
     if (mConnections >= mLimits.maxConnections)
         mServer->pauseAccepting();
+}
+
+void LoopbackHttpServer::lookAtHeldRequests()
+{
+    // The change is made before this: either a request held from now on sees it, or it is
+    // counted here already.
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    if (mHolding.load() == 0 || mLookPending.exchange(true))
+        return;
+    QMetaObject::invokeMethod(this, [this] {
+        mLookPending = false;
+        // Answering may finish a connection, which comes back to release().
+        const QSet<HttpConnection*> served = mServed;
+        for (HttpConnection* connection : served)
+            connection->lookAtHeldRequest();
+    }, Qt::QueuedConnection);
 }
 
 void LoopbackHttpServer::release(HttpConnection* connection)

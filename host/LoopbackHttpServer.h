@@ -7,6 +7,8 @@
 #include <QObject>
 #include <QSet>
 
+#include <atomic>
+
 class QTcpServer;
 
 // An HTTP server on the loopback address for a handful of local readers, driven by the event
@@ -20,6 +22,11 @@ public:
 
     // Listens on 127.0.0.1:port (0: a free one). The port, or 0 with the reason.
     int listen(int port, QString* reason);
+    // Any thread: something changed that held requests may wait for. Costs nothing while
+    // none is held; calls in a burst are looked at once.
+    void lookAtHeldRequests();
+    // Any thread.
+    int heldRequests() const { return mHolding.load(); }
 
 private:
     struct AddressShare {
@@ -36,4 +43,6 @@ private:
     QHash<QString, AddressShare> mAddresses;
     QSet<HttpConnection*> mServed;
     int mConnections = 0;
+    std::atomic<int> mHolding{0};
+    std::atomic<bool> mLookPending{false};
 };

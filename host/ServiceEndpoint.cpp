@@ -14,12 +14,16 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QThread>
+#include <QUrlQuery>
 
 namespace {
 
 const char* const LoopbackAddress = "127.0.0.1";
 // Enough of the journal to see what just happened; the bench's panel keeps the rest.
 constexpr int JournalTail = 200;
+// How long a reader waiting for news is held, unless it says (in seconds).
+constexpr int DefaultWaitSeconds = 30;
+constexpr int MaxWaitSeconds = 60;
 
 QJsonArray valuesArray()
 {
@@ -29,13 +33,22 @@ QJsonArray valuesArray()
     return values;
 }
 
+QByteArray journalVersionOf(const QList<PlatformRequest>& requests)
+{
+    // Numbers are never reused: a new request changes the first, clearing the second.
+    return QByteArray::number(requests.isEmpty() ? 0 : requests.last().sequence) + '-'
+        + QByteArray::number(requests.size());
+}
+
 QJsonObject journalObject()
 {
     const QList<PlatformRequest> requests = PlatformJournal::instance()->requests();
     QJsonArray tail;
     for (int i = qMax(0, requests.size() - JournalTail); i < requests.size(); ++i)
         tail.append(requests[i].toJson());
-    return QJsonObject{{QStringLiteral("total"), requests.size()}, {QStringLiteral("requests"), tail}};
+    return QJsonObject{{QStringLiteral("version"), QString::fromLatin1(journalVersionOf(requests))},
+                       {QStringLiteral("total"), requests.size()},
+                       {QStringLiteral("requests"), tail}};
 }
 
 QJsonObject countersToJson(const QString& name, const CANDecoder::Counters& c)
@@ -86,6 +99,8 @@ ServiceEndpoint::ServiceEndpoint(QObject* parent, const HttpLimits& limits)
 {
     mCanTimer.setInterval(1000);
     connect(&mCanTimer, &QTimer::timeout, this, &ServiceEndpoint::snapshotCan);
+    connect(DataValueChanges::instance(), &DataValueChanges::changed, this, &ServiceEndpoint::lookAtHeldRequests);
+    connect(PlatformJournal::instance(), &PlatformJournal::recorded, this, &ServiceEndpoint::lookAtHeldRequests);
 }
 
 ServiceEndpoint::~ServiceEndpoint()
@@ -137,6 +152,17 @@ void ServiceEndpoint::stop()
     mPort = 0;
 }
 
+int ServiceEndpoint::heldRequests() const
+{
+    return mServer ? mServer->heldRequests() : 0;
+}
+
+void ServiceEndpoint::lookAtHeldRequests()
+{
+    if (mServer)
+        mServer->lookAtHeldRequests();
+}
+
 bool ServiceEndpoint::isOwnAuthority(const QByteArray& host) const
 {
     const QByteArray port = ':' + QByteArray::number(mPort);
@@ -173,19 +199,49 @@ HttpResponse ServiceEndpoint::answer(const HttpRequest& request) const
         return page;
     }
     if (path == "/api/values")
-        return json(valuesJson());
+        return document(request, &ServiceEndpoint::valuesVersion, &ServiceEndpoint::valuesJson);
     if (path == "/api/journal")
-        return json(journalJson());
+        return document(request, &ServiceEndpoint::journalVersion, &ServiceEndpoint::journalJson);
     if (path == "/api/can")
-        return json(canJson());
+        return document(request, [this] { return canVersion(); }, [this] { return canJson(); });
     if (path == "/api/state")
-        return json(stateJson());
+        return document(request, [this] { return stateVersion(); }, [this] { return stateJson(); });
     return HttpResponse::error(404);
+}
+
+HttpResponse ServiceEndpoint::document(const HttpRequest& request, std::function<QByteArray()> version,
+                                       const std::function<QByteArray()>& body)
+{
+    const int queryStart = request.target.indexOf('?');
+    const QUrlQuery query(queryStart < 0 ? QString() : QString::fromUtf8(request.target.mid(queryStart + 1)));
+    if (!request.waited && query.hasQueryItem(QStringLiteral("since"))) {
+        const QByteArray since = query.queryItemValue(QStringLiteral("since"), QUrl::FullyDecoded).toUtf8();
+        if (since == version()) {
+            bool given = false;
+            const int wait = query.queryItemValue(QStringLiteral("wait")).toInt(&given);
+            const int seconds = given && wait > 0 ? qMin(wait, MaxWaitSeconds) : DefaultWaitSeconds;
+            return HttpResponse::held(seconds * 1000, [version = std::move(version), since] { return version() == since; });
+        }
+    }
+    return json(body());
+}
+
+QByteArray ServiceEndpoint::valuesVersion()
+{
+    return QByteArray::number(DataValueChanges::instance()->count());
 }
 
 QByteArray ServiceEndpoint::valuesJson()
 {
-    return compact(QJsonObject{{QStringLiteral("time"), now()}, {QStringLiteral("values"), valuesArray()}});
+    const QByteArray version = valuesVersion();
+    return compact(QJsonObject{{QStringLiteral("version"), QString::fromLatin1(version)},
+                               {QStringLiteral("time"), now()},
+                               {QStringLiteral("values"), valuesArray()}});
+}
+
+QByteArray ServiceEndpoint::journalVersion()
+{
+    return journalVersionOf(PlatformJournal::instance()->requests());
 }
 
 QByteArray ServiceEndpoint::journalJson()
@@ -195,16 +251,29 @@ QByteArray ServiceEndpoint::journalJson()
     return compact(out);
 }
 
+QByteArray ServiceEndpoint::canVersion() const
+{
+    QMutexLocker lock(&mCanMutex);
+    return QByteArray::number(mCanVersion);
+}
+
 QByteArray ServiceEndpoint::canJson() const
 {
     QMutexLocker lock(&mCanMutex);
     return mCanJson;
 }
 
+QByteArray ServiceEndpoint::stateVersion() const
+{
+    return valuesVersion() + '.' + journalVersion() + '.' + canVersion();
+}
+
 QByteArray ServiceEndpoint::stateJson() const
 {
+    const QByteArray version = stateVersion();
     const QJsonObject can = QJsonDocument::fromJson(canJson()).object();
-    return compact(QJsonObject{{QStringLiteral("time"), now()},
+    return compact(QJsonObject{{QStringLiteral("version"), QString::fromLatin1(version)},
+                               {QStringLiteral("time"), now()},
                                {QStringLiteral("values"), valuesArray()},
                                {QStringLiteral("journal"), journalObject()},
                                {QStringLiteral("can"), can}});
@@ -216,10 +285,17 @@ void ServiceEndpoint::snapshotCan()
     const CANData& catalogue = CANDataManager::catalogue();
     for (int bus = 0; bus < catalogue.busCount(); ++bus)
         buses.append(countersToJson(QString::fromUtf8(catalogue.busAt(bus)->name()), CANDataManager::busCounters(bus)));
-    const QJsonObject can{{QStringLiteral("buses"), buses},
-                          {QStringLiteral("unrouted"),
-                           countersToJson(QStringLiteral("unrouted"), CANDataManager::busCounters(CANDecoder::Unrouted))}};
-    const QByteArray json = compact(can);
-    QMutexLocker lock(&mCanMutex);
-    mCanJson = json;
+    const QJsonObject counters{{QStringLiteral("buses"), buses},
+                               {QStringLiteral("unrouted"),
+                                countersToJson(QStringLiteral("unrouted"), CANDataManager::busCounters(CANDecoder::Unrouted))}};
+    {
+        QMutexLocker lock(&mCanMutex);
+        if (counters == mCanCounters && !mCanJson.isEmpty())
+            return;
+        mCanCounters = counters;
+        QJsonObject can = counters;
+        can.insert(QStringLiteral("version"), QString::number(++mCanVersion));
+        mCanJson = compact(can);
+    }
+    lookAtHeldRequests();
 }

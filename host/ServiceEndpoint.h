@@ -3,11 +3,13 @@
 #include "HttpMessage.h"
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QMutex>
 #include <QObject>
 #include <QString>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 class LoopbackHttpServer;
@@ -19,6 +21,10 @@ class QThread;
 // sends reaches the car. It answers only requests addressed to the loopback by name or number
 // from no other origin than its own: a web page elsewhere, even one that makes its name point
 // here, reads nothing.
+//
+// Each JSON document carries a version; a reader that names the one it has (?since=VERSION)
+// is answered when the document changes, or after ?wait=SECONDS (30, at most 60) with the
+// same one, so a page that follows the car does nothing while the car does nothing.
 class ServiceEndpoint : public QObject {
     Q_OBJECT
 public:
@@ -33,18 +39,29 @@ public:
     // The port listened on, 0 when not listening.
     int port() const { return mPort; }
     QString url() const;
+    // Readers waiting for news just now.
+    int heldRequests() const;
 
-    // The JSON documents the endpoint serves; safe on any thread.
+    // The JSON documents the endpoint serves, and their versions; safe on any thread. A
+    // document is at least as new as the version read before it.
     static QByteArray valuesJson();
+    static QByteArray valuesVersion();
     static QByteArray journalJson();
+    static QByteArray journalVersion();
     QByteArray canJson() const;
+    QByteArray canVersion() const;
     QByteArray stateJson() const;
+    QByteArray stateVersion() const;
 
 private:
     // The catalogue belongs to the UI thread: bus names and counters are copied from there.
     void snapshotCan();
+    void lookAtHeldRequests();
     // Runs on the endpoint's thread.
     HttpResponse answer(const HttpRequest& request) const;
+    // The document, or a hold while the reader has its version already.
+    static HttpResponse document(const HttpRequest& request, std::function<QByteArray()> version,
+                                 const std::function<QByteArray()>& json);
     bool isOwnAuthority(const QByteArray& host) const;
     bool isOwnOrigin(const QByteArray& origin) const;
 
@@ -55,5 +72,7 @@ private:
     int mPort = 0;
     QTimer mCanTimer;
     mutable QMutex mCanMutex;
+    QJsonObject mCanCounters;
+    quint64 mCanVersion = 0;
     QByteArray mCanJson;
 };

@@ -8,7 +8,8 @@
 class CefApp;
 
 // Starts the engine. The calling thread becomes the UI thread and must call
-// CefDoMessageLoopWork() regularly. Returns false, with the reason logged, if Chromium cannot
+// CefDoMessageLoopWork() regularly, or whenever OnScheduleMessagePumpWork asks with
+// external_message_pump set. Returns false, with the reason logged, if Chromium cannot
 // be started or does not answer in time. Only multi_threaded_message_loop = 0 is supported.
 CEF_EXPORT bool CefInitialize(const CefMainArgs& args, const CefSettings& settings,
                               CefRefPtr<CefApp> application, void* windows_sandbox_info);

@@ -84,6 +84,10 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
     return fail("multi_threaded_message_loop is not supported: the thread that calls "
                 "CefInitialize is the UI thread and must call CefDoMessageLoopWork");
   app_ = app;
+  if (settings.external_message_pump && app_) {
+    if (CefRefPtr<CefBrowserProcessHandler> h = app_->GetBrowserProcessHandler())
+      ui_work_.SetPumpRequest([h](int64_t delay_ms) { h->OnScheduleMessagePumpWork(delay_ms); });
+  }
 
   CefRefPtr<CefCommandLine> cl = CefCommandLine::CreateCommandLine();
   if (!settings.command_line_args_disabled && args.argc > 0 && args.argv)
@@ -312,42 +316,14 @@ void Engine::RemoveStaleProfiles() {
   closedir(d);
 }
 
-void Engine::PostUi(std::function<void()> task) {
-  std::lock_guard<std::mutex> lock(ui_mutex_);
-  ui_tasks_.push_back(std::move(task));
-  ui_has_work_.store(true, std::memory_order_release);
-}
+void Engine::PostUi(std::function<void()> task) { ui_work_.Post(std::move(task)); }
 
 void Engine::PostUiDelayed(int delay_ms, std::function<void()> task) {
-  std::lock_guard<std::mutex> lock(ui_mutex_);
-  timers_.push_back(
-      Timer{std::chrono::steady_clock::now() + std::chrono::milliseconds(delay_ms), task});
-  timer_count_.store(static_cast<int>(timers_.size()), std::memory_order_release);
+  ui_work_.PostDelayed(delay_ms, std::move(task));
 }
 
 void Engine::RunUiWork() {
-  if (!ui_has_work_.load(std::memory_order_acquire) &&
-      timer_count_.load(std::memory_order_acquire) == 0)
-    return;
-  std::deque<std::function<void()>> tasks;
-  {
-    std::lock_guard<std::mutex> lock(ui_mutex_);
-    tasks.swap(ui_tasks_);
-    ui_has_work_.store(false, std::memory_order_release);
-    if (!timers_.empty()) {
-      auto now = std::chrono::steady_clock::now();
-      for (auto it = timers_.begin(); it != timers_.end();) {
-        if (it->due <= now) {
-          tasks.push_back(std::move(it->task));
-          it = timers_.erase(it);
-        } else {
-          ++it;
-        }
-      }
-      timer_count_.store(static_cast<int>(timers_.size()), std::memory_order_release);
-    }
-  }
-  for (auto& t : tasks) {
+  for (auto& t : ui_work_.TakeDue()) {
     if (g_engine != this) return;
     t();
   }

@@ -17,6 +17,7 @@
 #include "include/cef_app.h"
 #include "include/cef_client.h"
 #include "json.h"
+#include "ui_work_queue.h"
 #include "x_windows.h"
 
 namespace vexorcef {
@@ -32,7 +33,8 @@ class Engine {
   // At process exit, on the thread that exits.
   void StopAtExit();
 
-  // Thread-safe; the task runs in a later CefDoMessageLoopWork.
+  // Thread-safe; the task runs in a later CefDoMessageLoopWork, which a host pumping the
+  // loop on request (external_message_pump) is asked for.
   void PostUi(std::function<void()> task);
   void PostUiDelayed(int delay_ms, std::function<void()> task);
   void RunUiWork();
@@ -85,15 +87,7 @@ class Engine {
 
   std::thread::id ui_thread_;
   std::atomic<bool> exiting_{false};
-  std::mutex ui_mutex_;
-  std::deque<std::function<void()>> ui_tasks_;
-  std::atomic<bool> ui_has_work_{false};
-  struct Timer {
-    std::chrono::steady_clock::time_point due;
-    std::function<void()> task;
-  };
-  std::vector<Timer> timers_;  // guarded by ui_mutex_
-  std::atomic<int> timer_count_{0};
+  UiWorkQueue ui_work_;
 
   std::mutex conn_mutex_;
   std::shared_ptr<Connection> conn_;

@@ -161,23 +161,54 @@ void HttpServer::Handle(int fd) {
 int g_window_x = 0;
 int g_window_y = 0;
 
+namespace {
+
+std::atomic<int> g_pumps{0};
+std::atomic<bool> g_pump_only_when_asked{false};
+std::mutex g_pump_mutex;
+std::optional<std::chrono::steady_clock::time_point> g_pump_due;  // guarded by g_pump_mutex
+
+// One turn of the test's loop: the engine's work when it is wanted, then a short sleep.
+void PumpOnce() {
+  if (g_pump_only_when_asked) {
+    std::unique_lock<std::mutex> lock(g_pump_mutex);
+    if (!g_pump_due || *g_pump_due > std::chrono::steady_clock::now()) {
+      lock.unlock();
+      std::this_thread::sleep_for(std::chrono::microseconds(500));
+      return;
+    }
+    g_pump_due.reset();
+  }
+  ++g_pumps;
+  CefDoMessageLoopWork();
+  std::this_thread::sleep_for(std::chrono::microseconds(500));
+}
+
+}  // namespace
+
 bool PumpUntil(const std::function<bool()>& done, int timeout_ms) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
   while (!done()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
-    CefDoMessageLoopWork();
-    std::this_thread::sleep_for(std::chrono::microseconds(500));
+    PumpOnce();
   }
   return true;
 }
 
 void PumpFor(int ms) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
-  while (std::chrono::steady_clock::now() < deadline) {
-    CefDoMessageLoopWork();
-    std::this_thread::sleep_for(std::chrono::microseconds(500));
-  }
+  while (std::chrono::steady_clock::now() < deadline) PumpOnce();
 }
+
+void PumpOnlyWhenAsked() { g_pump_only_when_asked = true; }
+
+void AskForPump(int64 delay_ms) {
+  auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(delay_ms);
+  std::lock_guard<std::mutex> lock(g_pump_mutex);
+  if (!g_pump_due || due < *g_pump_due) g_pump_due = due;
+}
+
+int Pumps() { return g_pumps; }
 
 std::string LauncherPath() { return VEXOR_TEST_LAUNCHER; }
 
@@ -194,7 +225,7 @@ int IgnoreXErrors(Display*, XErrorEvent*) { return 0; }
 
 bool ProgramXErrorHandlerInPlace() { return XSetErrorHandler(IgnoreXErrors) == IgnoreXErrors; }
 
-bool StartEngine(CefRefPtr<CefApp> app, std::string* why) {
+bool StartEngine(CefRefPtr<CefApp> app, std::string* why, bool external_message_pump) {
   std::string chromium;
   if (!ChromiumPresent(&chromium)) {
     if (why) *why = "Chromium not found at " + chromium + " (set VEXOR_CHROMIUM_BINARY)";
@@ -210,6 +241,7 @@ bool StartEngine(CefRefPtr<CefApp> app, std::string* why) {
   CefString(&settings.user_agent) = "VexorTest/1.0 (X11; Linux)";
   CefString(&settings.accept_language_list) = "fr-FR,en";
   settings.no_sandbox = 1;
+  settings.external_message_pump = external_message_pump;
   char* argv[] = {const_cast<char*>("test"), nullptr};
   CefMainArgs args(1, argv);
   XSetErrorHandler(IgnoreXErrors);

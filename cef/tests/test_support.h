@@ -70,9 +70,18 @@ extern int g_window_y;
 bool PumpUntil(const std::function<bool()>& done, int timeout_ms = 15000);
 void PumpFor(int ms);
 
+// From now on PumpUntil and PumpFor call CefDoMessageLoopWork only when AskForPump asked for
+// it, as a host does that pumps the loop on the engine's request (external_message_pump).
+void PumpOnlyWhenAsked();
+// Thread-safe: a call of CefDoMessageLoopWork is wanted in delay_ms.
+void AskForPump(int64 delay_ms);
+// Calls of CefDoMessageLoopWork made so far.
+int Pumps();
+
 // Starts the engine once for the test program; fails the test loudly without Chromium.
 // The program's own Xlib error handler is installed first.
-bool StartEngine(CefRefPtr<CefApp> app = nullptr, std::string* why = nullptr);
+bool StartEngine(CefRefPtr<CefApp> app = nullptr, std::string* why = nullptr,
+                 bool external_message_pump = false);
 // Whether the process's Xlib error handler is still the one StartEngine installed.
 bool ProgramXErrorHandlerInPlace();
 std::string LauncherPath();

@@ -298,10 +298,14 @@ void DataValue::markChangedNoLock()
 
 void DataValue::announce()
 {
-    if (QThread::currentThread() == thread())
+    const auto tell = [this] {
         emit changed();
+        DataValueChanges::instance()->note();
+    };
+    if (QThread::currentThread() == thread())
+        tell();
     else
-        QMetaObject::invokeMethod(this, &DataValue::changed, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }
 
 DataValue::ConditionalLocker::ConditionalLocker(const DataValue& value)
@@ -332,6 +336,18 @@ DataValue::EventLocker::~EventLocker()
     mValue.mMutex.unlock();
     if (changed)
         mValue.announce();
+}
+
+DataValueChanges* DataValueChanges::instance()
+{
+    static DataValueChanges* const changes = new DataValueChanges;
+    return changes;
+}
+
+void DataValueChanges::note()
+{
+    ++mCount;
+    emit changed();
 }
 
 DataValue* DataValueRegistry::find(const QString& name)

@@ -6,6 +6,8 @@
 #include <QRecursiveMutex>
 #include <QVariant>
 
+#include <atomic>
+
 // A named, typed, observable vehicle-state or request slot. Each value is a global object and
 // is also listed in DataValueRegistry. Readers and writers on any thread take the value's own
 // lock; observers are told on the value's (UI) thread.
@@ -149,4 +151,25 @@ private:
     friend class DataValue;
     static void add(DataValue* value);
     static void remove(DataValue* value);
+};
+
+// Every change of any data value, counted, and told on that value's thread after its own
+// observers: for readers of all values at once (the service endpoint), who learn from the
+// count whether anything changed since they last read, and wait for the signal otherwise.
+class ORVANE_EXPORT DataValueChanges : public QObject {
+    Q_OBJECT
+public:
+    static DataValueChanges* instance();
+    // Read before reading the values: a change made meanwhile then shows as a later count.
+    quint64 count() const { return mCount.load(); }
+
+signals:
+    void changed();
+
+private:
+    friend class DataValue;
+    DataValueChanges() = default;
+    void note();
+
+    std::atomic<quint64> mCount{0};
 };

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-
 class ChromiumManager;
 class QObject;
 struct QMetaObject;
@@ -14,11 +12,8 @@ struct PluginExports {
     // The browser's web view, made with newInstance(DisplayView* parent); null without a browser.
     const QMetaObject* webView;
     // The browser runtime the centre display hands out, owned by parent; null without a browser.
+    // It pumps its engine from the host's loop whenever the engine has work.
     ChromiumManager* (*createBrowserRuntime)(QObject* parent);
-    // Pumps the browser runtime one step; a host calls it from its loop while the runtime has
-    // browsers, which whenBrowsersChange tells it (has is true from the first, false after the last).
-    void (*tickBrowserRuntime)(ChromiumManager* runtime);
-    void (*whenBrowsersChange)(ChromiumManager* runtime, QObject* context, std::function<void(bool has)> changed);
 };
 
 using GetPluginExports = const PluginExports* (*)();

@@ -162,6 +162,36 @@ TEST(DataValue, ChangesFromOtherThreadsArriveOnTheValuesThread)
     EXPECT_EQ(carType.value(), "B");
 }
 
+TEST(DataValue, EveryAnnouncedChangeIsCountedAfterTheValuesOwnObservers)
+{
+    IntDataValue speed("TEST_speed", 0);
+    DataValueChanges* changes = DataValueChanges::instance();
+    quint64 countSeenByObserver = 0;
+    QObject::connect(&speed, &DataValue::changed, [&] { countSeenByObserver = changes->count(); });
+    QSignalSpy told(changes, &DataValueChanges::changed);
+    const quint64 before = changes->count();
+
+    speed.setValue(50);
+    EXPECT_EQ(countSeenByObserver, before) << "counted once the value's observers are done";
+    EXPECT_EQ(changes->count(), before + 1);
+    {
+        DataValue::EventLocker lock(speed);
+        speed.setValueNoLock(60);
+        speed.setValueNoLock(65);
+    }
+    EXPECT_EQ(changes->count(), before + 2) << "one announcement, one change";
+    speed.setValue(65);
+    EXPECT_EQ(changes->count(), before + 2) << "writing what is there changes nothing";
+
+    QThread* writer = QThread::create([&] { speed.setValue(70); });
+    writer->start();
+    writer->wait();
+    delete writer;
+    EXPECT_EQ(changes->count(), before + 2) << "a change from another thread counts where it is told";
+    EXPECT_TRUE(waitFor([&] { return changes->count() == before + 3; }));
+    EXPECT_EQ(told.size(), 3);
+}
+
 TEST(DataValue, RegistryAndTextForms)
 {
     EXPECT_EQ(DataValueRegistry::find("GUI_developerMode"), &GUI_developerMode);

@@ -3,6 +3,7 @@
 #include "OrvaneExport.h"
 
 #include <QObject>
+#include <QRect>
 
 class QJsonObject;
 class QPainter;
@@ -39,7 +40,8 @@ public:
     virtual void dumpProperties(QJsonObject& out) const = 0;
 
 signals:
-    void repaintNeeded();
+    // This part of the viewport (view coordinates) shows something new.
+    void repaintNeeded(const QRect& area);
     void contentsSizeChanged();
     void loadFinished(bool ok);
 };

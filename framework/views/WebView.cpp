@@ -2,6 +2,7 @@
 
 #include "core/Logger.h"
 #include "views/KineticScroller.h"
+#include "views/ViewHost.h"
 #include "views/WebPageEngine.h"
 
 #include <QElapsedTimer>
@@ -106,7 +107,10 @@ void WebView::startEngine()
     d->engine = create(this);
     d->engine->setZoomFactor(d->zoomFactor);
     d->engine->setViewportSize(rect().size());
-    connect(d->engine, &WebPageEngine::repaintNeeded, this, [this] { update(); });
+    // Only what the page repaints: a clock or a counter on a page costs its own pixels.
+    connect(d->engine, &WebPageEngine::repaintNeeded, this, [this](const QRect& area) {
+        ViewHost::requestFrame(area.intersected(rect()).translated(rootGeometry().topLeft()));
+    });
     connect(d->engine, &WebPageEngine::contentsSizeChanged, this, &WebView::contentsChanged);
     connect(d->engine, &WebPageEngine::loadFinished, this, &WebView::pageLoaded);
     if (std::exchange(d->loadWaiting, false))
@@ -189,9 +193,13 @@ void WebView::draw(QPainter& painter)
 {
     if (!d->engine)
         return;
+    // The engine lays out and walks only the part being painted.
+    const QRect area = painter.hasClipping() ? painter.clipBoundingRect().toAlignedRect() & rect() : rect();
+    if (area.isEmpty())
+        return;
     painter.save();
-    painter.setClipRect(rect());
-    d->engine->render(painter, rect());
+    painter.setClipRect(area);
+    d->engine->render(painter, area);
     painter.restore();
 }
 

@@ -45,11 +45,21 @@ private:
     std::function<void(int)> mChanged;
 };
 
+// Qt's bearer management polls the network interfaces every 10 s for as long as a network
+// access manager lives, hidden pages' included, to tell whether the device is online. These
+// pages read the car's own endpoints and never ask: unless told otherwise, once a day.
+QWebPage* newPageWithoutBearerPolling(QObject* parent)
+{
+    if (!qEnvironmentVariableIsSet("QT_BEARER_POLL_TIMEOUT"))
+        qputenv("QT_BEARER_POLL_TIMEOUT", QByteArray::number(24 * 3600 * 1000));
+    return new QWebPage(parent);
+}
+
 } // namespace
 
 WebKitPageEngine::WebKitPageEngine(QObject* parent)
     : WebPageEngine(parent)
-    , mPage(new QWebPage(this))
+    , mPage(newPageWithoutBearerPolling(this))
 {
     // Local pages shipped with the car (the vitals dashboard) read the car's own endpoints.
     mPage->settings()->setAttribute(QWebSettings::LocalContentCanAccessRemoteUrls, true);
@@ -58,7 +68,8 @@ WebKitPageEngine::WebKitPageEngine(QObject* parent)
     frame->setScrollBarPolicy(Qt::Vertical, Qt::ScrollBarAlwaysOff);
     frame->setScrollBarPolicy(Qt::Horizontal, Qt::ScrollBarAlwaysOff);
     connect(mPage, &QWebPage::repaintRequested, this, &WebPageEngine::repaintNeeded);
-    connect(mPage, &QWebPage::scrollRequested, this, &WebPageEngine::repaintNeeded);
+    connect(mPage, &QWebPage::scrollRequested, this,
+            [this](int, int, const QRect& scrolled) { emit repaintNeeded(scrolled); });
     connect(frame, &QWebFrame::contentsSizeChanged, this, &WebPageEngine::contentsSizeChanged);
     connect(frame, &QWebFrame::loadStarted, this, [this] { mLoading = true; });
     connect(frame, &QWebFrame::loadFinished, this, [this](bool ok) {

@@ -135,8 +135,10 @@ protected:
     }
     void TearDown() override
     {
+        // As declared: other tests of this program start from it.
         DataValue::EventLocker lock(GUI_speedLimitRequest);
         GUI_speedLimitRequest.revertPendingNoLock();
+        GUI_speedLimitRequest.setValueNoLock(85.0);
     }
 
     QJsonObject getJson(const char* path)
@@ -214,7 +216,8 @@ TEST_F(ServiceEndpointTest, ServesTheCarAsAPageAndAsJsonWithPendingRequests)
     ASSERT_TRUE(page);
     EXPECT_EQ(page->status, 200);
     EXPECT_EQ(page->get_header_value("Content-Type"), "text/html; charset=utf-8");
-    EXPECT_NE(page->body.find("/api/state"), std::string::npos);
+    EXPECT_NE(page->body.find("/api/values"), std::string::npos);
+    EXPECT_NE(page->body.find("/api/can"), std::string::npos);
     EXPECT_NE(page->body.find("Platform journal"), std::string::npos);
 }
 
@@ -523,4 +526,85 @@ TEST(ServiceEndpointShareTest, EachClientAddressHasAShareAndTheRestWaitTheirTurn
     EXPECT_TRUE(waiting.silentFor(100));
     first.reset();
     EXPECT_EQ(waiting.receive().status, 200);
+}
+
+TEST_F(ServiceEndpointTest, AReaderWithTheLatestVersionIsAnsweredWhenTheCarChanges)
+{
+    GUI_speedLimitRequest.setValue(70);
+    const QString values = getJson("/api/values")["version"].toString();
+    ASSERT_FALSE(values.isEmpty());
+    EXPECT_EQ(getJson("/api/values")["version"].toString(), values) << "nothing changed between two reads";
+
+    RawClient raw(endpoint.port());
+    raw.send(get("/api/values?since=" + values.toStdString() + "&wait=60"));
+    ASSERT_TRUE(waitFor([&] { return endpoint.heldRequests() == 1; }));
+    EXPECT_TRUE(raw.silentFor(0));
+    GUI_speedLimitRequest.setValue(75);
+    const RawClient::Response changed = raw.receive();
+    ASSERT_EQ(changed.status, 200);
+    const QJsonObject answer = QJsonDocument::fromJson(QByteArray::fromStdString(changed.body)).object();
+    EXPECT_NE(answer["version"].toString(), values);
+    EXPECT_EQ(valueNamed(answer["values"].toArray(), "GUI_speedLimitRequest")["value"].toDouble(), 75.0);
+    EXPECT_TRUE(waitFor([&] { return endpoint.heldRequests() == 0; }));
+
+    // The journal and the whole state wait the same way; a journal entry is news to both.
+    const QString journal = getJson("/api/journal")["version"].toString();
+    const QString state = getJson("/api/state")["version"].toString();
+    RawClient journalReader(endpoint.port());
+    journalReader.send(get("/api/journal?since=" + journal.toStdString()));
+    RawClient stateReader(endpoint.port());
+    stateReader.send(get("/api/state?since=" + state.toStdString()));
+    ASSERT_TRUE(waitFor([&] { return endpoint.heldRequests() == 2; }));
+    PlatformJournal::record(QStringLiteral("NetManager"), QStringLiteral("restartWifi"));
+    const QJsonObject journalAnswer = QJsonDocument::fromJson(QByteArray::fromStdString(journalReader.receive().body)).object();
+    EXPECT_NE(journalAnswer["version"].toString(), journal);
+    EXPECT_EQ(journalAnswer["requests"].toArray().last()["text"].toString(), "NetManager.restartWifi()");
+    const QJsonObject stateAnswer = QJsonDocument::fromJson(QByteArray::fromStdString(stateReader.receive().body)).object();
+    EXPECT_NE(stateAnswer["version"].toString(), state);
+}
+
+TEST_F(ServiceEndpointTest, AnOldVersionIsAnsweredAtOnceAndAWaitEndsWithTheSameDocument)
+{
+    const QString version = getJson("/api/values")["version"].toString();
+    const auto old = client->Get("/api/values?since=not-a-version&wait=60");
+    ASSERT_TRUE(old);
+    EXPECT_EQ(QJsonDocument::fromJson(QByteArray::fromStdString(old->body))["version"].toString(), version);
+
+    // Held past the deadline a request has to arrive in: the wait is not a slow client.
+    HttpLimits limits;
+    limits.requestDeadlineMs = 100;
+    ServiceEndpoint strict(nullptr, limits);
+    QString error;
+    ASSERT_TRUE(strict.start(0, &error)) << error.toStdString();
+    RawClient raw(strict.port());
+    raw.send("GET /api/values?since=" + version.toStdString() + "&wait=1 HTTP/1.1\r\nHost: 127.0.0.1:"
+             + std::to_string(strict.port()) + "\r\n\r\n");
+    const RawClient::Response same = raw.receive();
+    ASSERT_EQ(same.status, 200);
+    EXPECT_EQ(QJsonDocument::fromJson(QByteArray::fromStdString(same.body))["version"].toString(), version);
+}
+
+TEST_F(ServiceEndpointTest, AHeldReaderKeepsItsTurnOnItsConnectionAndIsLetGoWhenItLeaves)
+{
+    const QString version = getJson("/api/values")["version"].toString();
+    {
+        // Pipelined behind a held request: answered after it, in order.
+        RawClient raw(endpoint.port());
+        raw.send(get("/api/values?since=" + version.toStdString()) + get("/api/can"));
+        ASSERT_TRUE(waitFor([&] { return endpoint.heldRequests() == 1; }));
+        EXPECT_TRUE(raw.silentFor(0));
+        GUI_speedLimitRequest.setValue(GUI_speedLimitRequest.value() + 1);
+        const RawClient::Response first = raw.receive();
+        EXPECT_NE(first.body.find("\"values\""), std::string::npos);
+        const RawClient::Response second = raw.receive();
+        EXPECT_NE(second.body.find("\"buses\""), std::string::npos);
+    }
+    const QString now = getJson("/api/values")["version"].toString();
+    {
+        RawClient leaving(endpoint.port());
+        leaving.send(get("/api/values?since=" + now.toStdString()));
+        ASSERT_TRUE(waitFor([&] { return endpoint.heldRequests() == 1; }));
+    }
+    EXPECT_TRUE(waitFor([&] { return endpoint.heldRequests() == 0; }));
+    EXPECT_EQ(client->Get("/api/values")->status, 200);
 }

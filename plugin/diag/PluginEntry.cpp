@@ -33,11 +33,6 @@ const PluginExports* orvanePluginExports()
         pages,
         &WebKitView::staticMetaObject,
         [](QObject* parent) { return new ChromiumManager(parent); },
-        [](ChromiumManager* runtime) { runtime->tick(); },
-        [](ChromiumManager* runtime, QObject* context, std::function<void(bool)> changed) {
-            QObject::connect(runtime, &ChromiumManager::clientCountChanged, context,
-                             [changed = std::move(changed)](int count) { changed(count > 0); });
-        },
     };
     return &exports;
 }

@@ -13,12 +13,11 @@
 
 #include <functional>
 
-// waitFor, pumping the engine (the centre display's manager) each turn as the host's loop does.
+// waitFor, the engine pumped only when it asks its manager, as in the host's loop.
 inline bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 20000)
 {
     return waitFor(
         [&] {
-            theCenterDisplay->chromiumManager()->tick();
             QThread::usleep(500);
             return done();
         },

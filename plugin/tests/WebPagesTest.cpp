@@ -12,6 +12,7 @@
 
 #include <QFile>
 #include <QJsonObject>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -56,6 +57,19 @@ protected:
         page->setGeometry(QRect(32, 52, 1856, 1028));
         pages.emplace_back(page);
         return page;
+    }
+
+    // A web view at 100,100 (800x600) showing the page, painted once; null if it did not load.
+    WebView* showPage(const QString& name, const QByteArray& html)
+    {
+        auto* view = new WebView(&window);
+        pages.emplace_back(view);
+        view->setGeometry(QRect(100, 100, 800, 600));
+        view->currentFrame()->load(QUrl::fromLocalFile(write(name, html)));
+        if (!loaded(view))
+            return nullptr;
+        display.render();
+        return view;
     }
 
     // Runs the loop until the view's frame finished loading.
@@ -244,15 +258,10 @@ TEST_F(WebPagesTest, DravikReadsItsAddressOnEveryShowingUpToTheFirstNul)
 
 TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
 {
-    auto* view = new WebView(&window);
-    pages.emplace_back(view);
-    view->setGeometry(QRect(100, 100, 800, 600));
-    view->currentFrame()->load(QUrl::fromLocalFile(write(
-        "tall.html", "<html><body style='margin:0'>"
-                     "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
-                     "<div style='height:5000px'></div></body></html>")));
-    ASSERT_TRUE(loaded(view));
-    display.render();
+    WebView* view = showPage("tall.html", "<html><body style='margin:0'>"
+                                          "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
+                                          "<div style='height:5000px'></div></body></html>");
+    ASSERT_TRUE(view);
 
     display.tap(QPoint(250, 150));
     drainEvents();
@@ -276,4 +285,34 @@ TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
     view->currentFrame()->load(QUrl::fromLocalFile(dir.filePath("tall.html")));
     ASSERT_TRUE(loaded(view));
     EXPECT_EQ(body(view), "B");
+}
+
+TEST_F(WebPagesTest, AChangeOnAPageRepaintsOnlyItsOwnPartOfTheDisplay)
+{
+    WebView* view = showPage("clock.html", "<html><body style='margin:0;font:20px sans-serif'>"
+                                           "<div id='clock' style='position:absolute;left:300px;top:200px;width:100px;height:30px'>12:00</div>"
+                                           "<div style='height:500px'>a page of other things</div></body></html>");
+    ASSERT_TRUE(view);
+    drainEvents();
+
+    QSignalSpy whole(&display, &DisplayDevice::frameRequested);
+    QSignalSpy parts(&display, &DisplayDevice::areaRequested);
+    view->currentFrame()->evaluateJavaScript("document.getElementById('clock').textContent = '12:01'");
+    ASSERT_TRUE(waitFor([&] { return !parts.isEmpty(); }));
+    drainEvents();
+    EXPECT_TRUE(whole.isEmpty());
+    const QRect clock(400, 300, 100, 30); // in the display
+    QRect repainted;
+    for (const QList<QVariant>& part : parts)
+        repainted |= part[0].toRect();
+    EXPECT_TRUE(repainted.contains(clock)) << repainted.x() << "," << repainted.y() << " " << repainted.width() << "x" << repainted.height();
+    EXPECT_LT(repainted.width() * repainted.height(), view->width() * view->height() / 10);
+
+    // The view paints the page into that part.
+    QImage screen(display.size(), QImage::Format_RGB32);
+    screen.fill(Qt::red);
+    QPainter painter(&screen);
+    display.paint(painter, repainted);
+    painter.end();
+    EXPECT_NE(screen.pixelColor(clock.center()), QColor(Qt::red));
 }

@@ -15,6 +15,7 @@
 #include <QDir>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 namespace {
 
@@ -38,6 +39,9 @@ ChromiumManager::ChromiumManager(QObject* parent)
         Logger(this, "INFO") << "ChromiumManager::ChromiumManager(QObject*)";
     DisplayView::dvConnect(&LINK_linkState, this, SLOT(updateVideoAllowed()), false);
     VehicleUtils::gearConnect(this, SLOT(updateVideoAllowed()), false);
+    mPump.setSingleShot(true);
+    mPump.setTimerType(Qt::PreciseTimer);
+    connect(&mPump, &QTimer::timeout, this, &ChromiumManager::tick);
 }
 
 ChromiumManager::~ChromiumManager()
@@ -60,6 +64,8 @@ CefSettings ChromiumManager::engineSettings()
     CefSettings settings;
     CefString(&settings.browser_subprocess_path) = ChromiumUtils::toCefString(QDir::currentPath() + "/vexor-cef-launcher");
     settings.multi_threaded_message_loop = 0;
+    // The engine says when it has work: the UI thread is not woken to find none.
+    settings.external_message_pump = 1;
     CefString(&settings.locales_dir_path) = "/usr/lib/locales";
     CefString(&settings.user_agent) = ChromiumUtils::toCefString(ChromiumUserAgent.value());
     settings.log_severity = LOGSEVERITY_DISABLE;
@@ -77,6 +83,8 @@ CefSettings ChromiumManager::engineSettings()
 void ChromiumManager::startEngine()
 {
     mApp = new ChromiumApp;
+    // Asked for on the engine's threads, pumped on this one.
+    connect(mApp.get(), &ChromiumApp::pumpWanted, this, &ChromiumManager::pumpIn, Qt::QueuedConnection);
     const CefSettings settings = engineSettings();
 
     moveToControlGroup("internet-cgroup", "failed to set internet-cgroups");
@@ -106,7 +114,6 @@ void ChromiumManager::initializeCef(ChromiumClient* client)
         startEngine();
     mClients.append(client);
     Logger(this, "INFO") << "added browser client, current count" << mClients.size();
-    emit clientCountChanged(clientCount());
 }
 
 void ChromiumManager::uninitializeCef(ChromiumClient* client)
@@ -119,13 +126,18 @@ void ChromiumManager::uninitializeCef(ChromiumClient* client)
     if (DebugChromium.value())
         Logger(this, "INFO") << "void ChromiumManager::uninitializeCef(ChromiumClient*)"
                              << "browser client removed, current count" << mClients.size();
-    emit clientCountChanged(clientCount());
 }
 
 void ChromiumManager::tick()
 {
     if (!mClients.isEmpty())
         CefDoMessageLoopWork();
+}
+
+void ChromiumManager::pumpIn(qint64 delayMs)
+{
+    if (!mPump.isActive() || mPump.remainingTime() > delayMs)
+        mPump.start(int(qBound<qint64>(0, delayMs, std::numeric_limits<int>::max())));
 }
 
 void ChromiumManager::updateVideoAllowed()

@@ -6,12 +6,15 @@
 
 #include <QList>
 #include <QObject>
+#include <QTimer>
 
 class ChromiumApp;
 class ChromiumClient;
 
 // The one browser runtime of the process: starts the engine when the first client registers,
-// pumps it from the UI thread while clients exist, and never shuts it down.
+// pumps it from the UI thread while clients exist, and never shuts it down. The engine asks
+// for each pump it needs, so an idle browser costs no turn of the loop; a host may still
+// call tick() as often as it likes.
 class DIAG_EXPORT ChromiumManager : public QObject {
     Q_OBJECT
 public:
@@ -21,7 +24,7 @@ public:
 
     void initializeCef(ChromiumClient* client);
     void uninitializeCef(ChromiumClient* client);
-    // One non-blocking step of engine work; the host calls it periodically while clients exist.
+    // One non-blocking step of engine work.
     Q_INVOKABLE void tick();
     int clientCount() const { return int(mClients.size()); }
 
@@ -30,17 +33,18 @@ public:
 
 signals:
     void videoAllowedChanged(bool allowed);
-    // A client came or went: a host pumps the engine only while there is one.
-    void clientCountChanged(int count);
 
 public slots:
     void updateVideoAllowed();
 
 private:
     void startEngine();
+    // Pumps in delayMs, unless a pump is due sooner already.
+    void pumpIn(qint64 delayMs);
 
     bool mInitialized = false;
     bool mVideoAllowed = false;
     CefRefPtr<ChromiumApp> mApp;
     QList<ChromiumClient*> mClients;
+    QTimer mPump;
 };
