@@ -1,6 +1,8 @@
 #ifndef CEF_INCLUDE_CEF_APP_H_
 #define CEF_INCLUDE_CEF_APP_H_
 
+#include <functional>
+
 #include "include/cef_base.h"
 #include "include/cef_browser_process_handler.h"
 #include "include/cef_command_line.h"
@@ -19,6 +21,14 @@ CEF_EXPORT void CefShutdown();
 
 // Runs the engine work queued for the UI thread; never blocks.
 CEF_EXPORT void CefDoMessageLoopWork();
+
+// Not in CEF: `request` is called, from any thread, when CefDoMessageLoopWork is wanted in
+// delay_ms (0: at once), and never while the engine has nothing to do; the same requests
+// OnScheduleMessagePumpWork gets with external_message_pump set, for a host that pumps the
+// loop on its own timer without that setting. Once set it is asked for a pump at once. An
+// empty function stops the calls: none is running or made once this returns. Any thread,
+// before or after CefInitialize.
+CEF_EXPORT void CefSetMessagePumpRequest(std::function<void(int64 delay_ms)> request);
 
 class CEF_EXPORT CefApp : public virtual CefBaseRefCounted {
  public:

@@ -66,7 +66,22 @@ TerminationStatus StatusFromWait(int status) {
   return TS_ABNORMAL_TERMINATION;
 }
 
+std::mutex g_pump_request_mutex;
+std::function<void(int64)> g_pump_request;  // under the mutex, also while it is called
+
 }  // namespace
+
+void RequestHostPump(int64_t delay_ms) {
+  std::lock_guard<std::mutex> lock(g_pump_request_mutex);
+  if (g_pump_request) g_pump_request(delay_ms);
+}
+
+void SetHostPumpRequest(std::function<void(int64)> request) {
+  std::lock_guard<std::mutex> lock(g_pump_request_mutex);
+  g_pump_request = std::move(request);
+  // Work may have been queued, and its pump asked for, before anyone listened.
+  if (g_pump_request) g_pump_request(0);
+}
 
 Engine* Engine::Get() { return g_engine; }
 
@@ -84,10 +99,11 @@ bool Engine::Initialize(const CefMainArgs& args, const CefSettings& settings,
     return fail("multi_threaded_message_loop is not supported: the thread that calls "
                 "CefInitialize is the UI thread and must call CefDoMessageLoopWork");
   app_ = app;
-  if (settings.external_message_pump && app_) {
-    if (CefRefPtr<CefBrowserProcessHandler> h = app_->GetBrowserProcessHandler())
-      ui_work_.SetPumpRequest([h](int64_t delay_ms) { h->OnScheduleMessagePumpWork(delay_ms); });
-  }
+  CefRefPtr<CefBrowserProcessHandler> handler = app_ ? app_->GetBrowserProcessHandler() : nullptr;
+  if (settings.external_message_pump && handler)
+    ui_work_.SetPumpRequest([handler](int64_t delay_ms) { handler->OnScheduleMessagePumpWork(delay_ms); });
+  else
+    ui_work_.SetPumpRequest(RequestHostPump);
 
   CefRefPtr<CefCommandLine> cl = CefCommandLine::CreateCommandLine();
   if (!settings.command_line_args_disabled && args.argc > 0 && args.argv)
@@ -548,6 +564,10 @@ void CefShutdown() {
 
 void CefDoMessageLoopWork() {
   if (Engine* e = Engine::Get()) e->RunUiWork();
+}
+
+void CefSetMessagePumpRequest(std::function<void(int64 delay_ms)> request) {
+  vexorcef::SetHostPumpRequest(std::move(request));
 }
 
 bool CefCurrentlyOn(CefThreadId threadId) {

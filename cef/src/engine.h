@@ -24,6 +24,10 @@ namespace vexorcef {
 
 class BrowserImpl;
 
+// The host's own pump request (CefSetMessagePumpRequest): any thread.
+void RequestHostPump(int64_t delay_ms);
+void SetHostPumpRequest(std::function<void(int64)> request);
+
 class Engine {
  public:
   static Engine* Get();  // null unless initialized
@@ -34,7 +38,7 @@ class Engine {
   void StopAtExit();
 
   // Thread-safe; the task runs in a later CefDoMessageLoopWork, which a host pumping the
-  // loop on request (external_message_pump) is asked for.
+  // loop on request (external_message_pump or CefSetMessagePumpRequest) is asked for.
   void PostUi(std::function<void()> task);
   void PostUiDelayed(int delay_ms, std::function<void()> task);
   void RunUiWork();

@@ -130,7 +130,7 @@ TEST(ChromiumManager, SettingsFollowTheHostLocale)
     EXPECT_EQ(CefString(&settings.browser_subprocess_path).ToString(),
               (QDir::currentPath() + "/vexor-cef-launcher").toStdString());
     EXPECT_EQ(settings.multi_threaded_message_loop, 0);
-    EXPECT_EQ(settings.external_message_pump, 1) << "the engine asks for its pumps";
+    EXPECT_EQ(settings.external_message_pump, 0) << "an unlisted setting keeps the engine's default";
     EXPECT_EQ(settings.log_severity, LOGSEVERITY_DISABLE);
     EXPECT_EQ(CefString(&settings.user_data_path).ToString(), "/home/vexor-cef");
     EXPECT_EQ(settings.background_color, 0x00FFFFFFu);

@@ -69,8 +69,3 @@ void ChromiumApp::OnContextInitialized()
     // Local pages get no cookie store.
     manager->SetSupportedSchemes({CefString("http"), CefString("https")}, nullptr);
 }
-
-void ChromiumApp::OnScheduleMessagePumpWork(int64 delayMs)
-{
-    emit pumpWanted(delayMs);
-}

@@ -8,8 +8,7 @@
 #include <QObject>
 
 // The application object the engine is started with: the command line that suits the car's
-// display hardware and input, a cookie store for web schemes only, and the engine's requests
-// to be pumped.
+// display hardware and input, and a cookie store for web schemes only.
 class DIAG_EXPORT ChromiumApp : public QObject, public CefApp, public CefBrowserProcessHandler {
     Q_OBJECT
 public:
@@ -20,11 +19,6 @@ public:
                                        CefRefPtr<CefCommandLine> commandLine) override;
     CefRefPtr<CefBrowserProcessHandler> GetBrowserProcessHandler() override;
     void OnContextInitialized() override;
-    // Any thread: the engine has work for the UI thread in delayMs.
-    void OnScheduleMessagePumpWork(int64 delayMs) override;
 
     IMPLEMENT_REFCOUNTING(ChromiumApp);
-
-signals:
-    void pumpWanted(qint64 delayMs);
 };

@@ -19,6 +19,9 @@
 
 namespace {
 
+// The manager the engine asks for pumps; it stops the asking as it goes.
+ChromiumManager* gPumpedManager = nullptr;
+
 // Engine sub-processes inherit the group the process is in while the engine starts.
 void moveToControlGroup(const char* command, const char* failure)
 {
@@ -48,6 +51,10 @@ ChromiumManager::~ChromiumManager()
 {
     if (DebugChromium.value())
         Logger(this, "INFO") << "virtual ChromiumManager::~ChromiumManager()";
+    if (gPumpedManager == this) {
+        CefSetMessagePumpRequest(nullptr);
+        gPumpedManager = nullptr;
+    }
     mClients.clear();
     mApp = nullptr;
 }
@@ -64,8 +71,6 @@ CefSettings ChromiumManager::engineSettings()
     CefSettings settings;
     CefString(&settings.browser_subprocess_path) = ChromiumUtils::toCefString(QDir::currentPath() + "/vexor-cef-launcher");
     settings.multi_threaded_message_loop = 0;
-    // The engine says when it has work: the UI thread is not woken to find none.
-    settings.external_message_pump = 1;
     CefString(&settings.locales_dir_path) = "/usr/lib/locales";
     CefString(&settings.user_agent) = ChromiumUtils::toCefString(ChromiumUserAgent.value());
     settings.log_severity = LOGSEVERITY_DISABLE;
@@ -83,8 +88,11 @@ CefSettings ChromiumManager::engineSettings()
 void ChromiumManager::startEngine()
 {
     mApp = new ChromiumApp;
-    // Asked for on the engine's threads, pumped on this one.
-    connect(mApp.get(), &ChromiumApp::pumpWanted, this, &ChromiumManager::pumpIn, Qt::QueuedConnection);
+    // The engine says when it has work, on its own threads: the UI thread is not woken to find none.
+    gPumpedManager = this;
+    CefSetMessagePumpRequest([this](int64 delayMs) {
+        QMetaObject::invokeMethod(this, [this, delayMs] { pumpIn(delayMs); }, Qt::QueuedConnection);
+    });
     const CefSettings settings = engineSettings();
 
     moveToControlGroup("internet-cgroup", "failed to set internet-cgroups");
@@ -114,6 +122,8 @@ void ChromiumManager::initializeCef(ChromiumClient* client)
         startEngine();
     mClients.append(client);
     Logger(this, "INFO") << "added browser client, current count" << mClients.size();
+    // Pumps asked for while there was no client were let go by; the work waits still.
+    pumpIn(0);
 }
 
 void ChromiumManager::uninitializeCef(ChromiumClient* client)
