@@ -4,11 +4,11 @@
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
 #include "core/Logger.h"
-#include "display/DisplayDevice.h"
 #include "gui/cef/ChromiumClient.h"
 #include "gui/cef/ChromiumManager.h"
 #include "gui/cef/WebKitView.h"
 #include "views/CenterDisplay.h"
+#include "Screen.h"
 #include "test_support.h"
 
 #include <QPointer>
@@ -26,8 +26,12 @@ struct Runtime {
 };
 Runtime* gRuntime = nullptr;
 
-class ChromiumBrowser : public ::testing::Test {
+class ChromiumBrowser : public ::testing::Test, protected Screen<> {
 protected:
+    ChromiumBrowser()
+        : Screen(QSize(1280, 720))
+    {
+    }
     static void SetUpTestSuite()
     {
         gRuntime = new Runtime;
@@ -38,8 +42,7 @@ protected:
 
     void SetUp() override
     {
-        mRoot.setGeometry(QRect(QPoint(0, 0), mDisplay.size()));
-        mView = new WebKitView(&mRoot);
+        mView = new WebKitView(&root);
         mView->setGeometry(QRect(0, 0, 600, 400));
         ASSERT_TRUE(pumpUntil([&] { return mView->browserExists(); })) << "no browser from Chromium";
     }
@@ -61,8 +64,6 @@ protected:
         return pumpUntil([&] { return mView->title() == title; }, 10000);
     }
 
-    DisplayView mRoot;
-    DisplayDevice mDisplay{&mRoot, QSize(1280, 720)};
     WebKitView* mView = nullptr;
     CapturingLogSink mLog;
 };
@@ -119,7 +120,7 @@ TEST_F(ChromiumBrowser, MediaIsRefusedAndInDebugModeEveryRequestLeavesItsTrace)
         SCOPED_TRACE(debug ? "debug" : "quiet");
         // The engine learns what the policy may refuse as the browser is made.
         ConfigStore::write("chromium/debug", debug);
-        auto* view = new WebKitView(&mRoot);
+        auto* view = new WebKitView(&root);
         view->setGeometry(QRect(0, 0, 600, 400));
         ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); }));
         mLog.clear();
@@ -289,7 +290,7 @@ TEST_F(ChromiumBrowser, ViewsClosedWhileTheirPagesLoadLoseTheirClientsOnTheUiThr
     gRuntime->server.Serve("/images.html", page.toStdString());
     for (int round = 0; round < testing_support::StressRounds(); ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        auto* view = new WebKitView(&mRoot);
+        auto* view = new WebKitView(&root);
         view->setGeometry(QRect(0, 0, 600, 400));
         ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); }));
         QPointer<ChromiumClient> client = view->client();

@@ -1,5 +1,6 @@
 // The selected signals with their values, the saved selection, and the page's refresh.
 #include "CANTestCatalogue.h"
+#include "Screen.h"
 
 #include "can/CANDecoder.h"
 #include "core/Logger.h"
@@ -10,7 +11,6 @@
 #include "diag/can/CANViewTableModel.h"
 #include "diag/can/CANViewTableRenderer.h"
 #include "diag/can/DiagCANPage.h"
-#include "display/DisplayDevice.h"
 #include "services/AppInfo.h"
 #include "views/ButtonView.h"
 #include "views/MultiPageView.h"
@@ -50,9 +50,13 @@ void writeFile(const QString& path, const QByteArray& text)
 }
 
 // The shipped sample catalogue: classic, CAN FD and 29-bit messages, labels, multiplexing.
-class SampleViewer : public ::testing::Test {
+class SampleViewer : public ::testing::Test, protected Screen<> {
 protected:
-    SampleViewer() { EXPECT_TRUE(CANDataManager::loadCatalogue({testSourceDir() + "/assets/can/sample.dbc"})); }
+    SampleViewer()
+        : Screen(QSize(1600, 1000))
+    {
+        EXPECT_TRUE(CANDataManager::loadCatalogue({testSourceDir() + "/assets/can/sample.dbc"}));
+    }
     ~SampleViewer() override
     {
         CANDataManager::removeSources();
@@ -76,7 +80,6 @@ protected:
     }
 
     CANScratch scratch;
-    DisplayView root;
 };
 
 } // namespace
@@ -183,8 +186,6 @@ TEST_F(SampleViewer, RowsShowLiveValuesHonestly)
 
 TEST_F(SampleViewer, TappingARowRemovesItsSignal)
 {
-    DisplayDevice display(&root, QSize(1600, 1000));
-    root.resize(1600, 1000);
     auto view = makeView();
     for (const char* s : {"Speed", "Odometer", "WheelSpeedFL"})
         view->selectedModel()->addItem(sample("VehicleSpeed", s), true);
@@ -192,7 +193,7 @@ TEST_F(SampleViewer, TappingARowRemovesItsSignal)
     for (TableCell* cell : view->rightTable()->visibleCells())
         row = cell->describe() == "sample : Odometer" ? cell : row;
     ASSERT_TRUE(row);
-    display.tap(row->rootGeometry().center());
+    tap(row);
     EXPECT_EQ(names(*view), QStringList({"sample : Speed", "sample : WheelSpeedFL"}));
 }
 
@@ -373,7 +374,6 @@ TEST_F(SampleViewer, HeaderButtonsAndHalvesAreLaidOutUnderA112PixelHeader)
 
 TEST_F(SampleViewer, ValuesAreDrawnAgainTenTimesASecondOnlyWhileThePageIsShown)
 {
-    root.resize(1600, 1000);
     MultiPageView pages(&root);
     pages.setGeometry(QRect(0, 0, 1600, 1000));
     auto* can = new DiagCANPage(&pages, nullptr, true);

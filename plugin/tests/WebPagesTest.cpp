@@ -3,12 +3,10 @@
 #include "core/ConfigValue.h"
 #include "diag/DiagVitalsPage.h"
 #include "diag/DravikWebPage.h"
-#include "display/DisplayDevice.h"
 #include "services/StorageUtils.h"
-#include "views/AppWindow.h"
 #include "views/KineticScroller.h"
 #include "views/WebView.h"
-#include "TestSupport.h"
+#include "PageFixture.h"
 
 #include <QFile>
 #include <QJsonObject>
@@ -23,20 +21,13 @@
 
 namespace {
 
-class WebPagesTest : public ::testing::Test {
+class WebPagesTest : public PageFixture {
 protected:
     WebPagesTest()
-        : display(&window, QSize(1920, 1200))
     {
-        window.resize(1920, 1200);
         ConfigStore::setPath(dir.filePath("orvane.ini"));
         StorageUtils::setAssetsFolder(dir.path());
         write("web_content/vitals/vitals.html", "<html><head><title>VITALS</title></head><body>vitals</body></html>");
-    }
-    ~WebPagesTest() override
-    {
-        pages.clear();
-        drainEvents();
     }
 
     QString write(const QString& name, const QByteArray& content)
@@ -52,10 +43,7 @@ protected:
     template <typename Page>
     Page* make()
     {
-        auto* page = new Page(&window);
-        page->setGeometry(QRect(32, 52, 1856, 1028));
-        pages.emplace_back(page);
-        return page;
+        return place(new Page(&root));
     }
 
     // Runs the loop until the view's frame finished loading.
@@ -80,9 +68,6 @@ protected:
     }
 
     QTemporaryDir dir;
-    AppWindow window;
-    DisplayDevice display;
-    std::vector<std::unique_ptr<DisplayView>> pages;
 };
 
 } // namespace
@@ -244,7 +229,7 @@ TEST_F(WebPagesTest, DravikReadsItsAddressOnEveryShowingUpToTheFirstNul)
 
 TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
 {
-    auto* view = new WebView(&window);
+    auto* view = new WebView(&root);
     pages.emplace_back(view);
     view->setGeometry(QRect(100, 100, 800, 600));
     view->currentFrame()->load(QUrl::fromLocalFile(write(
@@ -259,10 +244,10 @@ TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
     EXPECT_EQ(view->currentFrame()->title(), "CLICKED");
 
     view->currentFrame()->evaluateJavaScript("document.title = ''");
-    display.touch(int(TouchEvent::Kind::Press), QPoint(400, 600));
+    press(QPoint(400, 600));
     for (int y = 580; y >= 200; y -= 20)
-        display.touch(int(TouchEvent::Kind::Move), QPoint(400, y));
-    display.touch(int(TouchEvent::Kind::Release), QPoint(400, 200));
+        move(QPoint(400, y));
+    release(QPoint(400, 200));
     view->scroller()->stop();
     drainEvents();
     EXPECT_GE(view->currentFrame()->scrollPosition().y(), 380);
