@@ -145,39 +145,6 @@ TEST_F(ChromiumBrowser, MediaIsRefusedAndInDebugModeEveryRequestLeavesItsTrace)
     ConfigStore::write("chromium/debug", false);
 }
 
-TEST_F(ChromiumBrowser, TitleAndAddressFollowGoingBackAndForward)
-{
-    // Pages Chromium may keep whole in its back/forward cache.
-    gRuntime->server.ServeCacheable("/first.html", "<title>First</title><p>first</p>");
-    gRuntime->server.ServeCacheable("/second.html", "<title>Second</title><p>second</p>");
-    ASSERT_TRUE(load(url("/first.html")));
-    ASSERT_TRUE(load(url("/second.html")));
-    ASSERT_TRUE(titleBecomes("Second")) << mView->title().toStdString();
-    QSignalSpy addresses(mView, &WebKitView::urlDidChange);
-    QSignalSpy titles(mView, &WebKitView::pageTitleDidChange);
-    const struct {
-        bool back;
-        const char* path;
-        const char* title;
-    } steps[] = {{true, "/first.html", "First"}, {false, "/second.html", "Second"},
-                 {true, "/first.html", "First"}, {false, "/second.html", "Second"}};
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.path);
-        // As a person would: the button works once the history says it can.
-        ASSERT_TRUE(pumpUntil([&] { return step.back ? mView->canGoBack() : mView->canGoForward(); }));
-        QSignalSpy finished(mView, &WebKitView::pageLoadDidFinish);
-        if (step.back)
-            mView->goBack();
-        else
-            mView->goForward();
-        ASSERT_TRUE(pumpUntil([&] { return !finished.isEmpty(); }));
-        EXPECT_TRUE(titleBecomes(step.title)) << mView->title().toStdString();
-        EXPECT_EQ(titles.last().at(0).toString(), step.title);
-        EXPECT_EQ(addresses.last().at(0).toUrl(), QUrl(url(step.path)));
-        EXPECT_EQ(mView->url(), QUrl(url(step.path)));
-    }
-}
-
 TEST_F(ChromiumBrowser, OtherPagesOfTheAllowedExtensionAreRefusedAndLogged)
 {
     for (const char* refused : {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/other.html",
