@@ -145,33 +145,6 @@ TEST_F(ChromiumBrowser, MediaIsRefusedAndInDebugModeEveryRequestLeavesItsTrace)
     ConfigStore::write("chromium/debug", false);
 }
 
-TEST_F(ChromiumBrowser, OtherPagesOfTheAllowedExtensionAreRefusedAndLogged)
-{
-    for (const char* refused : {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/other.html",
-                                "chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html?page=2"}) {
-        mLog.clear();
-        QSignalSpy failed(mView, &WebKitView::pageLoadDidFail);
-        mView->loadURL(QUrl(QString::fromLatin1(refused)));
-        EXPECT_TRUE(pumpUntil([&] { return mLog.contains("INFO", QStringLiteral("rejecting request ") + refused); }, 10000))
-            << refused << "\n" << mLog.lines().join("\n").toStdString();
-        EXPECT_TRUE(pumpUntil([&] { return !failed.isEmpty(); }, 10000)) << refused;
-    }
-}
-
-TEST_F(ChromiumBrowser, APromptIsAskedThroughTheViewAndThePageSeesTheAnswer)
-{
-    gRuntime->server.Serve("/prompt.html", "<title>ready</title>");
-    ASSERT_TRUE(load(url("/prompt.html")));
-    QSignalSpy shown(mView, &WebKitView::presentJavaScriptPopup);
-    mView->evaluateJavaScriptInMainFrame(
-        "setTimeout(function() { document.title = 'answer ' + prompt('Name?', 'Bo'); }, 0)");
-    ASSERT_TRUE(pumpUntil([&] { return !shown.isEmpty(); }, 10000));
-    EXPECT_EQ(shown.at(0).at(0).toString(), "Name?");
-    EXPECT_EQ(shown.at(0).at(1).value<WebKitView::DialogType>(), WebKitView::Prompt);
-    mView->javaScriptPopupResult(true, "Ada");
-    EXPECT_TRUE(titleBecomes("answer Ada")) << mView->title().toStdString();
-}
-
 TEST_F(ChromiumBrowser, APageAsksForThePositionThroughItsQuery)
 {
     LOC_estimatedLat.setValue(37.774929);
