@@ -386,7 +386,7 @@ TEST_F(BenchEndToEnd, DataAndDravikShowTheCarLiveFromTheServiceEndpointAndUnload
     EXPECT_TRUE(run.output.contains(QStringLiteral("Service endpoint on http://127.0.0.1:%1/").arg(port)));
 
     const auto webViewOf = [&](const QJsonObject& root, const QString& title) {
-        const QJsonObject page = find(root, [&](const QJsonObject& v) { return v["title"].toString() == title; });
+        const QJsonObject page = findView(root, [&](const QJsonObject& v) { return v["title"].toString() == title; });
         return byClass(page, "WebView");
     };
     const QJsonObject data = dump("data.json");
@@ -534,7 +534,7 @@ TEST_F(BenchEndToEnd, TheBenchRunsThePluginsBrowserRuntimeOnceStartedUp)
 TEST_F(BenchEndToEnd, TheFirstScreenShowsTheCarsLiveValuesFromTheBenchsOwnEndpointWhateverItsPort)
 {
     const auto shownPage = [](const QJsonObject& root) {
-        return find(root, [](const QJsonObject& v) { return v["class"].toString() == "WebView" && v["shown"].toBool(); });
+        return findView(root, [](const QJsonObject& v) { return v["class"].toString() == "WebView" && v["shown"].toBool(); });
     };
     QDir::setCurrent(dir.path());
     BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--dump-views",
