@@ -12,9 +12,7 @@
 #include "diag/can/CANViewTableRenderer.h"
 #include "diag/can/DiagCANPage.h"
 #include "services/AppInfo.h"
-#include "views/ButtonView.h"
 #include "views/MultiPageView.h"
-#include "views/table/MultiTableView.h"
 #include "views/table/TableCell.h"
 #include "views/table/TableView.h"
 
@@ -349,27 +347,6 @@ TEST_F(SampleViewer, AFilteredPageStillRestoresWhatTheFilterHides)
     CANView view(&root, &app, false);
     EXPECT_EQ(view.dataModel()->getMessageCount(0), 1);
     EXPECT_EQ(names(view), QStringList({"sample : Latitude"}));
-}
-
-TEST_F(SampleViewer, HeaderButtonsAndHalvesAreLaidOutUnderA112PixelHeader)
-{
-    auto view = makeView();
-    EXPECT_EQ(view->headerHeight(), 112);
-    EXPECT_EQ(view->leftTables()->geometry(), QRect(0, 112, 800, 888));
-    EXPECT_EQ(view->rightTable()->geometry(), QRect(800, 112, 800, 888));
-    QStringList images;
-    for (ButtonView* b : view->findChildren<ButtonView*>()) {
-        images << b->image();
-        EXPECT_EQ(b->geometry().size(), QSize(112, 112));
-    }
-    EXPECT_EQ(images, QStringList({"canview/back.png", "canview/clear.png"}));
-    EXPECT_EQ(view->findChildren<ButtonView*>().last()->geometry().topLeft(), QPoint(800, 0));
-
-    // The picker's title joins bus and message with a bare colon, unlike a selected row.
-    MultiTableView* picker = view->leftTables();
-    picker->createTable(1, TableModelIndex(picker->tableAt(0)->path(), 1, 0), 100.0);
-    picker->createTable(2, TableModelIndex(picker->tableAt(1)->path(), 2, 0), 100.0);
-    EXPECT_EQ(view->describe(), "sample:EngineData");
 }
 
 TEST_F(SampleViewer, ValuesAreDrawnAgainTenTimesASecondOnlyWhileThePageIsShown)
