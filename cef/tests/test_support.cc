@@ -298,7 +298,6 @@ bool TestClient::OnProcessMessageReceived(CefRefPtr<CefBrowser> b, CefProcessId 
   if (message->GetName().ToString() == "renderer.focused_node_changed" && args->GetSize() == 1)
     line += args->GetBool(0) ? " true" : " false";
   Note(line);
-  if (on_message && on_message(message)) return true;
   if (router && router->OnProcessMessageReceived(b, source, message)) return true;
   (void)b;
   (void)source;
@@ -329,7 +328,6 @@ bool TestClient::OnConsoleMessage(CefRefPtr<CefBrowser>, cef_log_severity_t leve
 
 void TestClient::OnLoadingProgressChange(CefRefPtr<CefBrowser>, double p) {
   CheckUi();
-  last_progress = p;
   progress.push_back(p);
 }
 
@@ -468,7 +466,6 @@ void TestClient::OnBeforeContextMenu(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame>,
                                      CefRefPtr<CefContextMenuParams> params,
                                      CefRefPtr<CefMenuModel> model) {
   CheckUi();
-  ++context_menus;
   Note("contextmenu " + std::to_string(params->GetXCoord()) + "," +
        std::to_string(params->GetYCoord()));
   model->Clear();

@@ -193,14 +193,12 @@ class TestClient : public CefClient,
   std::function<bool(JSDialogType, const std::string&, CefRefPtr<CefJSDialogCallback>)> on_dialog;
   std::function<bool(CefRefPtr<CefJSDialogCallback>)> on_unload_dialog;
   std::function<bool(const std::string&)> on_popup;
-  std::function<bool(CefRefPtr<CefProcessMessage>)> on_message;
   bool refuse_close = false;
   bool callbacks_on_ui = true;
   int main_load_ends = 0;
   int main_load_errors = 0;
   int last_status = -1;
   int last_error = 0;
-  double last_progress = -1;
   std::vector<double> progress;
   bool after_created = false;
   bool before_close = false;
@@ -212,7 +210,6 @@ class TestClient : public CefClient,
   bool loading = false;
   bool can_back = false;
   bool can_forward = false;
-  int context_menus = 0;
 
   IMPLEMENT_REFCOUNTING(TestClient);
 

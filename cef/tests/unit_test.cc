@@ -10,6 +10,7 @@
 #include <map>
 
 #include "engine.h"
+#include "fake_browser.h"
 #include "include/cef_app.h"
 #include "include/cef_browser.h"
 #include "include/cef_cookie.h"
@@ -21,6 +22,7 @@
 #include "switches.h"
 #include "text_codecs.h"
 
+using testing_support::FakeBrowser;
 using vexorcef::Json;
 
 TEST(CefStringTest, ConvertsBetweenUtf8Utf16AndWide) {
@@ -174,75 +176,6 @@ TEST(KeyMapTest, VirtualKeysGetDomKeysAndCodes) {
 
 namespace {
 
-// A browser that only records what is sent to its page side.
-class FakeFrame : public CefFrame {
- public:
-  FakeFrame(int64 id, bool main) : id_(id), main_(main) {}
-  bool IsValid() override { return true; }
-  void LoadURL(const CefString&) override {}
-  void ExecuteJavaScript(const CefString&, const CefString&, int) override {}
-  bool IsMain() override { return main_; }
-  bool IsFocused() override { return false; }
-  CefString GetName() override { return CefString(); }
-  int64 GetIdentifier() override { return id_; }
-  CefRefPtr<CefFrame> GetParent() override { return nullptr; }
-  CefString GetURL() override { return "http://frame/" + std::to_string(id_); }
-  CefRefPtr<CefBrowser> GetBrowser() override { return nullptr; }
-
- private:
-  int64 id_;
-  bool main_;
-  IMPLEMENT_REFCOUNTING(FakeFrame);
-};
-
-class FakeBrowser : public CefBrowser {
- public:
-  explicit FakeBrowser(int id) : id_(id) {}
-  CefRefPtr<CefBrowserHost> GetHost() override { return nullptr; }
-  bool CanGoBack() override { return false; }
-  void GoBack() override {}
-  bool CanGoForward() override { return false; }
-  void GoForward() override {}
-  bool IsLoading() override { return false; }
-  void Reload() override {}
-  void ReloadIgnoreCache() override {}
-  void StopLoad() override {}
-  int GetIdentifier() override { return id_; }
-  bool IsSame(CefRefPtr<CefBrowser> b) override { return b->GetIdentifier() == id_; }
-  bool IsPopup() override { return false; }
-  bool HasDocument() override { return true; }
-  CefRefPtr<CefFrame> GetMainFrame() override { return GetFrame(1); }
-  CefRefPtr<CefFrame> GetFocusedFrame() override { return GetFrame(1); }
-  CefRefPtr<CefFrame> GetFrame(int64 id) override {
-    if (!frames_.count(id)) frames_[id] = new FakeFrame(id, id == 1);
-    return frames_[id];
-  }
-  CefRefPtr<CefFrame> GetFrame(const CefString&) override { return nullptr; }
-  size_t GetFrameCount() override { return frames_.size(); }
-  void GetFrameIdentifiers(std::vector<int64>&) override {}
-  bool SendProcessMessage(CefProcessId, CefRefPtr<CefProcessMessage> m) override {
-    CefRefPtr<CefListValue> a = m->GetArgumentList();
-    std::string line = m->GetName().ToString();
-    for (size_t i = 0; i < a->GetSize(); ++i) {
-      line += "|";
-      switch (a->GetType(i)) {
-        case VTYPE_BOOL: line += a->GetBool(i) ? "true" : "false"; break;
-        case VTYPE_INT: line += std::to_string(a->GetInt(i)); break;
-        case VTYPE_STRING: line += a->GetString(i).ToString(); break;
-        default: line += "?";
-      }
-    }
-    lines.push_back(line);
-    return true;
-  }
-  std::vector<std::string> lines;
-
- private:
-  int id_;
-  std::map<int64, CefRefPtr<CefFrame>> frames_;
-  IMPLEMENT_REFCOUNTING(FakeBrowser);
-};
-
 class RecordingHandler : public CefMessageRouterBrowserSide::Handler {
  public:
   bool OnQuery(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame, int64 query_id,
@@ -292,8 +225,8 @@ TEST(MessageRouterTest, QueriesAreAnsweredCanceledAndDeclined) {
   ASSERT_EQ(h.callbacks.size(), 1u);
   h.callbacks.begin()->second->Success("yes");
   h.callbacks.begin()->second->Success("again");  // a one-shot query answers once
-  ASSERT_EQ(b->lines.size(), 1u);
-  EXPECT_EQ(b->lines[0], "qMsg|11|1|true|yes");
+  ASSERT_EQ(b->messages.size(), 1u);
+  EXPECT_EQ(b->messages[0], "qMsg|11|1|true|yes");
   EXPECT_EQ(router->GetPendingCount(b.get(), nullptr), 0);
 
   // Persistent: many answers until a failure ends it.
@@ -303,12 +236,12 @@ TEST(MessageRouterTest, QueriesAreAnsweredCanceledAndDeclined) {
   cb->Success("2");
   EXPECT_EQ(router->GetPendingCount(b.get(), &h), 1);
   cb->Failure(7, "done");
-  EXPECT_EQ(b->lines.back(), "qMsg|11|2|false|7|done");
+  EXPECT_EQ(b->messages.back(), "qMsg|11|2|false|7|done");
   EXPECT_EQ(router->GetPendingCount(b.get(), &h), 0);
 
   // Nobody takes it: the page hears of it at once.
   router->OnProcessMessageReceived(b.get(), PID_RENDERER, Query(1, 11, 3, "decline", false));
-  EXPECT_EQ(b->lines.back(), "qMsg|11|3|false|-1|The query has been canceled");
+  EXPECT_EQ(b->messages.back(), "qMsg|11|3|false|-1|The query has been canceled");
 
   // The page cancels: the handler hears of it, a late answer goes nowhere.
   router->OnProcessMessageReceived(b.get(), PID_RENDERER, Query(1, 11, 4, "hold", false));
@@ -318,19 +251,19 @@ TEST(MessageRouterTest, QueriesAreAnsweredCanceledAndDeclined) {
   cancel->GetArgumentList()->SetInt(1, 0);
   cancel->GetArgumentList()->SetInt(2, 11);
   cancel->GetArgumentList()->SetInt(3, 4);
-  size_t sent = b->lines.size();
+  size_t sent = b->messages.size();
   EXPECT_TRUE(router->OnProcessMessageReceived(b.get(), PID_RENDERER, cancel));
   ASSERT_EQ(h.canceled.size(), 1u);
   EXPECT_EQ(h.canceled[0], held);
   h.callbacks[held]->Success("late");
-  EXPECT_EQ(b->lines.size(), sent);
+  EXPECT_EQ(b->messages.size(), sent);
 
   // Navigation of a sub-frame cancels only that frame's queries; of the main frame, all.
   router->OnProcessMessageReceived(b.get(), PID_RENDERER, Query(1, 11, 5, "main", false));
   router->OnProcessMessageReceived(b.get(), PID_RENDERER, Query(9, 12, 6, "sub", false));
   router->OnBeforeBrowse(b.get(), b->GetFrame(9));
   EXPECT_EQ(router->GetPendingCount(b.get(), nullptr), 1);
-  EXPECT_EQ(b->lines.back(), "qMsg|12|6|false|-1|The query has been canceled");
+  EXPECT_EQ(b->messages.back(), "qMsg|12|6|false|-1|The query has been canceled");
   router->OnRenderProcessTerminated(b.get());
   EXPECT_EQ(router->GetPendingCount(b.get(), nullptr), 0);
   EXPECT_EQ(h.canceled.size(), 3u);

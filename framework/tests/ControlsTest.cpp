@@ -1,11 +1,10 @@
 #include "core/DataValueBinding.h"
 #include "core/Logger.h"
-#include "display/DisplayDevice.h"
 #include "views/ViewDump.h"
 #include "views/ButtonView.h"
 #include "views/ConfirmingButtonView.h"
 #include "views/SlideSwitch.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QJsonArray>
 #include <QSignalSpy>
@@ -19,26 +18,12 @@ void accept(DataValue& value)
     value.acceptPendingNoLock();
 }
 
-// A display with a root to put controls on; touches in root coordinates.
-struct Screen {
-    Screen()
-        : display(&root, QSize(1200, 800))
-    {
-        root.resize(1200, 800);
-    }
-    void press(const QPoint& p) { display.touch(int(TouchEvent::Kind::Press), p); }
-    void move(const QPoint& p) { display.touch(int(TouchEvent::Kind::Move), p); }
-    void release(const QPoint& p) { display.touch(int(TouchEvent::Kind::Release), p); }
-    // The centre of a switch's position, in root coordinates.
-    static QPoint at(const SlideSwitch& s, int position)
-    {
-        const int segment = s.width() / s.positions().size();
-        return s.mapToRoot(QPoint(position * segment + segment / 2, s.height() / 2));
-    }
-
-    DisplayView root;
-    DisplayDevice display;
-};
+// The centre of a switch's position, in root coordinates.
+QPoint at(const SlideSwitch& s, int position)
+{
+    const int segment = s.width() / s.positions().size();
+    return s.mapToRoot(QPoint(position * segment + segment / 2, s.height() / 2));
+}
 
 } // namespace
 
@@ -133,7 +118,7 @@ TEST(DataValueBinding, UnknownNameOrVanishedValueLeavesTheControlFree)
 TEST(ButtonView, ToggleShowsAPendingRequestButWritesTheInverseOfTheValueDirectly)
 {
     BoolDataValue rails("TEST_powerOffRailsRequest", false);
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     ButtonView toggle(&screen.root, Style("SettingsToggleButton"), "TURN\nRAILS OFF", &rails);
     {
         DataValue::EventLocker lock(rails);
@@ -142,24 +127,31 @@ TEST(ButtonView, ToggleShowsAPendingRequestButWritesTheInverseOfTheValueDirectly
     EXPECT_TRUE(toggle.isPending());
     EXPECT_TRUE(toggle.isToggled()); // shows where the request goes
 
-    screen.display.tap(toggle.rootGeometry().center());
+    screen.tap(&toggle);
     EXPECT_TRUE(rails.value()); // the inverse of the value, not of the request
     accept(rails);
     EXPECT_FALSE(toggle.isPending());
     EXPECT_TRUE(toggle.isToggled());
     EXPECT_EQ(ViewDump::toJson(&toggle)["value"].toString(), "TEST_powerOffRailsRequest");
+    rails.setValue(false); // the car turned it off
+    EXPECT_FALSE(toggle.isToggled());
+
+    ButtonView unbound(&screen.root, Style("ButtonType:roundtoggle; ButtonColor:red; Width:180"), "R");
+    EXPECT_EQ(unbound.width(), unbound.height()); // round ignores the width
+    screen.tap(&unbound);
+    EXPECT_TRUE(unbound.isToggled());
 }
 
 TEST(SlideSwitch, TapRequestsTheBoundValueAndTheKnobFollowsTheValue)
 {
     BoolDataValue logLocation("TEST_logLocationData", false);
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     SlideSwitch slide(&screen.root, {"OFF", "ON"}, &logLocation);
     slide.moveTo(100, 100);
     QSignalSpy changed(&slide, &SlideSwitch::positionChanged);
     EXPECT_EQ(slide.geometry().size(), QSize(300, 60));
 
-    screen.display.tap(Screen::at(slide, 1));
+    screen.tap(at(slide, 1));
     EXPECT_EQ(slide.position(), 1);
     EXPECT_EQ(changed.count(), 1);
     EXPECT_EQ(changed.first().first().toInt(), 1);
@@ -171,7 +163,7 @@ TEST(SlideSwitch, TapRequestsTheBoundValueAndTheKnobFollowsTheValue)
     EXPECT_FALSE(slide.isPending());
     EXPECT_EQ(slide.position(), 1);
 
-    screen.display.tap(Screen::at(slide, 1)); // already there: nothing
+    screen.tap(at(slide, 1)); // already there: nothing
     EXPECT_EQ(changed.count(), 1);
     EXPECT_FALSE(logLocation.hasPending());
 
@@ -181,7 +173,7 @@ TEST(SlideSwitch, TapRequestsTheBoundValueAndTheKnobFollowsTheValue)
     EXPECT_EQ(changed.count(), 1); // only the user's selections are signalled
 
     slide.setWriteMode(DataValueBinding::WriteMode::Direct);
-    screen.display.tap(Screen::at(slide, 1));
+    screen.tap(at(slide, 1));
     EXPECT_TRUE(logLocation.value());
     EXPECT_FALSE(logLocation.hasPending());
 }
@@ -190,12 +182,12 @@ TEST(SlideSwitch, IntValueSelectsItsPositionAndOutOfRangeValuesAreLoggedAndClamp
 {
     CapturingLogSink log;
     IntDataValue spoiler("TEST_spoilerRequest", 1);
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     SlideSwitch slide(&screen.root, {"Vision", "Aero", "Retract", "Auto"}, &spoiler);
     EXPECT_EQ(slide.position(), 1);
     EXPECT_EQ(slide.width(), 600);
 
-    screen.display.tap(Screen::at(slide, 3));
+    screen.tap(at(slide, 3));
     EXPECT_EQ(spoiler.pendingValue(), 3);
     accept(spoiler);
     EXPECT_EQ(slide.position(), 3);
@@ -221,11 +213,11 @@ TEST(SlideSwitch, IntValueSelectsItsPositionAndOutOfRangeValuesAreLoggedAndClamp
 
 TEST(SlideSwitch, DragMovesTheKnobAndReleaseSnapsToTheNearestPosition)
 {
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     SlideSwitch slide(&screen.root, {"ON", "PREP", "OFF"});
     slide.moveTo(50, 200);
     QSignalSpy changed(&slide, &SlideSwitch::positionChanged);
-    const QPoint start = Screen::at(slide, 0);
+    const QPoint start = at(slide, 0);
 
     screen.press(start);
     screen.move(start + QPoint(4, 0)); // a wobble is not a drag
@@ -243,9 +235,9 @@ TEST(SlideSwitch, DragMovesTheKnobAndReleaseSnapsToTheNearestPosition)
     EXPECT_EQ(changed.first().first().toInt(), 1);
 
     // Dragged back onto its own position: no signal.
-    screen.press(Screen::at(slide, 1));
-    screen.move(Screen::at(slide, 1) + QPoint(-60, 0));
-    screen.release(Screen::at(slide, 1) + QPoint(-60, 0));
+    screen.press(at(slide, 1));
+    screen.move(at(slide, 1) + QPoint(-60, 0));
+    screen.release(at(slide, 1) + QPoint(-60, 0));
     EXPECT_EQ(slide.position(), 1);
     EXPECT_EQ(slide.knobOffset(), 150);
     EXPECT_EQ(changed.count(), 1);
@@ -271,13 +263,13 @@ public:
 TEST(SlideSwitch, CancelledTouchPutsTheKnobBackWithoutASignal)
 {
     BoolDataValue neverSleep("TEST_neverSleep", false);
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     VerticalScroller list(&screen.root);
     list.setGeometry(QRect(0, 0, 800, 600));
     SlideSwitch slide(&list, {"OFF", "ON"}, &neverSleep);
     slide.moveTo(100, 100);
     QSignalSpy changed(&slide, &SlideSwitch::positionChanged);
-    const QPoint start = Screen::at(slide, 0);
+    const QPoint start = at(slide, 0);
 
     screen.press(start);
     screen.move(start + QPoint(8, 2));
@@ -326,24 +318,24 @@ private:
 
 TEST(SlideSwitch, SubclassCanRefuseARelease)
 {
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     BarringSwitch slide(&screen.root, 1);
     QSignalSpy changed(&slide, &SlideSwitch::positionChanged);
     EXPECT_EQ(slide.geometry().size(), QSize(630, 80)); // the large look
 
-    screen.display.tap(Screen::at(slide, 1));
+    screen.tap(at(slide, 1));
     EXPECT_EQ(slide.position(), 0);
     EXPECT_EQ(changed.count(), 0);
 
-    screen.press(Screen::at(slide, 0));
-    screen.move(Screen::at(slide, 1));
+    screen.press(at(slide, 0));
+    screen.move(at(slide, 1));
     EXPECT_EQ(slide.knobOffset(), 210);
-    screen.release(Screen::at(slide, 1));
+    screen.release(at(slide, 1));
     EXPECT_EQ(slide.position(), 0);
     EXPECT_EQ(slide.knobOffset(), 0);
     EXPECT_EQ(changed.count(), 0);
 
-    screen.display.tap(Screen::at(slide, 2));
+    screen.tap(at(slide, 2));
     EXPECT_EQ(slide.position(), 2);
     EXPECT_EQ(changed.count(), 1);
 }
@@ -352,7 +344,7 @@ TEST(SlideSwitch, DisabledOrMisusedSwitchKeepsItsState)
 {
     CapturingLogSink log;
     RealDataValue speed("TEST_realSpeed", 80.0);
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     SlideSwitch slide(&screen.root, {"ONLY"}, &speed);
     EXPECT_TRUE(log.contains("ERROR", "a slide switch cannot show real data value TEST_realSpeed - it works unbound"));
     EXPECT_EQ(slide.valueSource(), nullptr);
@@ -367,12 +359,12 @@ TEST(SlideSwitch, DisabledOrMisusedSwitchKeepsItsState)
     slide.setPosition(1);
     QSignalSpy changed(&slide, &SlideSwitch::positionChanged);
     slide.disable();
-    screen.display.tap(Screen::at(slide, 0));
+    screen.tap(at(slide, 0));
     // Disabled while the finger is down: the release does not count.
     slide.enable();
-    screen.press(Screen::at(slide, 0));
+    screen.press(at(slide, 0));
     slide.disable();
-    screen.release(Screen::at(slide, 0));
+    screen.release(at(slide, 0));
     EXPECT_EQ(slide.position(), 1);
     EXPECT_EQ(slide.knobOffset(), 150);
     EXPECT_EQ(changed.count(), 0);
@@ -380,13 +372,13 @@ TEST(SlideSwitch, DisabledOrMisusedSwitchKeepsItsState)
 
 TEST(ConfirmingButton, SecondPressConfirmsAndDisarms)
 {
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     ConfirmingButtonView button(&screen.root, "REBOOT\nGATEWAY", ConfirmingButtonView::Medium);
     QSignalSpy confirmed(&button, SIGNAL(released()));
     QSignalSpy pressed(&button, SIGNAL(released(ControlBase*)));
     EXPECT_EQ(button.disarmInterval(), 3000);
 
-    screen.display.tap(button.rootGeometry().center());
+    screen.tap(&button);
     EXPECT_TRUE(button.isArmed());
     EXPECT_EQ(confirmed.count(), 0);
     EXPECT_EQ(button.describe(), "REBOOT\nGATEWAY"); // scripts still find it by its label
@@ -395,34 +387,34 @@ TEST(ConfirmingButton, SecondPressConfirmsAndDisarms)
     EXPECT_EQ(dump["confirmText"].toString(), "CONFIRM");
     EXPECT_EQ(dump["label"].toString(), "REBOOT\nGATEWAY");
 
-    screen.display.tap(button.rootGeometry().center());
+    screen.tap(&button);
     EXPECT_EQ(confirmed.count(), 1);
     EXPECT_FALSE(button.isArmed());
     EXPECT_EQ(pressed.count(), 2);
 
     // Disabling takes the arming back.
     button.setConfirmText("TOGGLE");
-    screen.display.tap(button.rootGeometry().center());
+    screen.tap(&button);
     button.disable();
     EXPECT_FALSE(button.isArmed());
     button.enable();
-    screen.display.tap(button.rootGeometry().center());
+    screen.tap(&button);
     EXPECT_EQ(confirmed.count(), 1);
     EXPECT_EQ(ViewDump::toJson(&button)["confirmText"].toString(), "TOGGLE");
 }
 
 TEST(ConfirmingButton, DisarmsByItselfWhenNotConfirmedInTime)
 {
-    Screen screen;
+    Screen screen(QSize(1200, 800));
     ConfirmingButtonView button(&screen.root, "SLEEP", ConfirmingButtonView::Large);
     QSignalSpy confirmed(&button, SIGNAL(released()));
     button.setDisarmInterval(0); // the timer fires on the next turn of the loop
 
-    screen.display.tap(button.rootGeometry().center());
+    screen.tap(&button);
     EXPECT_TRUE(button.isArmed());
     drainEvents();
     EXPECT_FALSE(button.isArmed());
-    screen.display.tap(button.rootGeometry().center()); // arms again, confirms nothing
+    screen.tap(&button); // arms again, confirms nothing
     EXPECT_TRUE(button.isArmed());
     EXPECT_EQ(confirmed.count(), 0);
 }

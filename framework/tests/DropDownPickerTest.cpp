@@ -1,4 +1,3 @@
-#include "display/DisplayDevice.h"
 #include "views/ViewDump.h"
 #include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
@@ -8,7 +7,7 @@
 #include "views/popup/PopupView.h"
 #include "views/table/TableCell.h"
 #include "views/table/TableView.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QJsonArray>
 #include <QSignalSpy>
@@ -44,17 +43,6 @@ DisplayView* listRow(const QString& text)
     return findShown(theCenterDisplay->overlay(), text);
 }
 
-struct Screen {
-    Screen()
-        : display(&root, QSize(1000, 1200))
-    {
-        root.resize(1000, 1200);
-    }
-    void tapOn(DisplayView* view) { display.tap(view->rootGeometry().center()); }
-    DisplayView root;
-    DisplayDevice display;
-};
-
 // Greys out the first two choices, as a speed picker greys out low limits.
 class FirstTwoDisabled : public DropDownPickerStringTableModel {
 public:
@@ -74,7 +62,7 @@ public slots:
 
 TEST(DropDownPicker, TappingOpensTheListUnderTheFaceAndARowChoosesAndCloses)
 {
-    Screen s;
+    Screen s(QSize(1000, 1200));
     DropDownPicker picker(&s.root, Greek, 0, 300, DropDownPicker::SettingsPickerStyle);
     picker.moveTo(100, 200);
     Page page;
@@ -83,7 +71,7 @@ TEST(DropDownPicker, TappingOpensTheListUnderTheFaceAndARowChoosesAndCloses)
     EXPECT_EQ(picker.geometry().size(), QSize(300, 60));
     EXPECT_EQ(picker.describe(), "Alpha");
 
-    s.tapOn(&picker);
+    s.tap(&picker);
     ASSERT_TRUE(picker.isOpen());
     EXPECT_EQ(theCenterDisplay->topmostPopup(), picker.listView()->parentView());
     EXPECT_EQ(picker.listView()->rootGeometry(), QRect(100, 260, 300, 4 * 60));
@@ -91,7 +79,7 @@ TEST(DropDownPicker, TappingOpensTheListUnderTheFaceAndARowChoosesAndCloses)
 
     DisplayView* gamma = listRow("Gamma");
     ASSERT_NE(gamma, nullptr);
-    s.tapOn(gamma);
+    s.tap(gamma);
     EXPECT_FALSE(picker.isOpen());
     ASSERT_EQ(selected.count(), 1);
     EXPECT_EQ(selected.first().first().value<TableModelIndex>(), TableModelIndex(nullptr, 1, 2));
@@ -104,27 +92,27 @@ TEST(DropDownPicker, TappingOpensTheListUnderTheFaceAndARowChoosesAndCloses)
 
 TEST(DropDownPicker, ATouchElsewhereClosesTheListWithoutChoosing)
 {
-    Screen s;
+    Screen s(QSize(1000, 1200));
     ButtonView other(&s.root, Style("SettingsPushButton"), "OTHER");
     other.moveTo(600, 600);
     QSignalSpy otherReleased(&other, &ControlBase::released);
     DropDownPicker picker(&s.root, Greek, 1, 300, DropDownPicker::SettingsPickerStyle);
     QSignalSpy selected(&picker, &DropDownPicker::itemSelected);
 
-    s.tapOn(&picker);
+    s.tap(&picker);
     ASSERT_TRUE(picker.isOpen());
-    s.tapOn(&other); // the touch closes the list and goes no further
+    s.tap(&other); // the touch closes the list and goes no further
     EXPECT_FALSE(picker.isOpen());
     EXPECT_EQ(otherReleased.count(), 0);
-    s.tapOn(&picker);
+    s.tap(&picker);
     EXPECT_TRUE(picker.isOpen());
-    s.tapOn(&picker); // the face is outside the list too
+    s.tap(&picker); // the face is outside the list too
     EXPECT_FALSE(picker.isOpen());
     EXPECT_EQ(selected.count(), 0);
     EXPECT_EQ(picker.choiceIndex(), 1);
 
     // Disabling closes the list, and a disabled picker stays shut.
-    s.tapOn(&picker);
+    s.tap(&picker);
     picker.enable(false, true);
     EXPECT_FALSE(picker.isOpen());
     picker.openList();
@@ -133,16 +121,16 @@ TEST(DropDownPicker, ATouchElsewhereClosesTheListWithoutChoosing)
 
 TEST(DropDownPicker, DisabledChoicesAreGreyedAndRefuseTheTap)
 {
-    Screen s;
+    Screen s(QSize(1000, 1200));
     FirstTwoDisabled model(Greek);
     DropDownPicker picker(&s.root, Greek, 3, 300, DropDownPicker::SettingsPickerStyle, &model);
     QSignalSpy selected(&picker, &DropDownPicker::itemSelected);
-    s.tapOn(&picker);
+    s.tap(&picker);
 
     DisplayView* alpha = listRow("Alpha");
     ASSERT_NE(alpha, nullptr);
     EXPECT_FALSE(alpha->isEnabled());
-    s.tapOn(alpha);
+    s.tap(alpha);
     EXPECT_TRUE(picker.isOpen());
     EXPECT_EQ(selected.count(), 0);
     EXPECT_EQ(picker.choiceIndex(), 3);
@@ -154,18 +142,18 @@ TEST(DropDownPicker, DisabledChoicesAreGreyedAndRefuseTheTap)
     EXPECT_TRUE(rows[2]["enabled"].toBool());
     EXPECT_TRUE(rows[3]["selected"].toBool());
 
-    s.tapOn(listRow("Gamma"));
+    s.tap(listRow("Gamma"));
     EXPECT_EQ(selected.count(), 1);
     EXPECT_EQ(picker.choiceIndex(), 2);
 }
 
 TEST(DropDownPicker, AnIndexOutsideTheChoicesChoosesNothing)
 {
-    Screen s;
+    Screen s(QSize(1000, 1200));
     DropDownPicker picker(&s.root, Greek, 2, 300, DropDownPicker::SettingsPickerStyle);
     picker.setChoiceIndex(-1);
     EXPECT_EQ(picker.describe(), "");
-    s.tapOn(&picker);
+    s.tap(&picker);
     ASSERT_TRUE(picker.isOpen());
     for (const TableCell* cell : picker.listView()->visibleCells())
         EXPECT_FALSE(cell->isSelected());
@@ -182,11 +170,11 @@ TEST(DropDownPicker, AnIndexOutsideTheChoicesChoosesNothing)
 
 TEST(DropDownPicker, AScrollableListShowsAtMostItsMaximumRowsAndAHalfRowHintsAtMore)
 {
-    Screen s;
+    Screen s(QSize(1000, 1200));
     DropDownPicker many(&s.root, numbered(20), 0, 300, DropDownPicker::SettingsPickerStyle);
     many.setScrollable(true);
     many.setMaxItemsToDisplay(10.5);
-    s.tapOn(&many);
+    s.tap(&many);
     EXPECT_EQ(many.listView()->height(), 630);
     EXPECT_EQ(many.listView()->visibleCells().size(), 11);
     EXPECT_EQ(many.listView()->visibleCells().last()->rootGeometry().bottom(),
@@ -197,30 +185,30 @@ TEST(DropDownPicker, AScrollableListShowsAtMostItsMaximumRowsAndAHalfRowHintsAtM
     few.moveTo(400, 0);
     few.setScrollable(true);
     few.setMaxItemsToDisplay(10.5);
-    s.tapOn(&few);
+    s.tap(&few);
     EXPECT_EQ(few.listView()->height(), 4 * 60);
     few.closeList();
 
     // Not scrollable: every row, as far as the display goes.
     many.setScrollable(false);
-    s.tapOn(&many);
+    s.tap(&many);
     EXPECT_EQ(many.listView()->rootGeometry(), QRect(0, 60, 300, 1200 - 60));
 }
 
 TEST(DropDownPicker, TheListOpensAboveWhenThereIsMoreRoomThereWithTheChoiceInSight)
 {
-    Screen s;
+    Screen s(QSize(1000, 1200));
     DropDownPicker picker(&s.root, numbered(20), 0, 300, DropDownPicker::SettingsPickerStyle);
     picker.setScrollable(true);
     picker.setMaxItemsToDisplay(10.5);
     picker.moveTo(40, 500); // 640 px below: it fits
-    s.tapOn(&picker);
+    s.tap(&picker);
     EXPECT_EQ(picker.listView()->rootGeometry(), QRect(40, 560, 300, 630));
     picker.closeList();
 
     picker.moveTo(40, 1000);
     picker.setChoiceIndex(15); // the current choice comes into sight
-    s.tapOn(&picker);
+    s.tap(&picker);
     EXPECT_EQ(picker.listView()->rootGeometry(), QRect(40, 1000 - 630, 300, 630));
     EXPECT_EQ(picker.listView()->scrollOffset(), 20 * 60 - 630);
     EXPECT_TRUE(picker.listView()->cellForIndex(TableModelIndex(nullptr, 1, 15))->isSelected());
@@ -228,16 +216,16 @@ TEST(DropDownPicker, TheListOpensAboveWhenThereIsMoreRoomThereWithTheChoiceInSig
 
 TEST(DropDownPicker, AGivenButtonIsTheFace)
 {
-    Screen s;
+    Screen s(QSize(1000, 1200));
     ButtonView button(&s.root, Style("SettingsPushButton"), "");
     button.moveTo(500, 100);
     DropDownPicker picker(&s.root, Greek, 1, 300, DropDownPicker::SettingsPickerStyle, nullptr, &button);
     EXPECT_EQ(button.label(), "Beta");
     EXPECT_EQ(picker.geometry().size(), QSize(0, 0));
-    s.tapOn(&button);
+    s.tap(&button);
     ASSERT_TRUE(picker.isOpen());
     EXPECT_EQ(picker.listView()->rootGeometry(), QRect(500, 160, button.width(), 240));
-    s.tapOn(listRow("Delta"));
+    s.tap(listRow("Delta"));
     EXPECT_EQ(button.label(), "Delta");
     EXPECT_EQ(picker.choiceIndex(), 3);
 
@@ -245,7 +233,7 @@ TEST(DropDownPicker, AGivenButtonIsTheFace)
     EXPECT_EQ(findShown(&s.root, "Delta"), &button);
     picker.disable();
     EXPECT_FALSE(button.isEnabled());
-    s.tapOn(&button);
+    s.tap(&button);
     EXPECT_FALSE(picker.isOpen());
     picker.enable();
     EXPECT_TRUE(button.isEnabled());

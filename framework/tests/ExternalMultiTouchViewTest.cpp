@@ -1,10 +1,9 @@
 #include "core/ConfigValue.h"
-#include "display/DisplayDevice.h"
 #include "views/CenterDisplay.h"
 #include "views/ExternalMultiTouchView.h"
 #include "views/KineticScroller.h"
 #include "views/popup/PopupView.h"
-#include "TestSupport.h"
+#include "Screen.h"
 #include "X11TestWindow.h"
 
 #include <QPainter>
@@ -56,11 +55,11 @@ private:
     QTemporaryDir mDir;
 };
 
-class ExternalWindowTest : public ::testing::Test {
+class ExternalWindowTest : public ::testing::Test, protected Screen<> {
 protected:
     ExternalWindowTest()
+        : Screen(QSize(800, 600))
     {
-        root.resize(800, 600);
         frame.setGeometry(QRect(100, 50, 300, 100));
         view.setGeometry(QRect(0, 0, 200, 120)); // its bottom runs out of the frame
     }
@@ -77,8 +76,6 @@ protected:
     QColor at(const QPoint& p) { return display.render().pixelColor(p); }
 
     Settings settings;
-    DisplayView root;
-    DisplayDevice display{&root, QSize(800, 600)};
     DisplayView frame{&root};
     ExternalView view{&frame};
     X11TestWindow window;

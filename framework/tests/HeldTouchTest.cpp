@@ -2,7 +2,6 @@
 // switches all happen under it. Each control must either still do what the finger chose when
 // it lifts, or drop the touch when what it chose is gone - never act on something else.
 #include "core/DataValue.h"
-#include "display/DisplayDevice.h"
 #include "views/ButtonView.h"
 #include "views/ConfirmingButtonView.h"
 #include "views/MultiPageView.h"
@@ -16,7 +15,7 @@
 #include "views/table/TableModel.h"
 #include "views/table/TableView.h"
 #include "views/CenterDisplay.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QPointer>
 #include <QSignalSpy>
@@ -24,35 +23,21 @@
 
 namespace {
 
-struct Finger {
-    explicit Finger(DisplayDevice& d)
-        : display(d)
+// One finger, lifted where it went down.
+struct HeldScreen : Screen<> {
+    HeldScreen()
+        : Screen(QSize(1200, 800))
     {
     }
-    void press(const QPoint& p)
+    void hold(const QPoint& p)
     {
-        at = p;
-        display.touch(int(TouchEvent::Kind::Press), p);
+        held = p;
+        press(p);
     }
-    void release() { display.touch(int(TouchEvent::Kind::Release), at); }
-    DisplayDevice& display;
-    QPoint at;
+    void lift() { release(held); }
+    QPoint held;
 };
 
-struct Screen {
-    Screen()
-        : display(&root, QSize(1200, 800))
-        , finger(display)
-    {
-        root.resize(1200, 800);
-    }
-    DisplayView root;
-    DisplayDevice display;
-    Finger finger;
-};
-
-// Rows named by the strings in the list; refresh() says "count changed" with nothing changed,
-// as a periodic value refresh does.
 class NamesModel : public TableModel {
 public:
     explicit NamesModel(QStringList names)
@@ -68,7 +53,7 @@ public:
     QStringList disabled;
 };
 
-struct HeldTable : Screen {
+struct HeldTable : HeldScreen {
     HeldTable()
         : model({"Speed", "Gear", "Charge", "Odometer"})
         , table(&root, &model)
@@ -96,78 +81,78 @@ TEST(HeldTouch, TableRowKeepsItsFingerThroughRefreshesAndLosesItWhenItsRowGoes)
 {
     {
         HeldTable t;
-        t.finger.press(t.rowCentre(2));
+        t.hold(t.rowCentre(2));
         for (int i = 0; i < 5; ++i)
             t.model.refresh();
-        t.finger.release();
+        t.lift();
         EXPECT_EQ(t.tapped(), QStringList{"Charge"}) << "a refresh while held must not swallow the tap";
     }
     {
         // A row above goes: the finger's row now shows something else, so no tap on it.
         HeldTable t;
-        t.finger.press(t.rowCentre(2));
+        t.hold(t.rowCentre(2));
         t.model.names.removeAt(0);
         t.model.refresh();
-        t.finger.release();
+        t.lift();
         EXPECT_TRUE(t.tapped().isEmpty()) << t.tapped().join(',').toStdString();
     }
     {
         // The row itself goes, and the list is shorter than where the finger is.
         HeldTable t;
-        t.finger.press(t.rowCentre(3));
+        t.hold(t.rowCentre(3));
         t.model.names.removeLast();
         t.model.refresh();
-        t.finger.release();
+        t.lift();
         EXPECT_TRUE(t.tapped().isEmpty());
     }
     {
         HeldTable t;
-        t.finger.press(t.rowCentre(1));
+        t.hold(t.rowCentre(1));
         t.model.disabled << "Gear";
         t.model.refresh();
-        t.finger.release();
+        t.lift();
         EXPECT_TRUE(t.tapped().isEmpty()) << "a row disabled under the finger takes no tap";
     }
     {
         // Rows added below change nothing for the finger's row.
         HeldTable t;
-        t.finger.press(t.rowCentre(0));
+        t.hold(t.rowCentre(0));
         t.model.names << "Torque";
         t.model.refresh();
-        t.finger.release();
+        t.lift();
         EXPECT_EQ(t.tapped(), QStringList{"Speed"});
     }
 }
 
 TEST(HeldTouch, ButtonHeldWhileDisabledHiddenRelabelledOrCoveredDoesNothing)
 {
-    const auto heldThrough = [](const std::function<void(Screen&, ButtonView&)>& change) {
-        Screen s;
+    const auto heldThrough = [](const std::function<void(HeldScreen&, ButtonView&)>& change) {
+        HeldScreen s;
         auto* page = new DisplayView(&s.root);
         page->setGeometry(QRect(0, 0, 1200, 800));
         auto* button = new ButtonView(page, Style("SettingsPushButton"), QStringLiteral("SLEEP"));
         button->setGeometry(QRect(100, 100, 200, 80));
         QSignalSpy released(button, &ControlBase::released);
-        s.finger.press(button->rootGeometry().center());
+        s.hold(button->rootGeometry().center());
         change(s, *button);
-        s.finger.release();
+        s.lift();
         for (PopupView* popup : theCenterDisplay->openPopups())
             popup->close();
         drainEvents();
         return released.count();
     };
-    EXPECT_EQ(heldThrough([](Screen&, ButtonView&) {}), 1);
-    EXPECT_EQ(heldThrough([](Screen&, ButtonView& b) { b.update(); }), 1) << "a repaint is no reason to drop the finger";
-    EXPECT_EQ(heldThrough([](Screen&, ButtonView& b) { b.enable(false, true); }), 0);
-    EXPECT_EQ(heldThrough([](Screen&, ButtonView& b) {
+    EXPECT_EQ(heldThrough([](HeldScreen&, ButtonView&) {}), 1);
+    EXPECT_EQ(heldThrough([](HeldScreen&, ButtonView& b) { b.update(); }), 1) << "a repaint is no reason to drop the finger";
+    EXPECT_EQ(heldThrough([](HeldScreen&, ButtonView& b) { b.enable(false, true); }), 0);
+    EXPECT_EQ(heldThrough([](HeldScreen&, ButtonView& b) {
                   b.enable(false, true);
                   b.enable(true, true);
               }),
               0)
         << "a touch dropped stays dropped";
-    EXPECT_EQ(heldThrough([](Screen&, ButtonView& b) { b.parentView()->hide(); }), 0) << "its page was switched away";
-    EXPECT_EQ(heldThrough([](Screen&, ButtonView& b) { b.setLabel(QStringLiteral("WAKE")); }), 0);
-    EXPECT_EQ(heldThrough([](Screen&, ButtonView&) {
+    EXPECT_EQ(heldThrough([](HeldScreen&, ButtonView& b) { b.parentView()->hide(); }), 0) << "its page was switched away";
+    EXPECT_EQ(heldThrough([](HeldScreen&, ButtonView& b) { b.setLabel(QStringLiteral("WAKE")); }), 0);
+    EXPECT_EQ(heldThrough([](HeldScreen&, ButtonView&) {
                   ConfirmationPopup::ask(QStringLiteral("Q"), QStringLiteral("Sure?"), QStringLiteral("NO"),
                                          QStringLiteral("YES"), nullptr, nullptr);
               }),
@@ -177,7 +162,7 @@ TEST(HeldTouch, ButtonHeldWhileDisabledHiddenRelabelledOrCoveredDoesNothing)
 
 TEST(HeldTouch, TabHeldWhileATabIsInsertedBeforeItOpensNothing)
 {
-    Screen s;
+    HeldScreen s;
     TabSelectorContainerView container(&s.root, 44);
     container.setGeometry(QRect(0, 0, 1000, 600));
     auto* pages = new MultiPageView(&container);
@@ -191,20 +176,20 @@ TEST(HeldTouch, TabHeldWhileATabIsInsertedBeforeItOpensNothing)
     pages->selectPage(0);
 
     const QPoint settingsTab = container.tabSelector()->childViews()[1]->rootGeometry().center();
-    s.finger.press(settingsTab);
+    s.hold(settingsTab);
     // Developer mode came on: the CAN page goes in as the second tab.
     pages->addPage(new PageView(pages, QStringLiteral("CAN")), settings);
-    s.finger.release();
+    s.lift();
     EXPECT_EQ(pages->currentPage(), data) << "the finger was on SETTINGS; CAN slid under it";
 
-    s.finger.press(container.tabSelector()->childViews()[2]->rootGeometry().center());
-    s.finger.release();
+    s.hold(container.tabSelector()->childViews()[2]->rootGeometry().center());
+    s.lift();
     EXPECT_EQ(pages->currentPage(), settings);
 }
 
 TEST(HeldTouch, SlideSwitchHeldWhileItsValueChangesLandsWhereTheFingerLifts)
 {
-    Screen s;
+    HeldScreen s;
     IntDataValue mode("TEST_heldSwitchMode", 0);
     SlideSwitch slide(&s.root, {"OFF", "FACTORY", "TRANSPORT"}, &mode);
     slide.setWriteMode(DataValueBinding::WriteMode::Direct);
@@ -213,25 +198,25 @@ TEST(HeldTouch, SlideSwitchHeldWhileItsValueChangesLandsWhereTheFingerLifts)
         const int segment = slide.width() / 3;
         return slide.mapToRoot(QPoint(position * segment + segment / 2, slide.height() / 2));
     };
-    s.finger.press(at(2));
+    s.hold(at(2));
     mode.setValue(1); // the car moved it meanwhile
     EXPECT_EQ(slide.position(), 1);
-    s.finger.release();
+    s.lift();
     EXPECT_EQ(mode.value(), 2);
     EXPECT_EQ(slide.position(), 2);
 
     QSignalSpy changed(&slide, &SlideSwitch::positionChanged);
-    s.finger.press(at(0));
+    s.hold(at(0));
     slide.enable(false, true);
     slide.enable(true, true);
-    s.finger.release();
+    s.lift();
     EXPECT_EQ(changed.count(), 0) << "disabled while held: the touch no longer counts";
     EXPECT_EQ(mode.value(), 2);
 }
 
 TEST(HeldTouch, PopupButtonHeldWhileThePopupGoesAnswersNothing)
 {
-    Screen s;
+    HeldScreen s;
     ConfirmationPopup* popup = ConfirmationPopup::ask(QStringLiteral("Q"), QStringLiteral("Sure?"), QStringLiteral("NO"),
                                                       QStringLiteral("YES"), nullptr, nullptr);
     QSignalSpy answered(popup, &ConfirmationPopup::answered);
@@ -241,26 +226,26 @@ TEST(HeldTouch, PopupButtonHeldWhileThePopupGoesAnswersNothing)
             yes = button;
     }
     ASSERT_TRUE(yes);
-    s.finger.press(yes->rootGeometry().center());
+    s.hold(yes->rootGeometry().center());
     // The page that asked went away and took its question with it.
     popup->dismiss();
-    s.finger.release();
+    s.lift();
     EXPECT_EQ(answered.count(), 0);
     drainEvents();
 }
 
 TEST(HeldTouch, ConfirmingButtonHeldWhileItDisarmsOnlyArmsAgain)
 {
-    Screen s;
+    HeldScreen s;
     ConfirmingButtonView button(&s.root, QStringLiteral("REBOOT"));
     button.moveTo(100, 100);
     button.setDisarmInterval(1);
     QSignalSpy confirmed(&button, &ConfirmingButtonView::released);
-    s.display.tap(button.rootGeometry().center());
+    s.tap(&button);
     ASSERT_TRUE(button.isArmed());
-    s.finger.press(button.rootGeometry().center());
+    s.hold(button.rootGeometry().center());
     ASSERT_TRUE(waitFor([&] { return !button.isArmed(); }));
-    s.finger.release();
+    s.lift();
     EXPECT_EQ(confirmed.count(), 0) << "what the finger confirmed had gone back to asking";
     EXPECT_TRUE(button.isArmed());
 }

@@ -1,5 +1,4 @@
 // The on-screen keyboard, its key strokes, the text field and the page dialog popup: no browser.
-#include "display/DisplayDevice.h"
 #include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 #include "views/dialog/PageDialogPopup.h"
@@ -7,7 +6,7 @@
 #include "views/keyboard/KeyboardView.h"
 #include "views/keyboard/TextFieldView.h"
 #include "views/popup/OverlayView.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QKeyEvent>
 #include <QSignalSpy>
@@ -30,22 +29,9 @@ public:
     QStringList events;
 };
 
-class KeyboardTest : public ::testing::Test {
+class KeyboardTest : public ::testing::Test, protected Screen<> {
 protected:
-    KeyboardTest()
-        : display(&root, QSize(1920, 1200))
-    {
-        root.resize(1920, 1200);
-        recorder.setGeometry(QRect(0, 0, 400, 400));
-    }
-    ~KeyboardTest() override
-    {
-        DisplayDevice::setKeyFocus(nullptr);
-        theCenterDisplay->setKeyboardVisible(false);
-        for (PopupView* popup : theCenterDisplay->openPopups())
-            popup->close();
-        drainEvents();
-    }
+    KeyboardTest() { recorder.setGeometry(QRect(0, 0, 400, 400)); }
 
     KeyboardView* keyboard() { return theCenterDisplay->keyboard(); }
 
@@ -59,7 +45,7 @@ protected:
                 ASSERT_LT(taps, 4) << "no key for " << QString(c).toStdString();
                 // A letter's key is relabelled as shift lets go.
                 const bool typesIt = key->label() == QString(c) || (c == ' ' && key->label() == "SPACE");
-                display.tap(key->rootGeometry().center());
+                tap(key);
                 if (typesIt)
                     break;
             }
@@ -71,14 +57,12 @@ protected:
         for (DisplayView* layer : keyboard()->childViews()) {
             for (DisplayView* key : layer->childViews()) {
                 if (key->isShown() && static_cast<ButtonView*>(key)->label() == label)
-                    return display.tap(key->rootGeometry().center());
+                    return tap(key);
             }
         }
         FAIL() << "no shown key " << label.toStdString();
     }
 
-    DisplayView root;
-    DisplayDevice display;
     KeyRecorder recorder{&root};
 };
 
@@ -183,11 +167,11 @@ TEST_F(KeyboardTest, AKeyHeldWhileTheKeyboardHidesTypesNothing)
     ASSERT_TRUE(theCenterDisplay->isKeyboardVisible());
     ButtonView* key = keyboard()->keyTowards(QLatin1Char('c'));
     ASSERT_TRUE(key);
-    display.touch(int(TouchEvent::Kind::Press), key->rootGeometry().center());
+    press(key->rootGeometry().center());
     // Focus moved on (the page took it) while the finger rested on the key.
     recorder.setKeyFocus();
     ASSERT_FALSE(theCenterDisplay->isKeyboardVisible());
-    display.touch(int(TouchEvent::Kind::Release), key->rootGeometry().center());
+    release(key->rootGeometry().center());
     EXPECT_EQ(field.text(), "ab");
     EXPECT_TRUE(recorder.events.isEmpty()) << recorder.events.join(' ').toStdString();
 }

@@ -1,11 +1,10 @@
-#include "display/DisplayDevice.h"
 #include "views/KineticScroller.h"
 #include "views/table/MultiTableView.h"
 #include "views/table/TableCell.h"
 #include "views/table/TableController.h"
 #include "views/table/TableModel.h"
 #include "views/table/TableView.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QSignalSpy>
 #include <gtest/gtest.h>
@@ -39,12 +38,11 @@ public:
     qreal percent = 100;
 };
 
-struct Rig {
+struct Rig : Screen<> {
     Rig()
-        : display(&root, QSize(800, 600))
+        : Screen(QSize(800, 600))
         , tables(&root, &model, &controller)
     {
-        root.resize(800, 600);
         tables.setGeometry(QRect(0, 0, 800, 600));
         tables.scroller()->setClock([this] { return ms; });
         controller.tables = &tables;
@@ -53,7 +51,7 @@ struct Rig {
     {
         for (TableCell* cell : tables.findChildren<TableCell*>()) {
             if (cell->isShown() && cell->describe() == label) {
-                display.tap(cell->rootGeometry().center());
+                Screen::tap(cell);
                 return;
             }
         }
@@ -69,8 +67,6 @@ struct Rig {
     qint64 ms = 0;
     TreeModel model;
     DrillController controller;
-    DisplayView root;
-    DisplayDevice display;
     MultiTableView tables;
 };
 

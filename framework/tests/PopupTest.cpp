@@ -1,5 +1,4 @@
 #include "core/Logger.h"
-#include "display/DisplayDevice.h"
 #include "core/DataValues.h"
 #include "views/CenterDisplay.h"
 #include "views/FactoryResetManager.h"
@@ -7,7 +6,7 @@
 #include "views/ButtonView.h"
 #include "views/popup/ConfirmationPopup.h"
 #include "views/popup/OverlayView.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QPointer>
 #include <QSignalSpy>
@@ -40,23 +39,14 @@ private:
     bool mScrolls;
 };
 
-class PopupTest : public ::testing::Test {
+class PopupTest : public ::testing::Test, protected Screen<> {
 protected:
     PopupTest()
-        : display(&root, QSize(1000, 800))
+        : Screen(QSize(1000, 800))
     {
-        root.resize(1000, 800);
         button.moveTo(10, 10);
     }
-    ~PopupTest() override
-    {
-        for (PopupView* popup : theCenterDisplay->openPopups())
-            popup->close();
-        drainEvents();
-    }
 
-    DisplayView root;
-    DisplayDevice display;
     ButtonView button{&root, Style("SettingsPushButton"), "APP"};
 };
 
@@ -100,10 +90,10 @@ TEST_F(PopupTest, ModalPopupBlocksTheAppAndOutsideTouchesCloseALooseOne)
     list.setClosesOnOutsideTouch(true);
     list.setGeometry(QRect(500, 500, 100, 100));
     list.open();
-    display.tap(button.rootGeometry().center());
+    tap(&button);
     EXPECT_FALSE(list.isOpen()); // the touch closed the list ...
     EXPECT_EQ(appTaps.count(), 0); // ... and went no further
-    display.tap(button.rootGeometry().center());
+    tap(&button);
     EXPECT_EQ(appTaps.count(), 1);
 
     const QPoint corner = button.rootGeometry().topLeft() + QPoint(8, 8);
@@ -112,7 +102,7 @@ TEST_F(PopupTest, ModalPopupBlocksTheAppAndOutsideTouchesCloseALooseOne)
     question->open();
     EXPECT_EQ(question->width(), 610);
     EXPECT_EQ(question->style(), 6);
-    display.tap(button.rootGeometry().center());
+    tap(&button);
     EXPECT_EQ(appTaps.count(), 1);
     EXPECT_TRUE(question->isOpen());
     // The overlay is painted over the app: the dimmed backdrop darkens the button.
@@ -131,8 +121,8 @@ TEST_F(PopupTest, ConfirmationAnswersOnceThroughItsButtonsThenGoesAway)
     }
     ASSERT_TRUE(ok);
     const QPoint okPoint = ok->rootGeometry().center();
-    display.tap(okPoint);
-    display.tap(okPoint); // gone already: nothing more
+    tap(okPoint);
+    tap(okPoint); // gone already: nothing more
     ASSERT_EQ(answered.count(), 1);
     EXPECT_TRUE(answered.first().first().toBool());
     drainEvents();
@@ -153,18 +143,18 @@ TEST_F(PopupTest, AScrollingAncestorTakesOverAMovingFingerAndTheHolderIsCancelle
     row.setGeometry(QRect(0, 50, 300, 60));
 
     // A small wobble stays with the row.
-    display.touch(int(Kind::Press), QPoint(150, 170));
-    display.touch(int(Kind::Move), QPoint(153, 174));
-    display.touch(int(Kind::Release), QPoint(153, 174));
+    press(QPoint(150, 170));
+    move(QPoint(153, 174));
+    release(QPoint(153, 174));
     EXPECT_EQ(row.kinds, (QVector<Kind>{Kind::Press, Kind::Move, Kind::Release}));
     EXPECT_TRUE(list.kinds.isEmpty());
 
     // A vertical drag goes to the list from the press point on; the row hears Cancel.
     row.kinds.clear();
-    display.touch(int(Kind::Press), QPoint(150, 170));
-    display.touch(int(Kind::Move), QPoint(150, 200));
-    display.touch(int(Kind::Move), QPoint(150, 260));
-    display.touch(int(Kind::Release), QPoint(150, 260));
+    press(QPoint(150, 170));
+    move(QPoint(150, 200));
+    move(QPoint(150, 260));
+    release(QPoint(150, 260));
     EXPECT_EQ(row.kinds, (QVector<Kind>{Kind::Press, Kind::Cancel}));
     EXPECT_EQ(list.kinds, (QVector<Kind>{Kind::Press, Kind::Move, Kind::Move, Kind::Release}));
     EXPECT_EQ(list.positions.first(), QPoint(50, 70));
@@ -172,9 +162,9 @@ TEST_F(PopupTest, AScrollingAncestorTakesOverAMovingFingerAndTheHolderIsCancelle
     // A sideways drag (a slide switch's) stays with the row.
     row.kinds.clear();
     list.kinds.clear();
-    display.touch(int(Kind::Press), QPoint(150, 170));
-    display.touch(int(Kind::Move), QPoint(250, 175));
-    display.touch(int(Kind::Release), QPoint(250, 175));
+    press(QPoint(150, 170));
+    move(QPoint(250, 175));
+    release(QPoint(250, 175));
     EXPECT_EQ(row.kinds.last(), Kind::Release);
     EXPECT_TRUE(list.kinds.isEmpty());
 }

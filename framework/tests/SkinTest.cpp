@@ -1,10 +1,9 @@
 #include "core/Logger.h"
-#include "display/DisplayDevice.h"
 #include "services/Skin.h"
 #include "services/StorageUtils.h"
 #include "views/BorderImageView.h"
 #include "views/ButtonView.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QPainter>
 #include <QSignalSpy>
@@ -64,18 +63,16 @@ TEST(Skin, BorderImagesKeepTheirBordersUnscaledAtAnySize)
 TEST(BorderImageView, DrawsOverContentWhileTouchesReachWhatIsUnderIt)
 {
     SkinRig rig;
-    DisplayView root;
-    root.resize(300, 200);
-    DisplayDevice display(&root, QSize(300, 200));
-    ButtonView button(&root, Style(), QString());
+    Screen screen(QSize(300, 200));
+    ButtonView button(&screen.root, Style(), QString());
     button.setImage("test/frame.png");
     button.setGeometry(QRect(0, 0, 300, 200));
-    BorderImageView overlay(&root, {"test/frame.png"}, 10);
+    BorderImageView overlay(&screen.root, {"test/frame.png"}, 10);
     overlay.setGeometry(QRect(0, 0, 300, 200));
     EXPECT_EQ(button.describe(), "test/frame.png");  // scripts know an image button by its image
 
     QSignalSpy tapped(&button, &ControlBase::tapped);
-    display.tap(QPoint(150, 100));
+    screen.tap(QPoint(150, 100));
     EXPECT_EQ(tapped.count(), 1);
-    EXPECT_EQ(display.render().pixelColor(2, 2), QColor(Qt::red));  // the overlay's corner is on top
+    EXPECT_EQ(screen.display.render().pixelColor(2, 2), QColor(Qt::red));  // the overlay's corner is on top
 }

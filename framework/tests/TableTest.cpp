@@ -1,4 +1,3 @@
-#include "display/DisplayDevice.h"
 #include "views/KineticScroller.h"
 #include "views/table/TableCell.h"
 #include "views/table/TableCellRendererAdapter.h"
@@ -6,7 +5,7 @@
 #include "views/table/TableModel.h"
 #include "views/table/TableRenderer.h"
 #include "views/table/TableView.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QSet>
 #include <QSignalSpy>
@@ -89,23 +88,20 @@ QStringList visibleLabels(const TableView& table)
 }
 
 // A table of 60 px rows, 300 px high, on a display, with a clock the test moves.
-struct TableRig {
+struct TableRig : Screen<> {
     explicit TableRig(QVector<int> sections)
-        : model(std::move(sections))
-        , display(&root, QSize(600, 600))
+        : Screen(QSize(600, 600))
+        , model(std::move(sections))
         , table(&root, &model, &controller)
     {
-        root.resize(600, 600);
         table.setGeometry(QRect(0, 100, 400, 300));
         table.scroller()->setClock([this] { return ms; });
     }
-    void press(const QPoint& p) { display.touch(int(TouchEvent::Kind::Press), p); }
     void moveTo(const QPoint& p)
     {
         ms += 16;
-        display.touch(int(TouchEvent::Kind::Move), p);
+        move(p);
     }
-    void release(const QPoint& p) { display.touch(int(TouchEvent::Kind::Release), p); }
     void runFor(qint64 duration)
     {
         for (const qint64 end = ms + duration; ms < end;) {
@@ -121,8 +117,6 @@ struct TableRig {
     qint64 ms = 0;
     GridModel model;
     CountingController controller;
-    DisplayView root;
-    DisplayDevice display;
     TableView table;
 };
 

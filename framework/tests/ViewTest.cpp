@@ -1,11 +1,10 @@
 #include "core/DataValue.h"
-#include "display/DisplayDevice.h"
 #include "views/ViewDump.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"
 #include "views/LayoutView.h"
 #include "views/Style.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <QJsonArray>
 #include <QKeyEvent>
@@ -86,46 +85,24 @@ TEST(View, VisibilityAndEnabledStateFollowAncestors)
 
 TEST(View, TouchesReachTheViewUnderThemAndSlidingOffCancels)
 {
-    DisplayView root;
-    root.resize(800, 600);
-    DisplayDevice display(&root, QSize(800, 600));
-    DisplayView panel(&root);
+    Screen screen(QSize(800, 600));
+    DisplayView panel(&screen.root);
     panel.setGeometry(QRect(100, 100, 400, 300));
     ButtonView button(&panel, Style("SettingsPushButton"), "GO");
     button.moveTo(50, 50);
     QSignalSpy released(&button, &ControlBase::released);
     QSignalSpy tapped(&button, &ControlBase::tapped);
 
-    display.tap(QPoint(160, 170)); // inside the button in root coordinates
+    screen.tap(QPoint(160, 170)); // inside the button in root coordinates
     EXPECT_EQ(tapped.count(), 1);
     EXPECT_EQ(released.count(), 1);
     EXPECT_EQ(released.first().first().value<ControlBase*>(), &button);
 
-    display.tap(QPoint(20, 20)); // outside: nothing
-    display.touch(int(TouchEvent::Kind::Press), QPoint(160, 170));
-    display.touch(int(TouchEvent::Kind::Move), QPoint(700, 500));
-    display.touch(int(TouchEvent::Kind::Release), QPoint(700, 500));
+    screen.tap(QPoint(20, 20)); // outside: nothing
+    screen.press(QPoint(160, 170));
+    screen.move(QPoint(700, 500));
+    screen.release(QPoint(700, 500));
     EXPECT_EQ(released.count(), 1);
-}
-
-TEST(View, ToggleBoundToDataValueWritesAndFollowsIt)
-{
-    BoolDataValue service("TEST_service", false);
-    DisplayView root;
-    root.resize(400, 200);
-    DisplayDevice display(&root, QSize(400, 200));
-    ButtonView toggle(&root, Style("SettingsToggleButton"), "IN\nSERVICE", &service);
-    EXPECT_TRUE(toggle.isToggle());
-    display.tap(toggle.rootGeometry().center());
-    EXPECT_TRUE(service.value());
-    EXPECT_TRUE(toggle.isToggled());
-    service.setValue(false); // the car turned it off
-    EXPECT_FALSE(toggle.isToggled());
-
-    ButtonView unbound(&root, Style("ButtonType:roundtoggle; ButtonColor:red; Width:180"), "R");
-    EXPECT_EQ(unbound.width(), unbound.height()); // round ignores the width
-    display.tap(unbound.rootGeometry().center());
-    EXPECT_TRUE(unbound.isToggled());
 }
 
 TEST(View, StyleStringsLayerOverTheirBaseStyle)
@@ -208,23 +185,22 @@ public:
 
 TEST(View, KeysGoToTheFocusedViewAndBubbleUp)
 {
-    DisplayView root;
-    DisplayDevice display(&root, QSize(100, 100));
-    KeyCatcher form(&root);
+    Screen screen(QSize(100, 100));
+    KeyCatcher form(&screen.root);
     KeyCatcher field(&form);
     DisplayView plain(&field);
     QKeyEvent a(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, "a");
     QKeyEvent x(QEvent::KeyPress, Qt::Key_X, Qt::NoModifier, "x");
 
-    display.key(&a); // no focus: nobody
+    screen.display.key(&a); // no focus: nobody
     plain.setKeyFocus();
     EXPECT_TRUE(plain.hasKeyFocus());
-    display.key(&a); // plain ignores keys: the field takes it
-    display.key(&x); // the field passes x on; the form passes it on too
+    screen.display.key(&a); // plain ignores keys: the field takes it
+    screen.display.key(&x); // the field passes x on; the form passes it on too
     EXPECT_EQ(field.typed, "a");
     EXPECT_EQ(form.typed, "");
     field.hide();
-    display.key(&a); // a hidden view and its children take no keys
+    screen.display.key(&a); // a hidden view and its children take no keys
     EXPECT_EQ(field.typed, "a");
     EXPECT_EQ(form.typed, "a");
 }

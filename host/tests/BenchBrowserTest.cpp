@@ -6,15 +6,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QPoint>
 #include <QRect>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QUrl>
-#include <functional>
 #include <gtest/gtest.h>
 
 #include "support/X11TestWindow.h"
@@ -80,19 +77,7 @@ protected:
     // The first view of a dump whose `key` is `value`.
     QJsonObject dumpedView(const QString& dumpName, const QString& key, const QString& value)
     {
-        QFile f(dir.filePath(dumpName));
-        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << dumpName.toStdString();
-        std::function<QJsonObject(const QJsonObject&)> find = [&](const QJsonObject& view) {
-            if (view[key].toString() == value)
-                return view;
-            for (const QJsonValue& child : view["children"].toArray()) {
-                const QJsonObject hit = find(child.toObject());
-                if (!hit.isEmpty())
-                    return hit;
-            }
-            return QJsonObject();
-        };
-        return find(QJsonDocument::fromJson(f.readAll()).object());
+        return findView(readDump(dir.filePath(dumpName)), [&](const QJsonObject& v) { return v[key].toString() == value; });
     }
 
     QTemporaryDir dir;

@@ -6,9 +6,6 @@
 #include "TestSupport.h"
 
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <functional>
@@ -29,34 +26,16 @@ protected:
         return path;
     }
 
-    QJsonObject dump(const QString& name)
-    {
-        QFile f(dir.filePath(name));
-        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << name.toStdString();
-        return QJsonDocument::fromJson(f.readAll()).object();
-    }
-
-    // Depth-first search for the first view matching a predicate.
-    static QJsonObject find(const QJsonObject& view, const std::function<bool(const QJsonObject&)>& match)
-    {
-        if (match(view))
-            return view;
-        for (const QJsonValue& child : view["children"].toArray()) {
-            const QJsonObject hit = find(child.toObject(), match);
-            if (!hit.isEmpty())
-                return hit;
-        }
-        return QJsonObject();
-    }
+    QJsonObject dump(const QString& name) { return readDump(dir.filePath(name)); }
 
     static QJsonObject byClass(const QJsonObject& root, const QString& cls)
     {
-        return find(root, [&](const QJsonObject& v) { return v["class"].toString() == cls; });
+        return findView(root, [&](const QJsonObject& v) { return v["class"].toString() == cls; });
     }
 
     static QJsonObject byLabel(const QJsonObject& root, const QString& label)
     {
-        return find(root, [&](const QJsonObject& v) { return v["label"].toString() == label; });
+        return findView(root, [&](const QJsonObject& v) { return v["label"].toString() == label; });
     }
 
     // The tabs as a person sees them, left to right.
@@ -78,7 +57,7 @@ protected:
         }
         const QJsonObject pages = byClass(root, "MultiPageView");
         const QString shown =
-            find(pages, [](const QJsonObject& v) { return v.contains("title") && v["visible"].toBool(); })["title"].toString();
+            findView(pages, [](const QJsonObject& v) { return v.contains("title") && v["visible"].toBool(); })["title"].toString();
         return lit == shown ? shown : "lit " + lit + " but shown " + shown;
     }
 

@@ -1,9 +1,14 @@
 #pragma once
 
 // orvane-bench run as a person or CI runs it: a real process, driven by its options.
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <gtest/gtest.h>
 
 struct BenchRun {
@@ -31,4 +36,25 @@ inline BenchRun runBench(const QStringList& arguments, const QString& folder, in
     run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     run.output = QString::fromUtf8(process.readAll());
     return run;
+}
+
+// A view dump the bench wrote (--dump-views, or a script's dump).
+inline QJsonObject readDump(const QString& path)
+{
+    QFile f(path);
+    EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << "no dump " << path.toStdString();
+    return QJsonDocument::fromJson(f.readAll()).object();
+}
+
+// Depth-first search of a dumped view tree for the first view matching a predicate.
+inline QJsonObject findView(const QJsonObject& view, const std::function<bool(const QJsonObject&)>& match)
+{
+    if (match(view))
+        return view;
+    for (const QJsonValue& child : view["children"].toArray()) {
+        const QJsonObject hit = findView(child.toObject(), match);
+        if (!hit.isEmpty())
+            return hit;
+    }
+    return QJsonObject();
 }

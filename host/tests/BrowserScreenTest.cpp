@@ -2,7 +2,7 @@
 #include "BrowserScreen.h"
 #include "TestSupport.h"
 
-#include "display/DisplayDevice.h"
+#include "Screen.h"
 #include "views/CenterDisplay.h"
 #include "views/ButtonView.h"
 
@@ -46,12 +46,10 @@ public slots:
 
 namespace {
 
-class BrowserScreenTest : public ::testing::Test {
+class BrowserScreenTest : public ::testing::Test, protected Screen<> {
 protected:
     BrowserScreenTest()
-        : display(&root, QSize(1920, 1200))
     {
-        root.resize(1920, 1200);
         screen->setGeometry(QRect(32, 52, 1856, 1028));
         view = static_cast<WebKitView*>(screen->webView());
     }
@@ -71,8 +69,6 @@ protected:
         return nullptr;
     }
 
-    DisplayView root;
-    DisplayDevice display;
     BrowserScreen* screen = new BrowserScreen(&root, "Browser", &WebKitView::staticMetaObject, QUrl("https://example.com/"), true);
     WebKitView* view = nullptr;
 };

@@ -1,5 +1,5 @@
 #include "DisplayWidget.h"
-#include "display/DisplayDevice.h"
+#include "Screen.h"
 #include "views/ButtonView.h"
 
 #include <QSignalSpy>
@@ -8,14 +8,12 @@
 
 TEST(DisplayWidget, MouseBecomesTouchesThroughTheScale)
 {
-    DisplayView root;
-    root.resize(1920, 1200);
-    DisplayDevice display(&root, QSize(1920, 1200));
-    ButtonView button(&root, Style("SettingsPushButton"), "GO");
+    Screen screen;
+    ButtonView button(&screen.root, Style("SettingsPushButton"), "GO");
     button.moveTo(1000, 600);
     QSignalSpy released(&button, &ControlBase::released);
 
-    DisplayWidget widget(&display);
+    DisplayWidget widget(&screen.display);
     widget.resize(960, 600); // half size
     const QPoint centre = button.rootGeometry().center() / 2;
     QTest::mouseClick(&widget, Qt::LeftButton, Qt::NoModifier, centre);
@@ -26,5 +24,5 @@ TEST(DisplayWidget, MouseBecomesTouchesThroughTheScale)
 
     const QImage frame = widget.grab().toImage();
     EXPECT_EQ(frame.size(), QSize(960, 600));
-    EXPECT_GT(display.frameCount(), 0);
+    EXPECT_GT(screen.display.frameCount(), 0);
 }

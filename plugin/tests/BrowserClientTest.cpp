@@ -54,11 +54,11 @@ TEST_F(BrowserClientTest, OnlyACloseTheClientAskedForProceeds)
     EXPECT_TRUE(client->DoClose(mBrowser.get())) << "a page's window.close() is blocked";
     client->closeBrowser();
     EXPECT_TRUE(mLog.contains("INFO", "closing browser"));
-    EXPECT_EQ(mBrowser->host->closes, QVector<bool>{true});
+    EXPECT_EQ(mBrowser->host->closes, std::vector<bool>{true});
     EXPECT_FALSE(client->DoClose(mBrowser.get()));
     client->closeBrowser();
     EXPECT_TRUE(mLog.contains("WARN", "already closing"));
-    EXPECT_EQ(mBrowser->host->closes.size(), 1);
+    EXPECT_EQ(mBrowser->host->closes.size(), 1u);
 
     QPointer<ChromiumClient> closing = client;
     client->OnBeforeClose(mBrowser.get());
@@ -75,8 +75,8 @@ TEST_F(BrowserClientTest, ADeletedViewClosesTheBrowserAndTheClientGoesWithIt)
     delete mView;
     mView = nullptr;
     ASSERT_FALSE(orphan.isNull()) << "waits for the engine to close the browser";
-    EXPECT_EQ(mBrowser->host->closes, QVector<bool>{true});
-    orphan->OnLoadEnd(mBrowser.get(), mBrowser->mainFrame.get(), 200); // no view to tell: no crash
+    EXPECT_EQ(mBrowser->host->closes, std::vector<bool>{true});
+    orphan->OnLoadEnd(mBrowser.get(), mBrowser->GetMainFrame(), 200); // no view to tell: no crash
     orphan->OnBeforeClose(mBrowser.get());
     EXPECT_TRUE(orphan.isNull());
 }
@@ -121,15 +121,15 @@ TEST_F(BrowserClientTest, CrashRecoveryReloadsUpToTheMaximumThenGivesUp)
     adopt();
     for (const CrashCase& c : cases) {
         ConfigStore::write("chromium/render_process_max retry", c.maximum);
-        mBrowser->mainFrame->loads.clear();
+        mBrowser->Frame(1)->loads.clear();
         // Each case starts from a clean series.
-        client->OnLoadEnd(mBrowser.get(), mBrowser->mainFrame.get(), 200);
+        client->OnLoadEnd(mBrowser.get(), mBrowser->GetMainFrame(), 200);
         for (const char* e = c.events; *e; ++e) {
-            mBrowser->mainFrame->url = page;
+            mBrowser->Frame(1)->url = page.toStdString();
             if (*e == 'c')
                 client->OnRenderProcessTerminated(mBrowser.get(), TS_PROCESS_CRASHED);
             else
-                client->OnLoadEnd(mBrowser.get(), mBrowser->mainFrame.get(), 200);
+                client->OnLoadEnd(mBrowser.get(), mBrowser->GetMainFrame(), 200);
         }
         EXPECT_EQ(loads(), c.loads) << c.name;
     }
@@ -140,7 +140,7 @@ TEST_F(BrowserClientTest, CrashLinesCountAndHideTheUrl)
     GUI_logPrivateData.setValue(false);
     GUI_isDevelopmentCar.setValue(false);
     adopt();
-    mBrowser->mainFrame->url = "https://crash.example/";
+    mBrowser->Frame(1)->url = "https://crash.example/";
     ConfigStore::write("chromium/render_process_max retry", 3);
     for (int i = 0; i < 3; ++i)
         client->OnRenderProcessTerminated(mBrowser.get(), TS_PROCESS_WAS_KILLED);
@@ -178,21 +178,21 @@ TEST_F(BrowserClientTest, LoadEventsReachTheViewForTheMainFrameOnly)
 
     client->loadUrl(QUrl("https://example.com/"));
     EXPECT_TRUE(client->currentUrl().isEmpty());
-    client->OnLoadStart(mBrowser.get(), mBrowser->subFrame.get(), TT_LINK);
-    client->OnLoadEnd(mBrowser.get(), mBrowser->subFrame.get(), 200);
-    client->OnLoadError(mBrowser.get(), mBrowser->subFrame.get(), ERR_NAME_NOT_RESOLVED, "sub", "https://ads.example/");
+    client->OnLoadStart(mBrowser.get(), mBrowser->GetFrame(2), TT_LINK);
+    client->OnLoadEnd(mBrowser.get(), mBrowser->GetFrame(2), 200);
+    client->OnLoadError(mBrowser.get(), mBrowser->GetFrame(2), ERR_NAME_NOT_RESOLVED, "sub", "https://ads.example/");
     EXPECT_TRUE(seen.isEmpty());
 
-    client->OnLoadStart(mBrowser.get(), mBrowser->mainFrame.get(), TT_LINK);
-    client->OnLoadEnd(mBrowser.get(), mBrowser->mainFrame.get(), 200);
+    client->OnLoadStart(mBrowser.get(), mBrowser->GetMainFrame(), TT_LINK);
+    client->OnLoadEnd(mBrowser.get(), mBrowser->GetMainFrame(), 200);
     EXPECT_EQ(seen, (QStringList{"commit", "start", "finish", "progress finish", "paint"}));
     EXPECT_EQ(client->currentUrl(), QUrl("https://example.com/"));
     EXPECT_EQ(mView->url(), QUrl("https://example.com/"));
 
     seen.clear();
-    client->OnLoadError(mBrowser.get(), mBrowser->mainFrame.get(), ERR_ABORTED, "aborted", "https://example.com/x");
+    client->OnLoadError(mBrowser.get(), mBrowser->GetMainFrame(), ERR_ABORTED, "aborted", "https://example.com/x");
     EXPECT_TRUE(seen.isEmpty());
-    client->OnLoadError(mBrowser.get(), mBrowser->mainFrame.get(), ERR_NAME_NOT_RESOLVED, "net::ERR_NAME_NOT_RESOLVED",
+    client->OnLoadError(mBrowser.get(), mBrowser->GetMainFrame(), ERR_NAME_NOT_RESOLVED, "net::ERR_NAME_NOT_RESOLVED",
                         "https://nowhere.invalid/");
     EXPECT_EQ(seen, QStringList{"fail https://nowhere.invalid/ net::ERR_NAME_NOT_RESOLVED"});
 }
@@ -202,7 +202,7 @@ TEST_F(BrowserClientTest, AddressTitleAndPopupsStayInTheOneView)
     adopt();
     QSignalSpy urls(mView, &WebKitView::urlDidChange);
     QSignalSpy titles(mView, &WebKitView::pageTitleDidChange);
-    client->OnAddressChange(mBrowser.get(), mBrowser->subFrame.get(), "https://frame.example/");
+    client->OnAddressChange(mBrowser.get(), mBrowser->GetFrame(2), "https://frame.example/");
     client->OnTitleChange(mBrowser.get(), "Hello");
     ASSERT_EQ(urls.size(), 1);
     EXPECT_EQ(urls.at(0).at(0).toUrl(), QUrl("https://frame.example/"));
@@ -214,7 +214,7 @@ TEST_F(BrowserClientTest, AddressTitleAndPopupsStayInTheOneView)
     CefRefPtr<CefClient> popupClient;
     CefBrowserSettings settings;
     bool noScript = false;
-    EXPECT_TRUE(client->OnBeforePopup(mBrowser.get(), mBrowser->mainFrame.get(), "https://popup.example/", "_blank",
+    EXPECT_TRUE(client->OnBeforePopup(mBrowser.get(), mBrowser->GetMainFrame(), "https://popup.example/", "_blank",
                                       WOD_NEW_POPUP, true, features, info, popupClient, settings, &noScript));
     EXPECT_EQ(loads(), QStringList{"https://popup.example/"});
     EXPECT_TRUE(client->OnConsoleMessage(mBrowser.get(), LOGSEVERITY_ERROR, "boom", "https://example.com/", 3));
@@ -225,18 +225,18 @@ TEST_F(BrowserClientTest, ViewNavigationAsksTheBrowserOnlyWhenItCan)
     mView->goBack();
     adopt();
     mView->goBack();
-    EXPECT_EQ(mBrowser->goBacks, 0);
-    mBrowser->back = true;
+    EXPECT_EQ(mBrowser->go_backs, 0);
+    mBrowser->can_go_back = true;
     mView->goBack();
-    EXPECT_EQ(mBrowser->goBacks, 1);
+    EXPECT_EQ(mBrowser->go_backs, 1);
 }
 
 TEST_F(BrowserClientTest, SuspendReloadsWhatWasShowingOnResume)
 {
     adopt();
     mView->loadURL(QUrl("https://example.com/asked"));
-    client->OnLoadEnd(mBrowser.get(), mBrowser->mainFrame.get(), 200);
-    client->OnAddressChange(mBrowser.get(), mBrowser->mainFrame.get(), "https://example.com/shown");
+    client->OnLoadEnd(mBrowser.get(), mBrowser->GetMainFrame(), 200);
+    client->OnAddressChange(mBrowser.get(), mBrowser->GetMainFrame(), "https://example.com/shown");
     client->OnTitleChange(mBrowser.get(), "Shown");
 
     QPointer<ChromiumClient> old = client;
@@ -263,7 +263,7 @@ TEST_F(BrowserClientTest, TheInputRegionIsThePartOfTheViewThatMayTakeInput)
     if (!window.isValid())
         GTEST_SKIP() << "no X display";
     ConfigStore::write("chromium/enable_input_shaping", true);
-    auto* shaped = new WebKitView(&mRoot);
+    auto* shaped = new WebKitView(&root);
     shaped->setGeometry(QRect(100, 200, 800, 600));
     QPointer<ChromiumClient> shapedClient = shaped->client();
     ASSERT_TRUE(shapedClient);

@@ -4,7 +4,7 @@
 
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
-#include "display/DisplayDevice.h"
+#include "Screen.h"
 #include "gui/cef/ChromiumClient.h"
 #include "gui/cef/ChromiumManager.h"
 #include "gui/cef/WebKitView.h"
@@ -26,10 +26,8 @@ TEST(ChromiumComposite, APageOfOneColourShowsInTheScreenshotInsideTheView)
     ChromiumManager manager;
     theCenterDisplay->setChromiumManager(&manager);
     GUI_allReady.setValue(true);
-    DisplayView root;
-    DisplayDevice display(&root, QSize(1280, 720));
-    root.resize(1280, 720);
-    auto* view = new WebKitView(&root);
+    Screen screen(QSize(1280, 720));
+    auto* view = new WebKitView(&screen.root);
     view->setGeometry(QRect(100, 80, 600, 400));
 
     const QColor teal(0, 128, 128);
@@ -39,9 +37,9 @@ TEST(ChromiumComposite, APageOfOneColourShowsInTheScreenshotInsideTheView)
     ASSERT_TRUE(pumpUntil([&] { return !finished.isEmpty(); }, 30000));
     EXPECT_TRUE(view->isComposited());
     // Chromium paints when it likes; the damage brings its pixels.
-    EXPECT_TRUE(pumpUntil([&] { return display.render().pixelColor(400, 280) == teal; }, 30000))
-        << qPrintable(display.render().pixelColor(400, 280).name());
-    const QImage shot = display.render();
+    EXPECT_TRUE(pumpUntil([&] { return screen.display.render().pixelColor(400, 280) == teal; }, 30000))
+        << qPrintable(screen.display.render().pixelColor(400, 280).name());
+    const QImage shot = screen.display.render();
     EXPECT_EQ(shot.pixelColor(100, 80), teal);
     EXPECT_EQ(shot.pixelColor(699, 479), teal);
     EXPECT_EQ(shot.pixelColor(99, 80), QColor(Qt::black));

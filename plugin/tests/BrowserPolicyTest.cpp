@@ -1,4 +1,4 @@
-#include "FakeEngine.h"
+#include "fake_browser.h"
 
 #include "core/ConfigValue.h"
 #include "core/DataValues.h"
@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <vector>
 #include <gtest/gtest.h>
+
+using testing_support::FakeRequest;
 
 namespace {
 
@@ -67,7 +69,7 @@ TEST(ResourcePolicy, ConfinesFilesAndInternalPagesForNavigationsAndSubresourcesA
             CapturingLogSink log;
             CefRefPtr<FakeRequest> request = new FakeRequest(c.url, c.type);
             EXPECT_EQ(ResourcePolicy::decide(request.get()), c.expected) << c.url << " type " << c.type;
-            EXPECT_EQ(request->url, QString(c.url)) << "only the manual is rewritten";
+            EXPECT_EQ(request->url, c.url) << "only the manual is rewritten";
             const bool logged = log.contains("INFO", QStringLiteral("rejecting request ") + c.url);
             EXPECT_EQ(logged, c.loggedAlways) << c.url << " debug " << debug;
             if (!debug) {
@@ -86,25 +88,25 @@ TEST(ResourcePolicy, TheManualGetsTheCarsParametersOnce)
     VAPI_carType.setValue(3);
 
     const QString start = QStringLiteral("file:///usr/vexor/UI/assets/web_content/manual/index.html");
-    CefRefPtr<FakeRequest> request = new FakeRequest(start, RT_MAIN_FRAME);
+    CefRefPtr<FakeRequest> request = new FakeRequest(start.toStdString(), RT_MAIN_FRAME);
     EXPECT_EQ(ResourcePolicy::decide(request.get()), RV_CONTINUE);
-    const QUrl rewritten(request->url);
+    const QUrl rewritten(QString::fromStdString(request->url));
     EXPECT_EQ(rewritten.adjusted(QUrl::RemoveQuery).toString(), start);
     const QList<QPair<QString, QString>> items = QUrlQuery(rewritten).queryItems(QUrl::FullyDecoded);
-    ASSERT_EQ(items.size(), 4) << request->url.toStdString();
+    ASSERT_EQ(items.size(), 4) << request->url;
     EXPECT_EQ(items[0], qMakePair(QStringLiteral("features"), VxWebAPI::featureJson()));
     EXPECT_EQ(items[1], qMakePair(QStringLiteral("product"), QStringLiteral("model3")));
     EXPECT_EQ(items[2], qMakePair(QStringLiteral("country"), QStringLiteral("DE")));
     EXPECT_EQ(items[3], qMakePair(QStringLiteral("daymode"), QStringLiteral("false")));
 
     // The rewritten request comes back: left as it is.
-    const QString again = request->url;
+    const std::string again = request->url;
     EXPECT_EQ(ResourcePolicy::decide(request.get()), RV_CONTINUE);
     EXPECT_EQ(request->url, again);
 
-    CefRefPtr<FakeRequest> withQuery = new FakeRequest(start + "?lang=de", RT_MAIN_FRAME);
+    CefRefPtr<FakeRequest> withQuery = new FakeRequest(start.toStdString() + "?lang=de", RT_MAIN_FRAME);
     EXPECT_EQ(ResourcePolicy::decide(withQuery.get()), RV_CONTINUE);
-    EXPECT_EQ(withQuery->url, start + "?lang=de");
+    EXPECT_EQ(withQuery->url, start.toStdString() + "?lang=de");
 
     // Media of the manual is still refused, after the rewrite.
     CefRefPtr<FakeRequest> video = new FakeRequest("file:///usr/vexor/UI/assets/web_content/manual/v.mp4", RT_MEDIA);
@@ -130,7 +132,7 @@ TEST(ResourcePolicy, EveryRequestItRefusesOrRewritesIsOneItNamesRefusable)
     for (const PolicyCase& c : cases) {
         CefRefPtr<FakeRequest> request = new FakeRequest(c.url, c.type);
         const bool refused = ResourcePolicy::decide(request.get()) == RV_CANCEL;
-        const bool rewritten = request->url != QString(c.url);
+        const bool rewritten = request->url != c.url;
         if (refused || rewritten) {
             EXPECT_TRUE(named(c.url, c.type)) << c.url << " type " << c.type;
         }

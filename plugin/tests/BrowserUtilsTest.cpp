@@ -5,8 +5,6 @@
 
 #include "../../framework/tests/support/TestSupport.h"
 
-#include <QMetaEnum>
-#include <QSet>
 #include <gtest/gtest.h>
 
 namespace {
@@ -43,16 +41,6 @@ TEST(ChromiumUtils, UrlsConvertThroughTheirFullText)
     const QUrl url("https://example.com/a%20b?q=1#frag");
     EXPECT_EQ(CefString(ChromiumUtils::toCefString(url)).ToString(), url.toString().toStdString());
     EXPECT_EQ(ChromiumUtils::toQUrl(cef(url.toString())), url);
-}
-
-TEST(ChromiumUtils, TerminationStatusWords)
-{
-    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_ABNORMAL_TERMINATION), "abnormal termination");
-    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_PROCESS_WAS_KILLED), "process killed");
-    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_PROCESS_CRASHED), "segfault");
-    EXPECT_EQ(ChromiumUtils::terminationStatusToString(TS_PROCESS_OOM), "out of memory");
-    EXPECT_EQ(ChromiumUtils::terminationStatusToString(cef_termination_status_t(4)), "unknown");
-    EXPECT_EQ(ChromiumUtils::terminationStatusToString(cef_termination_status_t(-1)), "unknown");
 }
 
 TEST(ChromiumUtils, ModifierFlags)
@@ -108,24 +96,6 @@ TEST_F(PrivacyLog, PlaceholdersInLabelOrValueAreKeptLiterally)
     EXPECT_EQ(ChromiumUtils::privacyLog("url", QString()), "url ");
 }
 
-TEST(WebKitUtils, SymbolsMapToTheirUsLayoutKey)
-{
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Plus), 187);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_At), 50);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_ParenRight), 48);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_ParenLeft), 57);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_QuoteDbl), 222);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Bar), 220);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_AsciiTilde), 192);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_A), 65);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_9), 57);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Space), 32);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Backtab), 9);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Enter), 13);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Hangul_Hanja), 25);
-    EXPECT_EQ(WebKitUtils::windowsKeyCode(Qt::Key_Kana_Shift), 21);
-}
-
 TEST(WebKitUtils, DeleteFunctionKeypadAndMediaKeysStayUnmapped)
 {
     for (Qt::Key key : {Qt::Key_Delete, Qt::Key_Insert, Qt::Key_Meta, Qt::Key_F1, Qt::Key_F12,
@@ -133,13 +103,3 @@ TEST(WebKitUtils, DeleteFunctionKeypadAndMediaKeysStayUnmapped)
         EXPECT_EQ(WebKitUtils::windowsKeyCode(key), 0) << key;
 }
 
-TEST(WebKitUtils, ExactlyNinetyThreeKeysAreMapped)
-{
-    const QMetaEnum keys = QMetaEnum::fromType<Qt::Key>();
-    QSet<int> mapped;
-    for (int i = 0; i < keys.keyCount(); ++i) {
-        if (WebKitUtils::windowsKeyCode(Qt::Key(keys.value(i))) != 0)
-            mapped.insert(keys.value(i));
-    }
-    EXPECT_EQ(mapped.size(), 93);
-}

@@ -6,7 +6,7 @@
 #include "diag/can/CANSelectorTableModel.h"
 #include "diag/can/CANView.h"
 #include "diag/can/CANViewTableModel.h"
-#include "display/DisplayDevice.h"
+#include "Screen.h"
 #include "services/LocaleManager.h"
 #include "views/ButtonView.h"
 #include "views/KineticScroller.h"
@@ -124,13 +124,13 @@ TEST(CANSelectorModel, TheLongestReferenceBusFallsIntoContiguousSectionsUnderThe
 namespace {
 
 // The viewer on a display, its picker sliding on a clock the test moves.
-class CANPickerTest : public ::testing::Test {
+class CANPickerTest : public ::testing::Test, protected Screen<> {
 protected:
     CANPickerTest()
+        : Screen(QSize(1600, 1000))
     {
         useCatalogue({{"PT", {{"Engine", {"Rpm", "Torque", "Temp"}}, {"Gearbox", {"Gear"}}, {"Empty", {}}}},
                       {"CH", {{"Brakes", {"Pressure", "Active"}}}}});
-        root.resize(1600, 1000);
         view = new CANView(&root, nullptr, true);
         view->setGeometry(QRect(0, 0, 1600, 1000));
         view->leftTables()->scroller()->setClock([this] { return ms; });
@@ -146,7 +146,7 @@ protected:
     {
         TableCell* cell = shownCell(view->leftTables(), label);
         ASSERT_TRUE(cell) << "no row " << label.toStdString();
-        display.tap(cell->rootGeometry().center());
+        tap(cell);
         ms += 1000;
         view->leftTables()->scroller()->tick();
         drainEvents();
@@ -192,8 +192,6 @@ protected:
 
     CANScratch scratch;
     qint64 ms = 0;
-    DisplayView root;
-    DisplayDevice display{&root, QSize(1600, 1000)};
     CANView* view = nullptr;
 };
 
@@ -221,7 +219,7 @@ TEST_F(CANPickerTest, BusMessageSignalAddsTheSignalFirstAndTitlesFollowTheDepth)
     EXPECT_EQ(selected(), QStringList({"Temp", "Rpm", "Torque"}));
 
     // Back up one level, then into the other bus.
-    display.tap(button("canview/back.png")->rootGeometry().center());
+    tap(button("canview/back.png"));
     ms += 1000;
     view->leftTables()->scroller()->tick();
     EXPECT_EQ(view->leftTitle(), "PT Messages");

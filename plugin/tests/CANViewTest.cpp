@@ -1,5 +1,6 @@
 // The selected signals with their values, the saved selection, and the page's refresh.
 #include "CANTestCatalogue.h"
+#include "Screen.h"
 
 #include "can/CANDecoder.h"
 #include "core/Logger.h"
@@ -10,11 +11,8 @@
 #include "diag/can/CANViewTableModel.h"
 #include "diag/can/CANViewTableRenderer.h"
 #include "diag/can/DiagCANPage.h"
-#include "display/DisplayDevice.h"
 #include "services/AppInfo.h"
-#include "views/ButtonView.h"
 #include "views/MultiPageView.h"
-#include "views/table/MultiTableView.h"
 #include "views/table/TableCell.h"
 #include "views/table/TableView.h"
 
@@ -50,9 +48,13 @@ void writeFile(const QString& path, const QByteArray& text)
 }
 
 // The shipped sample catalogue: classic, CAN FD and 29-bit messages, labels, multiplexing.
-class SampleViewer : public ::testing::Test {
+class SampleViewer : public ::testing::Test, protected Screen<> {
 protected:
-    SampleViewer() { EXPECT_TRUE(CANDataManager::loadCatalogue({testSourceDir() + "/assets/can/sample.dbc"})); }
+    SampleViewer()
+        : Screen(QSize(1600, 1000))
+    {
+        EXPECT_TRUE(CANDataManager::loadCatalogue({testSourceDir() + "/assets/can/sample.dbc"}));
+    }
     ~SampleViewer() override
     {
         CANDataManager::removeSources();
@@ -76,7 +78,6 @@ protected:
     }
 
     CANScratch scratch;
-    DisplayView root;
 };
 
 } // namespace
@@ -183,8 +184,6 @@ TEST_F(SampleViewer, RowsShowLiveValuesHonestly)
 
 TEST_F(SampleViewer, TappingARowRemovesItsSignal)
 {
-    DisplayDevice display(&root, QSize(1600, 1000));
-    root.resize(1600, 1000);
     auto view = makeView();
     for (const char* s : {"Speed", "Odometer", "WheelSpeedFL"})
         view->selectedModel()->addItem(sample("VehicleSpeed", s), true);
@@ -192,7 +191,7 @@ TEST_F(SampleViewer, TappingARowRemovesItsSignal)
     for (TableCell* cell : view->rightTable()->visibleCells())
         row = cell->describe() == "sample : Odometer" ? cell : row;
     ASSERT_TRUE(row);
-    display.tap(row->rootGeometry().center());
+    tap(row);
     EXPECT_EQ(names(*view), QStringList({"sample : Speed", "sample : WheelSpeedFL"}));
 }
 
@@ -350,30 +349,8 @@ TEST_F(SampleViewer, AFilteredPageStillRestoresWhatTheFilterHides)
     EXPECT_EQ(names(view), QStringList({"sample : Latitude"}));
 }
 
-TEST_F(SampleViewer, HeaderButtonsAndHalvesAreLaidOutUnderA112PixelHeader)
-{
-    auto view = makeView();
-    EXPECT_EQ(view->headerHeight(), 112);
-    EXPECT_EQ(view->leftTables()->geometry(), QRect(0, 112, 800, 888));
-    EXPECT_EQ(view->rightTable()->geometry(), QRect(800, 112, 800, 888));
-    QStringList images;
-    for (ButtonView* b : view->findChildren<ButtonView*>()) {
-        images << b->image();
-        EXPECT_EQ(b->geometry().size(), QSize(112, 112));
-    }
-    EXPECT_EQ(images, QStringList({"canview/back.png", "canview/clear.png"}));
-    EXPECT_EQ(view->findChildren<ButtonView*>().last()->geometry().topLeft(), QPoint(800, 0));
-
-    // The picker's title joins bus and message with a bare colon, unlike a selected row.
-    MultiTableView* picker = view->leftTables();
-    picker->createTable(1, TableModelIndex(picker->tableAt(0)->path(), 1, 0), 100.0);
-    picker->createTable(2, TableModelIndex(picker->tableAt(1)->path(), 2, 0), 100.0);
-    EXPECT_EQ(view->describe(), "sample:EngineData");
-}
-
 TEST_F(SampleViewer, ValuesAreDrawnAgainTenTimesASecondOnlyWhileThePageIsShown)
 {
-    root.resize(1600, 1000);
     MultiPageView pages(&root);
     pages.setGeometry(QRect(0, 0, 1600, 1000));
     auto* can = new DiagCANPage(&pages, nullptr, true);

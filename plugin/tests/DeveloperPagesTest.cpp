@@ -44,12 +44,6 @@ protected:
         GUI_espModeRequest.setValue(0);
         GUI_enableSpeedLimitRequest.setValue(true);
     }
-
-    template <typename Page>
-    Page* show()
-    {
-        return PageFixture::show(new Page(&window));
-    }
 };
 
 } // namespace
@@ -159,7 +153,7 @@ TEST_F(DeveloperPagesTest, RowsFollowTheCarAtFirstLoadAndControlsFollowItsState)
 TEST_F(DeveloperPagesTest, MotorModeSwitchIsSelectableOnlyWhenAllowedAndParked)
 {
     GUI_factoryMode.setValue(true);
-    MotorModeSwitch motor(&window, false);
+    MotorModeSwitch motor(&root, false);
     EXPECT_EQ(motor.positions(), QStringList({"REAR", "FRONT", "BOTH"}));
     EXPECT_EQ(motor.valueSource(), &GUI_motorMode);
     EXPECT_TRUE(motor.isEnabled());

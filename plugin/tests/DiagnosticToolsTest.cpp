@@ -9,7 +9,6 @@
 #include "diag/factory/FactoryPage.h"
 #include "display/DisplayDevice.h"
 #include "views/CenterDisplay.h"
-#include "services/FontManager.h"
 #include "views/ButtonView.h"
 #include "views/LabelView.h"
 
@@ -35,14 +34,7 @@ TEST_F(ShellTest, DeveloperModeBuildsEveryTabInOrder)
     ASSERT_NE(shell->exitButton(), nullptr);
     EXPECT_EQ(shell->exitButton()->label(), ExitDeveloper); // developer wins when both are on
     EXPECT_TRUE(shell->canPage()->showAll());
-    EXPECT_EQ(shell->geometry().topLeft(), QPoint(32, 52));
-
-    // The exit button sits centred in the bar, three push buttons wide.
-    ButtonView* exit = shell->exitButton();
-    EXPECT_EQ(exit->parentView(), window->barView());
-    EXPECT_EQ(exit->width(), 750);
-    EXPECT_EQ(exit->x(), (1920 - 750) / 2);
-    EXPECT_EQ(exit->y(), int(0.5 * (AppWindow::BarHeight - (exit->height() - 10)) - 8.0));
+    EXPECT_EQ(shell->exitButton()->parentView(), window->barView());
     // Diagnostic mode was on at construction, so the service toggle exists too.
     EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 1);
 }
@@ -55,10 +47,6 @@ TEST_F(ShellTest, StartingWithBothModesOffHidesBehindTheHint)
     LabelView* hint = shell->hintLabel();
     EXPECT_EQ(hint->text(), Hint);
     EXPECT_EQ(hint->parentView(), window.get());
-    EXPECT_EQ(hint->alignment(), 0x1084);
-    EXPECT_EQ(hint->font().pixelSize(), 32);
-    EXPECT_EQ(hint->font().family(), FontManager::instance()->proportionalFonts().last().family());
-    EXPECT_EQ(hint->geometry(), QRect((1856 - 800) / 2, 1028 / 2, 800, 100));
     EXPECT_FALSE(shell->exitButton()->isVisible());
     EXPECT_EQ(shell->canPage(), nullptr);
     EXPECT_EQ(shell->factoryPage(), nullptr);
@@ -138,7 +126,6 @@ TEST_F(ShellTest, DiagnosticModeAtStartAddsServiceToggleAndAFilteredCanPageThatS
             toggle = static_cast<ButtonView*>(v);
     }
     ASSERT_NE(toggle, nullptr);
-    EXPECT_EQ(toggle->geometry().topLeft(), QPoint(22, 2));
     EXPECT_TRUE(toggle->isToggle());
     GUI_serviceMode.setValue(true);
     EXPECT_TRUE(toggle->isToggled());

@@ -39,7 +39,7 @@ protected:
 
     void show()
     {
-        page = PageFixture::show(new FactoryPage(&window, nullptr));
+        page = PageFixture::show(new FactoryPage(&root, nullptr));
         slider = page->findChild<FactoryModeSlider*>();
     }
 

@@ -59,39 +59,17 @@ TEST_F(ShellTest, FontPageUsesCjkSamplesInAsianLanguages)
     EXPECT_NE(ja[1]->text(), viewsOf<LabelView>(&chinese)[1]->text());
 }
 
-TEST_F(ShellTest, ButtonGalleryLaysOutEveryTypeAndColour)
+TEST_F(ShellTest, ButtonGalleryIsBuiltOnFirstShowWithItsDisabledAndToggleRows)
 {
     ButtonViewPage page(nullptr);
-    EXPECT_EQ(page.title(), "BUTTONS");
-    EXPECT_TRUE(viewsOf<ButtonView>(&page).isEmpty()); // nothing before first show
+    EXPECT_TRUE(viewsOf<ButtonView>(&page).isEmpty());
     page.pageShown();
     drainEvents();
     const QList<LayoutView*> rows = viewsOf<LayoutView>(page.mainLayout());
     ASSERT_EQ(rows.size(), 6);
-    const QStringList colours{"default", "blue", "red", "green"};
-    for (int r = 0; r < 4; ++r) {
-        const QList<ButtonView*> cells = viewsOf<ButtonView>(rows[r]);
-        ASSERT_EQ(cells.size(), 4);
-        EXPECT_EQ(cells[0]->style().text(), "ButtonType:small; ButtonColor:" + colours[r] + "; Width:180");
-        EXPECT_EQ(cells[0]->label(), "50 px button");
-        EXPECT_EQ(cells[1]->height(), 60);
-        EXPECT_EQ(cells[2]->label(), "70 px button");
-        EXPECT_EQ(cells[3]->label(), "Round");
-        EXPECT_TRUE(cells[1]->isEnabled());
-        EXPECT_GT(cells[1]->x(), cells[0]->x());
-    }
-    const QList<ButtonView*> disabled = viewsOf<ButtonView>(rows[4]);
-    ASSERT_EQ(disabled.size(), 4);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_FALSE(disabled[i]->isEnabled());
-        EXPECT_EQ(disabled[i]->style().property("ButtonColor"), colours[i]);
-    }
-    const QList<ButtonView*> toggles = viewsOf<ButtonView>(rows[5]);
-    ASSERT_EQ(toggles.size(), 2);
-    EXPECT_EQ(toggles[0]->label(), "Toggle");
-    EXPECT_TRUE(toggles[0]->isToggle());
-    EXPECT_EQ(toggles[1]->label(), "Round Toggle");
-    EXPECT_TRUE(toggles[1]->isToggle());
-    // Rows stack downwards.
-    EXPECT_GT(rows[5]->y(), rows[4]->y());
+    for (ButtonView* b : viewsOf<ButtonView>(rows[4]))
+        EXPECT_FALSE(b->isEnabled());
+    for (ButtonView* b : viewsOf<ButtonView>(rows[5]))
+        EXPECT_TRUE(b->isToggle()) << b->label().toStdString();
+    EXPECT_GT(rows[5]->y(), rows[4]->y()); // rows stack downwards
 }

@@ -36,12 +36,6 @@ protected:
         }
     }
 
-    template <typename Page>
-    Page* show()
-    {
-        return PageFixture::show(new Page(&window));
-    }
-
     // Home and work rows as the database file holds them, read without the framework.
     QStringList storedKinds()
     {

@@ -2,49 +2,52 @@
 
 // A page in a car's window with a display, driven by touches as a finger gives them.
 #include "core/DataValue.h"
-#include "display/DisplayDevice.h"
-#include "views/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 #include "views/AppWindow.h"
 #include "views/popup/OverlayView.h"
-#include "views/popup/PopupView.h"
 #include "views/table/TableCell.h"
-#include "TestSupport.h"
+#include "Screen.h"
 
 #include <gtest/gtest.h>
 #include <memory>
 
-class PageFixture : public ::testing::Test {
+class PageFixture : public ::testing::Test, protected Screen<AppWindow> {
 protected:
-    PageFixture()
-        : display(&window, QSize(1920, 1200))
-    {
-        window.resize(1920, 1200);
-        PlatformJournal::instance()->clear();
-    }
+    PageFixture() { PlatformJournal::instance()->clear(); }
     ~PageFixture() override
     {
-        for (PopupView* popup : theCenterDisplay->openPopups())
-            popup->close();
+        // Before the pages their popups may call back.
+        closePopups();
         pages.clear();
         drainEvents();
     }
 
-    // Places the page where the diagnostic app shows its pages, and shows it.
+    // Places the page where the diagnostic app shows its pages.
     template <typename Page>
-    Page* show(Page* page)
+    Page* place(Page* page)
     {
         page->setGeometry(QRect(32, 52, 1856, 1028));
         pages.emplace_back(page);
-        page->pageShown();
+        return page;
+    }
+    // Places the page and shows it.
+    template <typename Page>
+    Page* show(Page* page)
+    {
+        place(page)->pageShown();
         drainEvents();
         return page;
     }
+    template <typename Page>
+    Page* show()
+    {
+        return show(new Page(&root));
+    }
 
     template <typename View = DisplayView>
-    static View* labelled(const DisplayView* root, const QString& text)
+    static View* labelled(const DisplayView* under, const QString& text)
     {
-        for (View* v : root->findChildren<View*>()) {
+        for (View* v : under->findChildren<View*>()) {
             if (v->describe() == text)
                 return v;
         }
@@ -85,7 +88,5 @@ protected:
         return value.hasPending() ? value.textOf(value.pendingVariant()) : QStringLiteral("none");
     }
 
-    AppWindow window;
-    DisplayDevice display;
     std::vector<std::unique_ptr<DisplayView>> pages;
 };

@@ -3,12 +3,10 @@
 #include "core/ConfigValue.h"
 #include "diag/DiagVitalsPage.h"
 #include "diag/DravikWebPage.h"
-#include "display/DisplayDevice.h"
 #include "services/StorageUtils.h"
-#include "views/AppWindow.h"
 #include "views/KineticScroller.h"
 #include "views/WebView.h"
-#include "TestSupport.h"
+#include "PageFixture.h"
 
 #include <QFile>
 #include <QJsonObject>
@@ -24,20 +22,13 @@
 
 namespace {
 
-class WebPagesTest : public ::testing::Test {
+class WebPagesTest : public PageFixture {
 protected:
     WebPagesTest()
-        : display(&window, QSize(1920, 1200))
     {
-        window.resize(1920, 1200);
         ConfigStore::setPath(dir.filePath("orvane.ini"));
         StorageUtils::setAssetsFolder(dir.path());
         write("web_content/vitals/vitals.html", "<html><head><title>VITALS</title></head><body>vitals</body></html>");
-    }
-    ~WebPagesTest() override
-    {
-        pages.clear();
-        drainEvents();
     }
 
     QString write(const QString& name, const QByteArray& content)
@@ -53,16 +44,13 @@ protected:
     template <typename Page>
     Page* make()
     {
-        auto* page = new Page(&window);
-        page->setGeometry(QRect(32, 52, 1856, 1028));
-        pages.emplace_back(page);
-        return page;
+        return place(new Page(&root));
     }
 
     // A web view at 100,100 (800x600) showing the page, painted once; null if it did not load.
     WebView* showPage(const QString& name, const QByteArray& html)
     {
-        auto* view = new WebView(&window);
+        auto* view = new WebView(&root);
         pages.emplace_back(view);
         view->setGeometry(QRect(100, 100, 800, 600));
         view->currentFrame()->load(QUrl::fromLocalFile(write(name, html)));
@@ -94,9 +82,6 @@ protected:
     }
 
     QTemporaryDir dir;
-    AppWindow window;
-    DisplayDevice display;
-    std::vector<std::unique_ptr<DisplayView>> pages;
 };
 
 } // namespace
@@ -258,20 +243,25 @@ TEST_F(WebPagesTest, DravikReadsItsAddressOnEveryShowingUpToTheFirstNul)
 
 TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
 {
-    WebView* view = showPage("tall.html", "<html><body style='margin:0'>"
-                                          "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
-                                          "<div style='height:5000px'></div></body></html>");
-    ASSERT_TRUE(view);
+    auto* view = new WebView(&root);
+    pages.emplace_back(view);
+    view->setGeometry(QRect(100, 100, 800, 600));
+    view->currentFrame()->load(QUrl::fromLocalFile(write(
+        "tall.html", "<html><body style='margin:0'>"
+                     "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
+                     "<div style='height:5000px'></div></body></html>")));
+    ASSERT_TRUE(loaded(view));
+    display.render();
 
     display.tap(QPoint(250, 150));
     drainEvents();
     EXPECT_EQ(view->currentFrame()->title(), "CLICKED");
 
     view->currentFrame()->evaluateJavaScript("document.title = ''");
-    display.touch(int(TouchEvent::Kind::Press), QPoint(400, 600));
+    press(QPoint(400, 600));
     for (int y = 580; y >= 200; y -= 20)
-        display.touch(int(TouchEvent::Kind::Move), QPoint(400, y));
-    display.touch(int(TouchEvent::Kind::Release), QPoint(400, 200));
+        move(QPoint(400, y));
+    release(QPoint(400, 200));
     view->scroller()->stop();
     drainEvents();
     EXPECT_GE(view->currentFrame()->scrollPosition().y(), 380);

@@ -4,8 +4,9 @@
 #include <QElapsedTimer>
 #include <functional>
 
-// Runs the event loop until the condition holds or the time is up; returns the condition.
-inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 2000)
+// Runs the event loop until the condition holds or the time is up; returns the condition. The
+// time only bounds a failure: on a busy machine a passing wait may take seconds.
+inline bool waitFor(const std::function<bool()>& condition, int timeoutMs = 20000)
 {
     QElapsedTimer timer;
     timer.start();
