@@ -3,7 +3,8 @@
 #include "OrvaneExport.h"
 #include "can/CANClock.h"
 
-#include <condition_variable>
+#include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -50,10 +51,9 @@ private:
     void loop();
 
     CANClock& mClock;
-    std::mutex mMutex;
-    std::condition_variable mWake;
+    std::mutex mMutex;  // held during passes
     std::vector<Client*> mClients;
-    bool mWoken = false;
     bool mQuit = false;
+    std::atomic<uint32_t> mWakeUps{0};
     std::thread mThread;
 };
