@@ -18,9 +18,9 @@ struct DbcMessage;
 // Turns frames into the latest value of each captured signal.
 //
 // Threads: decode() and the count*() calls run on any number of source threads; capture
-// changes and reads run on the UI thread. Nothing blocks on the frame path, and a frame costs
-// the same however many signals its message has: the decoder keeps each message's latest
-// frame and extracts a signal only when it is read, from the bits of one whole frame. Frames
+// changes and reads run on the UI thread. No mutex is taken on the frame path, and a frame
+// costs the same however many signals its message has: the decoder keeps each message's
+// latest frame and extracts a signal only when it is read, from the bits of one whole frame. Frames
 // of messages without a captured signal cost one lookup; each bus has a row of atomic
 // counters. The decoder keeps its catalogue alive and unchanged: another catalogue gets a
 // decoder of its own.
