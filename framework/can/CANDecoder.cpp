@@ -2,22 +2,25 @@
 
 #include "can/CANData.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <thread>
 
 namespace {
 
 // Whether the frame's multiplexers select this signal (and, for extended multiplexing, every
 // switch above it). Chains are loop-free and short; the parser guarantees both.
-bool isSelected(const DbcMessage& m, const DbcSignal& s, const CanFrame& frame)
+bool isSelected(const DbcMessage& m, const DbcSignal& s, const uint8_t* data, unsigned length)
 {
     const DbcSignal* at = &s;
     while (at->muxSwitch != -1) {
         if (at->muxSwitch < 0)
             return false;
         const DbcSignal& sw = m.signalList[size_t(at->muxSwitch)];
-        if (sw.layout.bytesNeeded() > frame.len)
+        if (sw.layout.bytesNeeded() > length)
             return false;
-        const uint64_t value = sw.layout.extract(frame.data);
+        const uint64_t value = sw.layout.extract(data);
         bool inRange = false;
         for (const MuxRange& r : at->muxRanges)
             inRange |= value >= r.low && value <= r.high;
@@ -27,6 +30,8 @@ bool isSelected(const DbcMessage& m, const DbcSignal& s, const CanFrame& frame)
     }
     return true;
 }
+
+constexpr int FdWords = CanFrame::MaxLength / 8;
 
 } // namespace
 
@@ -39,6 +44,7 @@ CANDecoder::CANDecoder(std::shared_ptr<const CANData> catalogue, CANClock& clock
     , mBusCount(mCatalogue->busCount())
     , mBusCounters(new BusCounters[size_t(mBusCount + 1)])
 {
+    std::vector<Message*> fd;
     for (int b = 0; b < mBusCount; ++b) {
         const CANBusNode* bus = mCatalogue->busAt(b);
         for (int m = 0; m < bus->messageCount(); ++m) {
@@ -47,32 +53,38 @@ CANDecoder::CANDecoder(std::shared_ptr<const CANData> catalogue, CANClock& clock
             message.definition = &node->definition();
             message.firstSignal = node->signalCount() > 0 ? uint32_t(node->signalAt(0)->id()) : 0;
             message.signalCount = uint32_t(node->signalCount());
-            message.length = node->definition().dlc;
+            message.length = uint8_t(std::min<unsigned>(node->definition().dlc, CanFrame::MaxLength));
+            unsigned carrying = 0;
+            for (const DbcSignal& s : node->definition().signalList)
+                carrying = std::max(carrying, s.layout.bytesNeeded());
+            message.carryingLength = uint8_t(carrying);
+            message.wordCount = uint8_t((carrying + 7) / 8);
+            if (message.wordCount > 1)
+                fd.push_back(&message);
+            for (int s = 0; s < node->signalCount(); ++s)
+                mSlots[size_t(node->signalAt(s)->id())].message = uint32_t(node->globalIndex());
         }
     }
-    for (int id = 0; id < mCatalogue->signalCount(); ++id) {
-        const DbcSignal& s = mCatalogue->signalById(id)->definition();
-        mSlots[size_t(id)].layout = s.layout;
-        mSlots[size_t(id)].multiplexed = s.muxSwitch != -1;
+    mFdWords.reset(new std::atomic<uint64_t>[fd.size() * FdWords]);
+    for (size_t i = 0; i < fd.size(); ++i) {
+        for (int w = 0; w < FdWords; ++w)
+            mFdWords[i * FdWords + size_t(w)].store(0, std::memory_order_relaxed);
+        fd[i]->words = &mFdWords[i * FdWords];
     }
 }
 
 CANDecoder::~CANDecoder() = default;
-
-CANDecoder::Message& CANDecoder::messageOf(int signalId) const
-{
-    return mMessages[size_t(mCatalogue->signalById(signalId)->message()->globalIndex())];
-}
 
 void CANDecoder::capture(int signalId)
 {
     if (!mCatalogue->signalById(signalId))
         return;
     Slot& slot = mSlots[size_t(signalId)];
+    Message& message = messageOf(signalId);
     if (slot.captures.load() == 0)
-        slot.hasValue.store(false);
+        slot.capturedAfter.store(message.version.load());
     if (slot.captures.fetch_add(1) == 0)
-        messageOf(signalId).capturedSignals.fetch_add(1);
+        message.capturedSignals.fetch_add(1);
 }
 
 void CANDecoder::release(int signalId)
@@ -102,7 +114,7 @@ void CANDecoder::takeOverCaptures(const CANDecoder& previous)
 void CANDecoder::clearValuesAndCounters()
 {
     for (int i = 0; i < mCatalogue->signalCount(); ++i)
-        mSlots[size_t(i)].hasValue.store(false);
+        mSlots[size_t(i)].capturedAfter.store(messageOf(i).version.load());
     for (int b = Unrouted; b < mBusCount; ++b) {
         BusCounters& c = countersFor(b);
         for (std::atomic<uint64_t>* n : {&c.frames, &c.unknownIds, &c.shortFrames, &c.droppedFrames, &c.errorFrames})
@@ -171,24 +183,51 @@ void CANDecoder::decodeUnrouted(const CanFrame& frame)
     c.unknownIds.fetch_add(1, std::memory_order_relaxed);
 }
 
-bool CANDecoder::decodeMessage(const Message& message, const CanFrame& frame)
+bool CANDecoder::decodeMessage(Message& message, const CanFrame& frame)
 {
     const bool whole = frame.len >= message.length || frame.isRemote();
     if (frame.isRemote() || message.capturedSignals.load(std::memory_order_relaxed) == 0)
         return whole;
-    Slot* slot = &mSlots[message.firstSignal];
-    for (uint32_t i = 0; i < message.signalCount; ++i, ++slot) {
-        if (slot->captures.load(std::memory_order_relaxed) == 0 || slot->layout.bytesNeeded() > frame.len)
-            continue;
-        // A value the multiplexer no longer selects is not the signal's value any more.
-        if (slot->multiplexed && !isSelected(*message.definition, message.definition->signalList[i], frame)) {
-            slot->hasValue.store(false, std::memory_order_release);
-            continue;
+    // Sources feeding one bus may store frames of the same message at once: one at a time.
+    uint64_t version = message.version.load(std::memory_order_relaxed);
+    while ((version & 1) || !message.version.compare_exchange_weak(version, version + 1, std::memory_order_acquire,
+                                                                   std::memory_order_relaxed)) {
+        if (version & 1) {
+            std::this_thread::yield();
+            version = message.version.load(std::memory_order_relaxed);
         }
-        slot->bits.store(slot->layout.extract(frame.data), std::memory_order_relaxed);
-        slot->hasValue.store(true, std::memory_order_release);
     }
+    std::atomic_thread_fence(std::memory_order_release);
+    version += 2;
+    if (frame.len >= message.carryingLength) {
+        for (unsigned w = 0; w < message.wordCount; ++w) {
+            uint64_t word;
+            std::memcpy(&word, frame.data + 8 * w, sizeof word);
+            message.words[w].store(word, std::memory_order_relaxed);
+        }
+        message.storedVersion.store(version, std::memory_order_relaxed);
+    } else {
+        storeShortFrame(message, frame, version);
+    }
+    message.version.store(version, std::memory_order_release);
     return whole;
+}
+
+// A frame that cannot carry every signal leaves the stored frame alone: the captured signals
+// it does carry keep their bits apart, and the others keep what they had.
+void CANDecoder::storeShortFrame(Message& message, const CanFrame& frame, uint64_t version)
+{
+    for (uint32_t i = 0; i < message.signalCount; ++i) {
+        Slot& slot = mSlots[message.firstSignal + i];
+        const DbcSignal& s = message.definition->signalList[i];
+        if (slot.captures.load(std::memory_order_relaxed) == 0 || s.layout.bytesNeeded() > frame.len)
+            continue;
+        const bool selected = s.muxSwitch == -1 || isSelected(*message.definition, s, frame.data, frame.len);
+        if (selected)
+            slot.shortBits.store(s.layout.extract(frame.data), std::memory_order_relaxed);
+        slot.shortSelected.store(selected, std::memory_order_relaxed);
+        slot.shortVersion.store(version, std::memory_order_relaxed);
+    }
 }
 
 void CANDecoder::countDropped(int bus, uint64_t frames)
@@ -207,10 +246,42 @@ bool CANDecoder::latestValue(int signalId, double* value, int64_t* raw) const
     if (!node)
         return false;
     const Slot& slot = mSlots[size_t(signalId)];
-    if (!slot.hasValue.load(std::memory_order_acquire))
-        return false;
-    const uint64_t bits = slot.bits.load(std::memory_order_relaxed);
+    const Message& message = messageOf(signalId);
+    uint8_t data[CanFrame::BufferSize] = {};
+    uint64_t storedVersion, shortVersion, shortBits;
+    bool shortSelected;
+    for (;;) {
+        const uint64_t version = message.version.load(std::memory_order_acquire);
+        if (version & 1) {
+            std::this_thread::yield();
+            continue;
+        }
+        for (unsigned w = 0; w < message.wordCount; ++w) {
+            const uint64_t word = message.words[w].load(std::memory_order_relaxed);
+            std::memcpy(data + 8 * w, &word, sizeof word);
+        }
+        storedVersion = message.storedVersion.load(std::memory_order_relaxed);
+        shortVersion = slot.shortVersion.load(std::memory_order_relaxed);
+        shortBits = slot.shortBits.load(std::memory_order_relaxed);
+        shortSelected = slot.shortSelected.load(std::memory_order_relaxed);
+        std::atomic_thread_fence(std::memory_order_acquire);
+        if (message.version.load(std::memory_order_relaxed) == version)
+            break;
+    }
     const DbcSignal& s = node->definition();
+    const uint64_t capturedAfter = slot.capturedAfter.load();
+    uint64_t bits;
+    if (shortVersion > storedVersion) {
+        if (shortVersion <= capturedAfter || !shortSelected)
+            return false;
+        bits = shortBits;
+    } else {
+        // A value the multiplexer no longer selects is not the signal's value any more.
+        if (storedVersion <= capturedAfter
+            || (s.muxSwitch != -1 && !isSelected(*message.definition, s, data, message.carryingLength)))
+            return false;
+        bits = s.layout.extract(data);
+    }
     if (value)
         *value = s.layout.toNumber(bits) * s.factor + s.offset;
     if (raw)

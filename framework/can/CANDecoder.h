@@ -4,7 +4,6 @@
 #include "can/CANClock.h"
 #include "can/CANIdTable.h"
 #include "can/CanFrame.h"
-#include "can/SignalLayout.h"
 
 #include <QString>
 
@@ -19,17 +18,15 @@ struct DbcMessage;
 // Turns frames into the latest value of each captured signal.
 //
 // Threads: decode() and the count*() calls run on any number of source threads; capture
-// changes and reads run on the UI thread. Nothing is locked on the frame path: each signal
-// has one slot of atomics (its raw bits, a has-value flag and a capture count), each message
-// a count of its captured signals so frames of uncaptured messages cost one lookup, and each
-// bus a row of atomic counters. Only captured signals are extracted; raw bits are stored and
-// turned into physical values and labels when the UI reads them, so a reader always sees the
-// bits of one whole frame for a signal. The decoder keeps its catalogue alive and unchanged:
-// another catalogue gets a decoder of its own.
+// changes and reads run on the UI thread. No mutex is taken on the frame path, and a frame
+// costs the same however many signals its message has: the decoder keeps each message's
+// latest frame and extracts a signal only when it is read, from the bits of one whole frame. Frames
+// of messages without a captured signal cost one lookup; each bus has a row of atomic
+// counters. The decoder keeps its catalogue alive and unchanged: another catalogue gets a
+// decoder of its own.
 //
-// Between two batches the catalogue goes cold, so the frame path never walks its nodes: an id
-// finds its message in a flat table, a message its signals as a contiguous run of slots, and
-// each slot carries its own bit layout beside its value.
+// Between two batches everything goes cold, so a frame touches two cache lines: its id's
+// entry in a flat table, and its message's line holding the stored frame.
 class ORVANE_EXPORT CANDecoder {
 public:
     struct Counters {
@@ -82,19 +79,32 @@ public:
     Counters counters(int bus) const;
 
 private:
-    struct Slot {
-        std::atomic<uint64_t> bits{0};
-        std::atomic<int> captures{0};
-        std::atomic<bool> hasValue{false};
-        bool multiplexed = false;
-        SignalLayout layout;
-    };
-    struct Message {
-        const DbcMessage* definition = nullptr;  // for multiplexed signals only
+    // A message's latest frame, on a line of its own so buses decoded on different threads
+    // never share one. A frame is stored between two steps of `version`, which is odd
+    // meanwhile: writers take turns on it, and readers copy again when it moved.
+    struct alignas(64) Message {
+        std::atomic<uint64_t> version{0};
+        // The version of the stored frame: the latest long enough to carry every signal.
+        std::atomic<uint64_t> storedVersion{0};
+        std::atomic<uint64_t> firstWord{0};
+        std::atomic<uint64_t>* words = &firstWord;  // CAN FD messages keep theirs elsewhere
+        const DbcMessage* definition = nullptr;
+        std::atomic<int> capturedSignals{0};
         uint32_t firstSignal = 0;  // signal ids of a message are consecutive
         uint32_t signalCount = 0;
-        uint32_t length = 0;
-        std::atomic<int> capturedSignals{0};
+        uint8_t length = 0;  // the catalogue's, for counting short frames
+        uint8_t carryingLength = 0;  // bytes that carry every signal
+        uint8_t wordCount = 0;
+    };
+    // A signal's capture, and what a frame too short to be stored left of it.
+    struct Slot {
+        std::atomic<int> captures{0};
+        // Only frames after this version count: a capture that starts afresh shows nothing old.
+        std::atomic<uint64_t> capturedAfter{0};
+        std::atomic<uint64_t> shortVersion{0};
+        std::atomic<uint64_t> shortBits{0};
+        std::atomic<bool> shortSelected{false};
+        uint32_t message = 0;
     };
     struct alignas(64) BusCounters {
         std::atomic<uint64_t> frames{0}, unknownIds{0}, shortFrames{0}, droppedFrames{0}, errorFrames{0};
@@ -106,16 +116,18 @@ private:
     };
 
     BusCounters& countersFor(int bus) const { return mBusCounters[size_t(bus + 1)]; }
-    Message& messageOf(int signalId) const;
+    Message& messageOf(int signalId) const { return mMessages[mSlots[size_t(signalId)].message]; }
     // False for a frame shorter than its message.
-    bool decodeMessage(const Message& message, const CanFrame& frame);
+    bool decodeMessage(Message& message, const CanFrame& frame);
     void decodeUnrouted(const CanFrame& frame);
+    void storeShortFrame(Message& message, const CanFrame& frame, uint64_t version);
 
     const std::shared_ptr<const CANData> mCatalogue;
     CANClock& mClock;
     const CANIdTable mIds;
     std::unique_ptr<Slot[]> mSlots;  // by signal id
     std::unique_ptr<Message[]> mMessages;  // by catalogue-wide message index
+    std::unique_ptr<std::atomic<uint64_t>[]> mFdWords;  // eight words for each CAN FD message
     int mBusCount = 0;
     std::unique_ptr<BusCounters[]> mBusCounters;  // [0] unrouted, then one per bus
 };

@@ -18,7 +18,7 @@ CANPacer::~CANPacer()
         std::lock_guard<std::mutex> lock(mMutex);
         mQuit = true;
     }
-    mWake.notify_all();
+    wake();
     mThread.join();
 }
 
@@ -34,9 +34,8 @@ void CANPacer::add(Client* client)
     {
         std::lock_guard<std::mutex> lock(mMutex);
         mClients.push_back(client);
-        mWoken = true;
     }
-    mWake.notify_all();
+    wake();
 }
 
 void CANPacer::remove(Client* client)
@@ -48,11 +47,7 @@ void CANPacer::remove(Client* client)
 
 void CANPacer::wake()
 {
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mWoken = true;
-    }
-    mWake.notify_all();
+    mClock.wake(mWakeUps);
 }
 
 CANPacer::TimePoint CANPacer::alignUp(TimePoint t, std::chrono::nanoseconds step)
@@ -68,18 +63,16 @@ void CANPacer::loop()
     ::prctl(PR_SET_TIMERSLACK, 1000 * 1000UL);
     std::unique_lock<std::mutex> lock(mMutex);
     while (!mQuit) {
-        mWoken = false;
-        if (mClients.empty()) {
-            mClock.waitUntil(lock, mWake, TimePoint::max());
-            continue;
-        }
+        // A wake-up from here on makes the sleep below return at once.
+        const uint32_t seen = mWakeUps.load();
         const TimePoint now = mClock.now();
         TimePoint next = TimePoint::max();
         for (Client* client : mClients)
             next = std::min(next, client->deliverDue(now));
-        if (mWoken)
-            continue;
         // Nothing known due: a client that learns of a frame wakes the thread.
-        mClock.waitUntil(lock, mWake, next == TimePoint::max() ? next : std::min(alignUp(next), now + LongestSleep));
+        const TimePoint due = next == TimePoint::max() ? next : std::min(alignUp(next), now + LongestSleep);
+        lock.unlock();
+        mClock.sleepUntil(mWakeUps, seen, due);
+        lock.lock();
     }
 }

@@ -3,7 +3,8 @@
 #include "OrvaneExport.h"
 #include "can/CANClock.h"
 
-#include <condition_variable>
+#include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -12,11 +13,12 @@
 // decoding the frames it brings (tens of microseconds on a virtual machine), so the sources
 // share it: the thread wakes on a grid of ticks for the earliest frame due and each source
 // then delivers everything due by then in one batch. Six busy buses cost one wake-up a tick,
-// not one per bus or per frame; a frame is at most a tick late (plus scheduling).
+// not one per bus or per frame; a frame is at most a tick late (plus scheduling), so values
+// stay well within 20 ms of their frames.
 class ORVANE_EXPORT CANPacer {
 public:
     using TimePoint = CANClock::TimePoint;
-    static constexpr std::chrono::milliseconds Tick{10};
+    static constexpr std::chrono::microseconds Tick{12500};
     // The longest the thread sleeps while a frame is due: clients notice stop requests in
     // their passes.
     static constexpr std::chrono::milliseconds LongestSleep{100};
@@ -50,10 +52,9 @@ private:
     void loop();
 
     CANClock& mClock;
-    std::mutex mMutex;
-    std::condition_variable mWake;
+    std::mutex mMutex;  // held during passes
     std::vector<Client*> mClients;
-    bool mWoken = false;
     bool mQuit = false;
+    std::atomic<uint32_t> mWakeUps{0};
     std::thread mThread;
 };

@@ -10,6 +10,9 @@
 #include <mutex>
 #include <queue>
 
+// Batches wake the pacer on its own grid, sharing wake-ups with the paced logs.
+static_assert(CANTrafficGenerator::Batch % CANPacer::Tick == CANPacer::Tick.zero());
+
 namespace {
 
 using TimePoint = CANClock::TimePoint;

@@ -2,32 +2,37 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 
 namespace {
 
 constexpr uint32_t ErrorFlag = 0x20000000u;
 
-// Payload digits are random: a table costs no mispredicted branches.
-struct HexDigits {
-    int8_t value[256];
-    constexpr HexDigits()
-        : value()
+// Payload digits are random and separators few: tables cost no mispredicted branches.
+struct CharTable {
+    int8_t hex[256];
+    bool blank[256];
+    constexpr CharTable()
+        : hex()
+        , blank()
     {
-        for (int c = 0; c < 256; ++c)
-            value[c] = c >= '0' && c <= '9' ? int8_t(c - '0')
-                : c >= 'A' && c <= 'F'      ? int8_t(c - 'A' + 10)
-                : c >= 'a' && c <= 'f'      ? int8_t(c - 'a' + 10)
-                                            : int8_t(-1);
+        for (int c = 0; c < 256; ++c) {
+            hex[c] = c >= '0' && c <= '9' ? int8_t(c - '0')
+                : c >= 'A' && c <= 'F'    ? int8_t(c - 'A' + 10)
+                : c >= 'a' && c <= 'f'    ? int8_t(c - 'a' + 10)
+                                          : int8_t(-1);
+            blank[c] = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+        }
     }
 };
-constexpr HexDigits Hex;
+constexpr CharTable Chars;
 
 int hexValue(char c)
 {
-    return Hex.value[uint8_t(c)];
+    return Chars.hex[uint8_t(c)];
 }
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isBlank(char c) { return Chars.blank[uint8_t(c)]; }
 
 struct Scanner {
     const char* p;
@@ -48,19 +53,18 @@ struct Scanner {
     }
 };
 
-bool parseHexId(std::string_view s, uint32_t& id)
+bool atTokenEnd(const char* p, const char* e) { return p == e || isBlank(*p); }
+
+// An identifier's hex digits from `p`: where they end, with their value and how many.
+const char* scanHexId(const char* p, const char* e, uint32_t& id, size_t& digits)
 {
-    if (s.empty() || s.size() > 8)
-        return false;
+    const char* const start = p;
     uint32_t v = 0;
-    for (char c : s) {
-        const int h = hexValue(c);
-        if (h < 0)
-            return false;
-        v = (v << 4) | uint32_t(h);
-    }
+    for (; p < e && hexValue(*p) >= 0; ++p)
+        v = (v << 4) | uint32_t(hexValue(*p));
     id = v;
-    return true;
+    digits = size_t(p - start);
+    return p;
 }
 
 // Days since 1970-01-01 of a civil date (proleptic Gregorian).
@@ -74,38 +78,41 @@ long daysFromCivil(long y, unsigned m, unsigned d)
     return era * 146097 + long(doe) - 719468;
 }
 
-// "(seconds.fraction)" or "(YYYY-MM-DD hh:mm:ss.fraction)"; the text between the brackets.
-// "seconds.fraction" as candump writes it, or nothing: the common form without the cost of a
-// general number parse. Microseconds below 2^53 are exact, so one division rounds them just
-// as from_chars does.
-bool parsePlainSeconds(std::string_view s, double& t)
+// Seconds from 1970 up to the end of year 9999, as in the date form: nothing else is a log's.
+constexpr double LastSecond = 253402300800.0;
+
+// "seconds.fraction)" as candump writes it, read in one pass: the closing bracket, or null for
+// any other text. Microseconds below 2^53 are exact, so one division rounds them just as
+// from_chars does.
+const char* parsePlainSeconds(const char* p, const char* e, double& t)
 {
     uint64_t whole = 0, fraction = 0;
-    size_t i = 0, digits = 0, fractionDigits = 0;
-    for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i, ++digits)
-        whole = whole * 10 + uint64_t(s[i] - '0');
-    if (digits == 0 || digits > 12 || i == s.size() || s[i] != '.')
-        return false;
-    for (++i; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i, ++fractionDigits)
-        fraction = fraction * 10 + uint64_t(s[i] - '0');
-    if (i != s.size() || fractionDigits == 0 || fractionDigits > 6)
-        return false;
+    const char* const start = p;
+    for (; p < e && unsigned(*p - '0') < 10; ++p)
+        whole = whole * 10 + uint64_t(*p - '0');
+    const ptrdiff_t digits = p - start;
+    if (digits == 0 || digits > 12 || p == e || *p != '.')
+        return nullptr;
+    const char* const point = ++p;
+    for (; p < e && unsigned(*p - '0') < 10; ++p)
+        fraction = fraction * 10 + uint64_t(*p - '0');
+    const ptrdiff_t fractionDigits = p - point;
+    if (p == e || *p != ')' || fractionDigits == 0 || fractionDigits > 6)
+        return nullptr;
     static constexpr uint64_t Scale[] = {1, 10, 100, 1000, 10000, 100000, 1000000};
     const uint64_t micros = whole * 1000000 + fraction * Scale[6 - fractionDigits];
     if (micros >= uint64_t(1) << 53)
-        return false;
+        return nullptr;
     t = double(micros) / 1e6;
-    return true;
+    return t < LastSecond ? p : nullptr;
 }
 
+// The text between the brackets in any other form: "(seconds)" however written, or
+// "(YYYY-MM-DD hh:mm:ss.fraction)".
 bool parseTime(std::string_view s, double& t)
 {
     const char* b = s.data();
     const char* e = b + s.size();
-    // Seconds from 1970 up to the end of year 9999, as in the date form: nothing else is a log's.
-    constexpr double LastSecond = 253402300800.0;
-    if (parsePlainSeconds(s, t))
-        return t < LastSecond;
     auto r = std::from_chars(b, e, t);
     if (r.ec == std::errc() && r.ptr == e)
         return t >= 0 && t < LastSecond;
@@ -131,26 +138,26 @@ bool parseTime(std::string_view s, double& t)
     return true;
 }
 
-// Hex bytes, optionally separated by dots.
-bool parseHexBytes(std::string_view s, CanFrame& f, unsigned maxLength)
+// Hex bytes, optionally separated by dots, up to the first character that is neither: where
+// they end, or null for half a byte or a byte too many.
+const char* parseHexBytes(const char* p, const char* e, CanFrame& f, unsigned maxLength)
 {
     unsigned n = 0;
-    size_t i = 0;
-    while (i < s.size()) {
-        if (s[i] == '.') {
-            ++i;
-            continue;
+    for (;;) {
+        for (; e - p >= 2 && n < maxLength; p += 2) {
+            const int hi = hexValue(p[0]), lo = hexValue(p[1]);
+            if ((hi | lo) < 0)
+                break;
+            f.data[n++] = uint8_t(hi << 4 | lo);
         }
-        if (i + 1 >= s.size() || n >= maxLength)
-            return false;
-        const int hi = hexValue(s[i]), lo = hexValue(s[i + 1]);
-        if (hi < 0 || lo < 0)
-            return false;
-        f.data[n++] = uint8_t(hi << 4 | lo);
-        i += 2;
+        if (p == e || *p != '.')
+            break;
+        ++p;
     }
+    if (p < e && hexValue(*p) >= 0)
+        return nullptr;
     f.len = uint8_t(n);
-    return true;
+    return p;
 }
 
 CandumpRecord::Kind classify(CandumpRecord& out, uint32_t rawId, size_t idDigits)
@@ -168,57 +175,49 @@ CandumpRecord::Kind classify(CandumpRecord& out, uint32_t rawId, size_t idDigits
     return out.kind = CandumpRecord::Kind::Frame;
 }
 
-// "123#DEADBEEF", "123#R", "123#R4", "123#1122_9", "123##1AABB"
-CandumpRecord::Kind parseLogFrame(std::string_view tok, size_t hash, CandumpRecord& out)
+// What follows "123#": "DEADBEEF", "R", "R4", "1122_9", "#1AABB". Leaves the scanner after it.
+CandumpRecord::Kind parseLogFrame(Scanner& s, uint32_t rawId, size_t idDigits, CandumpRecord& out)
 {
     using Kind = CandumpRecord::Kind;
-    uint32_t rawId = 0;
-    if (!parseHexId(tok.substr(0, hash), rawId))
-        return out.kind = Kind::Malformed;
-    std::string_view rest = tok.substr(hash + 1);
+    const char* p = s.p;
+    const char* const e = s.e;
     CanFrame& f = out.frame;
-    if (!rest.empty() && rest[0] == '#') {
-        if (rest.size() < 2 || hexValue(rest[1]) < 0)
+    if (p < e && *p == '#') {
+        if (e - p < 2 || hexValue(p[1]) < 0)
             return out.kind = Kind::Malformed;
         f.flags |= CanFrame::Fd;
-        if (hexValue(rest[1]) & 1)
+        if (hexValue(p[1]) & 1)
             f.flags |= CanFrame::BitRateSwitch;
-        if (hexValue(rest[1]) & 2)
+        if (hexValue(p[1]) & 2)
             f.flags |= CanFrame::ErrorState;
-        if (!parseHexBytes(rest.substr(2), f, CanFrame::MaxLength) || !isValidFdLength(f.len))
-            return out.kind = Kind::Malformed;
-        return classify(out, rawId, hash);
-    }
-    if (!rest.empty() && (rest[0] == 'R' || rest[0] == 'r')) {
+        p = parseHexBytes(p + 2, e, f, CanFrame::MaxLength);
+        if (p && !isValidFdLength(f.len))
+            p = nullptr;
+    } else if (p < e && (*p == 'R' || *p == 'r')) {
         f.flags |= CanFrame::Remote;
         f.len = 0;
-        if (rest.size() > 1) {
-            const int len = hexValue(rest[1]);
-            if (rest.size() > 2 || len < 0 || len > 8)
+        if (!atTokenEnd(++p, e)) {
+            const int len = hexValue(*p++);
+            if (len < 0 || len > 8)
                 return out.kind = Kind::Malformed;
             f.len = uint8_t(len);
         }
-        return classify(out, rawId, hash);
+    } else {
+        p = parseHexBytes(p, e, f, 8);
+        // A trailing "_<dlc>" carries the raw DLC of an 8-byte frame; the payload is what counts.
+        if (p && p < e && *p == '_')
+            p = e - p >= 2 && hexValue(p[1]) >= 0 ? p + 2 : nullptr;
     }
-    // A trailing "_<dlc>" carries the raw DLC of an 8-byte frame; the payload is what counts.
-    const size_t underscore = rest.find('_');
-    if (underscore != std::string_view::npos) {
-        if (rest.size() != underscore + 2 || hexValue(rest[underscore + 1]) < 0)
-            return out.kind = Kind::Malformed;
-        rest = rest.substr(0, underscore);
-    }
-    if (!parseHexBytes(rest, f, 8))
+    if (!p || !atTokenEnd(p, e))
         return out.kind = Kind::Malformed;
-    return classify(out, rawId, hash);
+    s.p = p;
+    return classify(out, rawId, idDigits);
 }
 
 // "123" "[4]" "DE" "AD" "BE" "EF"  or  "123" "[2]" "remote" "request"
-CandumpRecord::Kind parseScreenFrame(std::string_view idTok, Scanner& s, CandumpRecord& out)
+CandumpRecord::Kind parseScreenFrame(Scanner& s, uint32_t rawId, size_t idDigits, CandumpRecord& out)
 {
     using Kind = CandumpRecord::Kind;
-    uint32_t rawId = 0;
-    if (!parseHexId(idTok, rawId))
-        return out.kind = Kind::Malformed;
     const std::string_view lenTok = s.token();
     if (lenTok.size() < 3 || lenTok.front() != '[' || lenTok.back() != ']')
         return out.kind = Kind::Malformed;
@@ -235,7 +234,7 @@ CandumpRecord::Kind parseScreenFrame(std::string_view idTok, Scanner& s, Candump
             return out.kind = Kind::Malformed;
         f.flags |= CanFrame::Remote;
         f.len = uint8_t(len);
-        return classify(out, rawId, idTok.size());
+        return classify(out, rawId, idDigits);
     }
     std::string_view byteTok = first;
     for (unsigned i = 0; i < len; ++i) {
@@ -249,7 +248,7 @@ CandumpRecord::Kind parseScreenFrame(std::string_view idTok, Scanner& s, Candump
     // Anything after the bytes (the ASCII column of "-a") is decoration.
     if (len == 0 && !first.empty() && first.front() != '\'')
         return out.kind = Kind::Malformed;
-    return classify(out, rawId, idTok.size());
+    return classify(out, rawId, idDigits);
 }
 
 } // namespace
@@ -270,28 +269,36 @@ CandumpRecord::Kind parseCandumpLine(std::string_view line, CandumpRecord& out)
         return out.kind = Kind::Blank;
 
     if (*s.p == '(') {
-        const char* close = s.p + 1;
-        while (close < s.e && *close != ')')
-            ++close;
-        if (close >= s.e || !parseTime(std::string_view(s.p + 1, size_t(close - s.p - 1)), out.time))
-            return out.kind = Kind::Malformed;
+        const char* close = parsePlainSeconds(s.p + 1, s.e, out.time);
+        if (!close) {
+            close = s.p + 1;
+            while (close < s.e && *close != ')')
+                ++close;
+            if (close >= s.e || !parseTime(std::string_view(s.p + 1, size_t(close - s.p - 1)), out.time))
+                return out.kind = Kind::Malformed;
+        }
         out.hasTime = true;
         s.p = close + 1;
     }
     out.iface = s.token();
-    const std::string_view frameTok = s.token();
-    if (out.iface.empty() || frameTok.empty())
+    if (out.iface.empty())
         return out.kind = Kind::Malformed;
-    const size_t hash = frameTok.find('#');
-    Kind kind;
-    if (hash != std::string_view::npos) {
-        kind = parseLogFrame(frameTok, hash, out);
+    s.skipBlanks();
+    uint32_t rawId = 0;
+    size_t idDigits = 0;
+    s.p = scanHexId(s.p, s.e, rawId, idDigits);
+    if (idDigits == 0 || idDigits > 8)
+        return out.kind = Kind::Malformed;
+    if (s.p < s.e && *s.p == '#') {
+        ++s.p;
+        const Kind kind = parseLogFrame(s, rawId, idDigits, out);
         // The log form may carry a direction flag ("R"/"T") after the frame; nothing else.
         const std::string_view extra = s.token();
         if (kind != Kind::Malformed && !extra.empty() && extra != "R" && extra != "T")
-            kind = out.kind = Kind::Malformed;
-    } else {
-        kind = parseScreenFrame(frameTok, s, out);
+            return out.kind = Kind::Malformed;
+        return kind;
     }
-    return kind;
+    if (!atTokenEnd(s.p, s.e))
+        return out.kind = Kind::Malformed;
+    return parseScreenFrame(s, rawId, idDigits, out);
 }

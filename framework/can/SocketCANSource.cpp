@@ -12,10 +12,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
 #include <memory>
-#include <mutex>
 
 namespace {
 
@@ -127,8 +125,7 @@ CANFrameSource::Outcome SocketCANSource::readFrames(int fd, CANDecoder& decoder,
     const auto batch = std::make_unique<Batch>();
     uint32_t lastOverflow = 0;
     bool haveOverflow = false;
-    std::mutex mutex;
-    std::condition_variable never;
+    const std::atomic<uint32_t> noWakeUps{0};
     while (!stop.load(std::memory_order_relaxed)) {
         pollfd ready{fd, POLLIN, 0};
         const int polled = ::poll(&ready, 1, QuietLookMs);
@@ -201,8 +198,7 @@ CANFrameSource::Outcome SocketCANSource::readFrames(int fd, CANDecoder& decoder,
         if (ready.revents & POLLHUP)
             return Outcome::Finished;
         // More frames gather in the socket meanwhile: the next batch is a tick away.
-        std::unique_lock<std::mutex> lock(mutex);
-        clock.waitUntil(lock, never, CANPacer::alignUp(clock.now() + std::chrono::nanoseconds(1)));
+        clock.sleepUntil(noWakeUps, 0, CANPacer::alignUp(clock.now() + std::chrono::nanoseconds(1)));
     }
     return Outcome::Stopped;
 }

@@ -226,6 +226,47 @@ TEST_F(SampleCatalogue, CountsFramesUnknownIdsAndShortFrames)
     EXPECT_EQ(c.shortFrames, 1u);
 }
 
+// A frame too short for its whole message speaks for the signals it carries; the next whole
+// frame speaks for all of them again.
+TEST_F(SampleCatalogue, AShortFrameCountsForWhatItCarriesUntilTheNextWholeFrame)
+{
+    const int gear = id("Transmission", "Gear"), temp = id("Transmission", "TransmissionTemp"),
+              sensor = id("ClimateSensors", "SensorIndex"), cabin = id("ClimateSensors", "CabinTemp");
+    for (int s : {gear, temp, sensor, cabin})
+        decoder->capture(s);
+    decoder->decode(frameOf(400, {0x03, 0x7D, 0, 0}), 0);
+    decoder->decode(frameOf(400, {0x02}), 0);
+    EXPECT_EQ(value(gear), QStringLiteral("2 (Second)"));
+    EXPECT_EQ(value(temp, 0), QStringLiteral("85"));
+    decoder->decode(frameOf(400, {0x04, 0x80, 0, 0}), 0);
+    EXPECT_EQ(value(gear), QStringLiteral("4 (Fourth)"));
+    EXPECT_EQ(value(temp, 0), QStringLiteral("88"));
+
+    // The short frame moves the multiplexer on: the value it no longer selects is gone, though
+    // the frame is too short to carry what it selects now.
+    decoder->decode(frameOf(1024, {0, 0xD7, 0x00, 0, 0, 0, 0, 0}), 0);
+    decoder->decode(frameOf(1024, {1}), 0);
+    EXPECT_EQ(value(sensor), QStringLiteral("1 (Outside)"));
+    EXPECT_EQ(value(cabin, 1), QStringLiteral("21.5"));  // not carried: what it had
+}
+
+// The decoder keeps whole frames: a signal captured after its message's latest frame shows
+// nothing from it, though that frame carries it.
+TEST_F(SampleCatalogue, ASignalCapturedLaterShowsNothingFromTheFrameBefore)
+{
+    const int gear = id("Transmission", "Gear"), temp = id("Transmission", "TransmissionTemp");
+    decoder->capture(gear);
+    decoder->decode(frameOf(400, {0x03, 0x7D, 0, 0}), 0);
+    decoder->capture(temp);
+    EXPECT_EQ(value(temp), QStringLiteral("--"));
+    EXPECT_EQ(value(gear), QStringLiteral("3 (Third)"));
+    decoder->decode(frameOf(400, {0x03, 0x7E, 0, 0}), 0);
+    EXPECT_EQ(value(temp, 0), QStringLiteral("86"));
+    decoder->clearValuesAndCounters();
+    EXPECT_EQ(value(gear), QStringLiteral("--"));
+    EXPECT_EQ(value(temp), QStringLiteral("--"));
+}
+
 TEST_F(SampleCatalogue, FramesPerSecondAreMeasuredBetweenReadings)
 {
     using namespace std::chrono_literals;

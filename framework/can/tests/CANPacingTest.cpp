@@ -42,7 +42,7 @@ struct RecordingClient : CANPacer::Client {
 TEST(CANPacer, SourcesDueWithinOneTickShareOneWakeUpOnTheGrid)
 {
     EXPECT_EQ(CANPacer::alignUp(TimePoint(1000ms)), TimePoint(1000ms));
-    EXPECT_EQ(CANPacer::alignUp(TimePoint(1000ms + 1ns)), TimePoint(1010ms));
+    EXPECT_EQ(CANPacer::alignUp(TimePoint(1000ms + 1ns)), TimePoint(1000ms + CANPacer::Tick));
     EXPECT_EQ(CANPacer::alignUp(TimePoint(1001ms), 50ms), TimePoint(1050ms));
 
     VirtualClock clock(TimePoint(1000ms));
@@ -60,13 +60,13 @@ TEST(CANPacer, SourcesDueWithinOneTickShareOneWakeUpOnTheGrid)
         pacer.remove(&b);
     }
     // Both frames due within the first tick came in one pass at its end.
-    EXPECT_EQ(a.passes.back(), TimePoint(1010ms));
-    EXPECT_EQ(b.passes.back(), TimePoint(1010ms));
+    EXPECT_EQ(a.passes.back(), TimePoint(1000ms + CANPacer::Tick));
+    EXPECT_EQ(b.passes.back(), TimePoint(1000ms + CANPacer::Tick));
     EXPECT_EQ(a.dues, std::vector<TimePoint>{TimePoint(1042ms)});
     EXPECT_EQ(b.dues, std::vector<TimePoint>{TimePoint(1041ms)});
     // Besides the passes that registering brings at once, every pass is on the grid.
     for (const TimePoint pass : b.passes)
-        EXPECT_TRUE(pass == TimePoint(1000ms) || pass == TimePoint(1010ms)) << pass.time_since_epoch().count();
+        EXPECT_TRUE(pass == TimePoint(1000ms) || pass == TimePoint(1000ms + CANPacer::Tick)) << pass.time_since_epoch().count();
 }
 
 // A whole replay on a virtual clock of its own, which never waits.

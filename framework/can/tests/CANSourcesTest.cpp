@@ -46,6 +46,8 @@ const LineCase lineCases[] = {
     {"(1.0) can0 123#11.22.33", Kind::Frame, 0x123, 0, {0x11, 0x22, 0x33}, 1.0, "can0"},
     {"(1.0) can0 123#1122334455667788_9", Kind::Frame, 0x123, 0, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88}, 1.0, "can0"},
     {"(1.0) can0 123#deadbeef T", Kind::Frame, 0x123, 0, {0xDE, 0xAD, 0xBE, 0xEF}, 1.0, "can0"},
+    {"(1.0) can0 123#R T", Kind::Frame, 0x123, CanFrame::Remote, {}, 1.0, "can0"},
+    {"(1.0) can0 123#1122_9\tR", Kind::Frame, 0x123, 0, {0x11, 0x22}, 1.0, "can0"},
     {"can0 123#01", Kind::Frame, 0x123, 0, {1}, -1, "can0"},
     {"  vcan0  123   [4]  DE AD BE EF", Kind::Frame, 0x123, 0, {0xDE, 0xAD, 0xBE, 0xEF}, -1, "vcan0"},
     {" (1436509052.249713)  vcan0  18FEF4FE   [2]  01 02", Kind::Frame, 0x18FEF4FE, CanFrame::Extended, {1, 2}, 1436509052.249713, "vcan0"},
@@ -65,6 +67,12 @@ const LineCase lineCases[] = {
     {"(1.0) can0 123##0010203040506070809", Kind::Malformed, 0, 0, {}, 1.0, "can0"},  // 9 bytes FD
     {"(1.0) can0 123#R9", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
     {"(1.0) can0 G23#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 1G3#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 #01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 123#R45", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 123#11_ T", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 123#11_9Z", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
+    {"(1.0) can0 123##1ABC", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
     {"(1.0) can0 123456789#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},
     {"(1.0) can0 DFFFFFFF#01", Kind::Malformed, 0, 0, {}, 1.0, "can0"},      // beyond 29 bits, no error flag
     {"(1.0 can0 123#01", Kind::Malformed, 0, 0, {}, 0, ""},

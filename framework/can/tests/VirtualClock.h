@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 
-// Time that moves only as the code under test waits: a wait for a moment up to the horizon
-// returns at once with the clock there; a wait past it parks until the test moves the horizon.
+// Time that moves only as the code under test sleeps: a sleep until a moment up to the horizon
+// returns at once with the clock there; one past it parks until a wake-up.
 // Pacing is checked exactly, whatever the machine's load.
 class VirtualClock : public CANClock {
 public:
@@ -27,20 +29,26 @@ public:
         return mNow;
     }
 
-    void waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& wake, TimePoint due) override
+    void sleepUntil(const std::atomic<uint32_t>& wakeUps, uint32_t seen, TimePoint due) override
     {
-        {
-            std::lock_guard<std::mutex> own(mMutex);
-            if (due != TimePoint::max() && due <= mHorizon) {
-                mNow = std::max(mNow, due);
-                return;
-            }
-            mParkedPastHorizon = due != TimePoint::max();
-            mChanged.notify_all();
+        std::unique_lock<std::mutex> lock(mMutex);
+        if (wakeUps.load() != seen)
+            return;
+        if (due != TimePoint::max() && due <= mHorizon) {
+            mNow = std::max(mNow, due);
+            return;
         }
-        wake.wait(lock);
-        std::lock_guard<std::mutex> own(mMutex);
+        mParkedPastHorizon = due != TimePoint::max();
+        mChanged.notify_all();
+        mChanged.wait(lock, [&] { return wakeUps.load() != seen; });
         mParkedPastHorizon = false;
+    }
+
+    void wake(std::atomic<uint32_t>& wakeUps) override
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        wakeUps.fetch_add(1);
+        mChanged.notify_all();
     }
 
     // Moves time on as a wait would, for code that only reads the clock.
