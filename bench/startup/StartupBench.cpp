@@ -1,7 +1,9 @@
 // Process start to first painted frame of orvane-bench with the plug-in loaded, off screen, and
 // the peak memory (resident set) at that frame and of the whole run, which goes on to load the
 // DATA tab's web dashboard once the frame is out.
-// Usage: startup-bench [RUNS]   (default 30)
+// Usage: startup-bench [RUNS] [PROGRAM...]   (default 30 runs of this build's orvane-bench)
+// Programs named (another build's orvane-bench, say) are measured side by side: their runs
+// alternate, so that each sees the same load on the machine.
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
@@ -24,14 +26,13 @@ struct Start {
     double peakMb = -1; // the process's own peak resident set at that frame
 };
 
-Start timeOneStart(const QString& screenshot)
+Start timeOneStart(const QString& program, const QString& screenshot)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     QElapsedTimer timer;
     timer.start();
-    process.start(QStringLiteral(ORVANE_BENCH_PATH),
-                  {"--offscreen", "--set", "GUI_developerMode=true", "--screenshot", screenshot});
+    process.start(program, {"--offscreen", "--set", "GUI_developerMode=true", "--screenshot", screenshot});
     QByteArray output;
     Start start;
     while (process.state() != QProcess::NotRunning || process.bytesAvailable() > 0) {
@@ -66,29 +67,43 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 30;
+    QStringList programs;
+    for (int i = 2; i < argc; ++i)
+        programs << QString::fromLocal8Bit(argv[i]);
+    if (programs.isEmpty())
+        programs << QStringLiteral(ORVANE_BENCH_PATH);
     QTemporaryDir dir;
     qputenv("XDG_RUNTIME_DIR", dir.path().toLocal8Bit());
     const QString shot = dir.filePath(QStringLiteral("shot.png"));
 
-    timeOneStart(shot); // warm the page cache; not counted
-    std::vector<double> times;
-    double firstFramePeakMb = 0;
+    for (const QString& program : programs)
+        timeOneStart(program, shot); // warm the page cache; not counted
+    std::vector<std::vector<double>> times(programs.size());
+    std::vector<double> firstFramePeakMb(programs.size(), 0);
     for (int i = 0; i < runs; ++i) {
-        const Start start = timeOneStart(shot);
-        if (start.ms < 0)
-            return 1;
-        times.push_back(start.ms);
-        firstFramePeakMb = std::max(firstFramePeakMb, start.peakMb);
+        for (int p = 0; p < programs.size(); ++p) {
+            const Start start = timeOneStart(programs[p], shot);
+            if (start.ms < 0)
+                return 1;
+            times[p].push_back(start.ms);
+            firstFramePeakMb[p] = std::max(firstFramePeakMb[p], start.peakMb);
+        }
     }
-    // The largest resident set any of the runs reached, as the kernel kept it for us.
-    rusage children{};
-    getrusage(RUSAGE_CHILDREN, &children);
-    const double runPeakMb = children.ru_maxrss / 1024.0;
-    std::printf("start to first frame, %d runs: median %.1f ms, p90 %.1f ms, min %.1f ms, max %.1f ms (target: median < %d ms)\n",
-                runs, percentile(times, 0.5), percentile(times, 0.9), percentile(times, 0.0), percentile(times, 1.0),
-                TargetMedianMs);
-    std::printf("peak memory at the first frame: %.0f MB (target: < %d MB)\n", firstFramePeakMb, TargetPeakMb);
-    std::printf("peak memory of a run, the web dashboard loaded: %.1f MB (the dashboard: %.0f MB more)\n", runPeakMb,
-                runPeakMb - firstFramePeakMb);
-    return percentile(times, 0.5) < TargetMedianMs && firstFramePeakMb < TargetPeakMb ? 0 : 3;
+    for (int p = 0; p < programs.size(); ++p) {
+        if (programs.size() > 1)
+            std::printf("%s:\n", qPrintable(programs[p]));
+        std::printf("start to first frame, %d runs: median %.1f ms, p90 %.1f ms, min %.1f ms, max %.1f ms (target: median < %d ms)\n",
+                    runs, percentile(times[p], 0.5), percentile(times[p], 0.9), percentile(times[p], 0.0),
+                    percentile(times[p], 1.0), TargetMedianMs);
+        std::printf("peak memory at the first frame: %.0f MB (target: < %d MB)\n", firstFramePeakMb[p], TargetPeakMb);
+    }
+    if (programs.size() == 1) {
+        // The largest resident set any of the runs reached, as the kernel kept it for us.
+        rusage children{};
+        getrusage(RUSAGE_CHILDREN, &children);
+        const double runPeakMb = children.ru_maxrss / 1024.0;
+        std::printf("peak memory of a run, the web dashboard loaded: %.1f MB (the dashboard: %.0f MB more)\n", runPeakMb,
+                    runPeakMb - firstFramePeakMb[0]);
+    }
+    return percentile(times[0], 0.5) < TargetMedianMs && firstFramePeakMb[0] < TargetPeakMb ? 0 : 3;
 }

@@ -12,6 +12,8 @@
 
 #include <sys/mman.h>
 
+#include <cstdint>
+
 namespace {
 DisplayDevice* gDisplay = nullptr;
 ConfigBoolValue CompositeRedirect(QStringLiteral("display/composite_redirect"), true);
@@ -46,35 +48,43 @@ DisplayDevice* DisplayDevice::instance()
 
 namespace {
 
-// A full frame is megabytes: touched page by page the first time, its faults cost tens of
-// milliseconds on a virtual machine; asked for populated, one call.
+// A full frame is megabytes. On a virtual machine each fresh page costs a fault when first
+// written, in the guest and again in the host, even when the guest populated it in advance:
+// 15 to 25 ms for a frame in 4 KiB pages here. In huge pages, where the kernel gives them, it
+// is a few faults: about 2 ms.
 struct MappedPixels {
     void* memory;
     size_t bytes;
 };
 
-QImage populatedImage(const QSize& size)
+QImage framePixels(const QSize& size)
 {
+    constexpr size_t HugePage = size_t(2) << 20;
     const size_t bytes = size_t(qMax(0, size.width())) * size_t(qMax(0, size.height())) * 4;
-    void* memory = bytes > 0 ? mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0)
-                             : MAP_FAILED;
+    // Room to start on a huge page's boundary.
+    const size_t mapped = bytes + HugePage;
+    void* memory = bytes > 0 ? mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) : MAP_FAILED;
     if (memory == MAP_FAILED)
         return QImage(size, QImage::Format_RGB32);
+    auto* pixels = reinterpret_cast<uchar*>((reinterpret_cast<uintptr_t>(memory) + HugePage - 1) & ~(HugePage - 1));
+    madvise(pixels, bytes, MADV_HUGEPAGE);
+    // Without huge pages this still saves the guest's faults.
+    madvise(pixels, bytes, MADV_POPULATE_WRITE);
     return QImage(
-        static_cast<uchar*>(memory), size.width(), size.height(), size.width() * 4, QImage::Format_RGB32,
+        pixels, size.width(), size.height(), size.width() * 4, QImage::Format_RGB32,
         [](void* info) {
-            const auto* pixels = static_cast<MappedPixels*>(info);
-            munmap(pixels->memory, pixels->bytes);
-            delete pixels;
+            const auto* mapping = static_cast<MappedPixels*>(info);
+            munmap(mapping->memory, mapping->bytes);
+            delete mapping;
         },
-        new MappedPixels{memory, bytes});
+        new MappedPixels{memory, mapped});
 }
 
 } // namespace
 
 QImage DisplayDevice::render() const
 {
-    QImage image = populatedImage(mSize);
+    QImage image = framePixels(mSize);
     image.fill(Qt::black);
     QPainter painter(&image);
     paint(painter);

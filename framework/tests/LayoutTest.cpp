@@ -7,6 +7,8 @@
 #include "views/Style.h"
 #include "TestSupport.h"
 
+#include <QFontMetrics>
+#include <QSignalSpy>
 #include <gtest/gtest.h>
 
 TEST(Style, BadInputIsLoggedOnceWithTheStyleTextAndTheDefaultApplies)
@@ -195,4 +197,66 @@ TEST(Layout, ALabelWiderThanItsColumnWidensTheColumnForEveryRow)
     ASSERT_GT(longLabel.width(), 100);
     EXPECT_GT(second.x(), longLabel.geometry().right()); // nothing runs under the switch
     EXPECT_EQ(first.x(), second.x());                   // the columns stay aligned
+}
+
+TEST(Layout, AHiddenLayoutPlacesItsChildrenOnlyOnceShownOrRead)
+{
+    DisplayView root;
+    DisplayView page(&root);
+    page.hide();
+    auto* column = new VerticalLayout(&page, "Spacing:10");
+    auto* a = new ButtonView(column, "SettingsPushButton", "a"); // 60 high
+    auto* b = new ButtonView(column, "SettingsPushButton", "b");
+    QSignalSpy bMoved(b, &DisplayView::moved);
+    drainEvents();
+    EXPECT_EQ(bMoved.count(), 0); // nobody sees it: nothing placed yet
+
+    // Reading a child's place lays its layout out first.
+    EXPECT_EQ(b->y(), 70);
+    EXPECT_EQ(bMoved.count(), 1);
+    EXPECT_EQ(column->height(), 130);
+
+    // Showing lays out at once, before anything can be painted or touched.
+    auto* c = new ButtonView(column, "SettingsPushButton", "c");
+    drainEvents();
+    QSignalSpy cMoved(c, &DisplayView::moved);
+    page.show();
+    EXPECT_EQ(cMoved.count(), 1);
+    EXPECT_EQ(c->y(), 140);
+    EXPECT_EQ(a->y(), 0);
+
+    // Hidden through an ancestor counts too; showing the ancestor settles everything below.
+    page.hide();
+    auto* d = new ButtonView(column, "SettingsPushButton", "d");
+    drainEvents();
+    QSignalSpy dMoved(d, &DisplayView::moved);
+    root.hide();
+    page.show();
+    EXPECT_EQ(dMoved.count(), 0);
+    root.show();
+    EXPECT_EQ(dMoved.count(), 1);
+    EXPECT_EQ(d->rootGeometry().y(), 210);
+}
+
+TEST(Layout, LabelsOfAHiddenPageAreMeasuredWhenThePageIsShown)
+{
+    DisplayView root;
+    SettingsPage page(&root, "FONTS");
+    page.hide();
+    LabelView* head = page.addMainLabel("Normal");
+    LabelView* sample = page.addMainLabel("DejaVu Serif - 0123456789", true);
+    sample->setFont(QFont("DejaVu Serif"));
+    sample->setFontSize(20);
+    sample->setFixedWidth(850);
+    QSignalSpy headSized(head, qOverload<DisplayView*>(&DisplayView::resized));
+    QSignalSpy sampleSized(sample, qOverload<DisplayView*>(&DisplayView::resized));
+    drainEvents();
+    EXPECT_EQ(headSized.count() + sampleSized.count(), 0);
+
+    page.show();
+    EXPECT_EQ(headSized.count(), 1);
+    EXPECT_EQ(sampleSized.count(), 1);
+    EXPECT_EQ(head->width(), QFontMetrics(head->font()).horizontalAdvance("Normal") + 4);
+    EXPECT_EQ(sample->width(), 850);
+    EXPECT_GT(sample->y(), head->y() + head->height() - 1);
 }

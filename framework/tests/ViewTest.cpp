@@ -6,6 +6,7 @@
 #include "views/Style.h"
 #include "Screen.h"
 
+#include <QFontMetrics>
 #include <QJsonArray>
 #include <QKeyEvent>
 #include <QSignalSpy>
@@ -220,3 +221,38 @@ TEST(View, DvConnectCallsNowOnlyWhenAsked)
 }
 
 #include "ViewTest.moc"
+
+TEST(View, ALabelMeasuresItsTextOnlyWhenItsSizeIsNeeded)
+{
+    DisplayView root;
+    LabelView label(&root, Style("SettingsMainLabel"), "VEHICLE");
+    const QFont at24 = label.font();
+    QSignalSpy resized(&label, qOverload<DisplayView*>(&DisplayView::resized));
+    label.setText("VEHICLE SETTINGS");
+    label.setFont(QFont("DejaVu Serif"));
+    label.setFontSize(20);
+    drainEvents();
+    EXPECT_EQ(resized.count(), 0);
+
+    // Read, it has the size each step on the way would have given it: the last text's width,
+    // and the height of the tallest font it followed.
+    QFont serif24("DejaVu Serif");
+    serif24.setPixelSize(24);
+    const int tallest = qMax(QFontMetrics(at24).height(), qMax(QFontMetrics(serif24).height(), QFontMetrics(label.font()).height()));
+    EXPECT_EQ(label.geometry().size(),
+              QSize(QFontMetrics(label.font()).horizontalAdvance("VEHICLE SETTINGS") + 4, tallest + 8));
+    EXPECT_EQ(resized.count(), 1);
+
+    // A width given by hand stays; the height still grows with the font.
+    label.setFixedWidth(850);
+    label.setText("A");
+    label.setFontSize(60);
+    EXPECT_EQ(label.geometry().size(), QSize(850, QFontMetrics(label.font()).height() + 8));
+
+    // So does a size given by hand while a measurement was owed.
+    LabelView byHand(&root, "SHORT");
+    byHand.setText("A MUCH LONGER TEXT");
+    byHand.resize(100, 30);
+    byHand.setText("LONGER STILL, AND NOT MEASURED");
+    EXPECT_EQ(byHand.geometry().size(), QSize(100, 30));
+}

@@ -36,17 +36,53 @@ QPoint DisplayView::mapToRoot(const QPoint& local) const
 {
     QPoint p = local;
     for (const DisplayView* v = this; v; v = v->mParentView)
-        p += v->mGeometry.topLeft();
+        p += v->geometry().topLeft();
     return p;
 }
 
 QRect DisplayView::rootGeometry() const
 {
-    return QRect(mapToRoot(QPoint(0, 0)), mGeometry.size());
+    return QRect(mapToRoot(QPoint(0, 0)), geometry().size());
+}
+
+void DisplayView::deferGeometry()
+{
+    if (mGeometryDeferred)
+        return;
+    mGeometryDeferred = true;
+    if (mParentView)
+        mParentView->childGeometryDeferred(this);
+}
+
+void DisplayView::childGeometryDeferred(DisplayView*)
+{
+}
+
+void DisplayView::settleDeferred() const
+{
+    // Settling works out what the geometry already is, so a read may do it.
+    auto* self = const_cast<DisplayView*>(this);
+    if (mParentView && mParentView->mGeometryDeferred)
+        mParentView->settleDeferred();
+    if (mGeometryDeferred) {
+        self->mGeometryDeferred = false;
+        self->settleGeometry();
+    }
+}
+
+void DisplayView::settleShownTree()
+{
+    settle();
+    const QVector<DisplayView*> children = mChildren;
+    for (DisplayView* child : children) {
+        if (child->mVisible)
+            child->settleShownTree();
+    }
 }
 
 void DisplayView::moveTo(int x, int y, int easeType, int timeMs, int delayMs)
 {
+    settle();
     QRect target = mAnimation ? mAnimation->endValue().toRect() : mGeometry;
     target.moveTo(x, y);
     animateTo(target, easeType, timeMs, delayMs);
@@ -54,6 +90,7 @@ void DisplayView::moveTo(int x, int y, int easeType, int timeMs, int delayMs)
 
 void DisplayView::resize(int width, int height, int easeType, int timeMs, int delayMs)
 {
+    settle();
     QRect target = mAnimation ? mAnimation->endValue().toRect() : mGeometry;
     target.setSize(QSize(qMax(0, width), qMax(0, height)));
     animateTo(target, easeType, timeMs, delayMs);
@@ -66,6 +103,7 @@ void DisplayView::setGeometry(const QRect& geometry)
 
 void DisplayView::animateTo(const QRect& target, int easeType, int timeMs, int delayMs)
 {
+    settle();
     if (mAnimation) {
         mAnimation->stop();
         mAnimation->deleteLater();
@@ -168,6 +206,8 @@ void DisplayView::show(bool visible)
     mVisible = visible;
     if (!visible)
         ViewHost::viewWithdrawn(this);
+    else if (isShown())
+        settleShownTree();
     if (mParentView)
         mParentView->update();
     update();
@@ -265,7 +305,7 @@ DisplayView* DisplayView::viewAt(const QPoint& local)
     // Later children are painted on top, so they are hit first.
     for (int i = mChildren.size() - 1; i >= 0; --i) {
         DisplayView* child = mChildren[i];
-        if (DisplayView* hit = child->viewAt(local - child->mGeometry.topLeft()))
+        if (DisplayView* hit = child->viewAt(local - child->geometry().topLeft()))
             return hit;
     }
     return this;

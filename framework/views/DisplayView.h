@@ -38,13 +38,14 @@ public:
     // True for the view itself and anything below it.
     bool isChildOf(const DisplayView* ancestor) const;
 
-    // Geometry in parent coordinates. Right and bottom are inclusive, as in QRect.
-    QRect geometry() const { return mGeometry; }
-    int x() const { return mGeometry.x(); }
-    int y() const { return mGeometry.y(); }
-    int width() const { return mGeometry.width(); }
-    int height() const { return mGeometry.height(); }
-    QRect rect() const { return QRect(QPoint(0, 0), mGeometry.size()); }
+    // Geometry in parent coordinates. Right and bottom are inclusive, as in QRect. Geometry a
+    // view deferred (see deferGeometry) is settled first.
+    QRect geometry() const { settle(); return mGeometry; }
+    int x() const { settle(); return mGeometry.x(); }
+    int y() const { settle(); return mGeometry.y(); }
+    int width() const { settle(); return mGeometry.width(); }
+    int height() const { settle(); return mGeometry.height(); }
+    QRect rect() const { settle(); return QRect(QPoint(0, 0), mGeometry.size()); }
     QPoint mapToRoot(const QPoint& local) const;
     QRect rootGeometry() const;
 
@@ -111,6 +112,18 @@ public slots:
     // Geometry changed: re-layout children. Overrides call the base.
     virtual void resized();
 
+protected:
+    // Geometry that is worked out only once needed (a label's text measured, a hidden layout's
+    // children placed): settleGeometry() runs before the geometry of this view or of a child is
+    // next read or changed, and when the view is shown.
+    void deferGeometry();
+    bool geometryDeferred() const { return mGeometryDeferred; }
+    virtual void settleGeometry() {}
+    // The geometry as it stands, nothing settled: for a view working out its own.
+    QRect unsettledGeometry() const { return mGeometry; }
+    // A child deferred its geometry: its size may change once it settles.
+    virtual void childGeometryDeferred(DisplayView* child);
+
 signals:
     void resized(DisplayView* view);
     void moved(DisplayView* view);
@@ -119,6 +132,13 @@ signals:
     void visibilityChanged(DisplayView* view);
 
 private:
+    void settle() const
+    {
+        if (mGeometryDeferred || (mParentView && mParentView->mGeometryDeferred))
+            settleDeferred();
+    }
+    void settleDeferred() const;
+    void settleShownTree();
     void applyGeometry(const QRect& target);
     void animateTo(const QRect& target, int easeType, int timeMs, int delayMs);
     void parentResized();
@@ -133,5 +153,6 @@ private:
     bool mAutoResizeToParent = false;
     QRect mAutoResizePercent{0, 0, 100, 100};
     bool mTouchTransparent = false;
+    bool mGeometryDeferred = false;
     QVariantAnimation* mAnimation = nullptr;
 };

@@ -15,9 +15,9 @@ LabelView::LabelView(DisplayView* parent, const QString& text)
 LabelView::LabelView(DisplayView* parent, const Style& style, const QString& text)
     : DisplayView(parent)
     , mText(text)
+    , mFont(FontManager::instance()->defaultFont())
     , mAlignment(Qt::AlignLeft | Qt::AlignVCenter)
 {
-    mFont = FontManager::instance()->defaultFont();
     mFont.setPixelSize(qMax(1, style.intProperty(QStringLiteral("FontSize"), 24)));
     if (style.boolProperty(QStringLiteral("Bold"), false))
         mFont.setWeight(QFont::DemiBold);
@@ -27,16 +27,43 @@ LabelView::LabelView(DisplayView* parent, const Style& style, const QString& tex
     refit();
 }
 
+bool LabelView::followsText() const
+{
+    // Sized by hand is any width but the one last fitted to the text.
+    return geometryDeferred() ? mFollowsText : unsettledGeometry().width() == mFittedWidth;
+}
+
+void LabelView::growFor(int lines)
+{
+    if (!geometryDeferred()) {
+        mFollowsText = followsText();
+        deferGeometry();
+    }
+    mHeightsOwed.append({mFont, lines});
+}
+
 void LabelView::refit()
 {
-    if (width() != mFittedWidth)
-        return;
-    const QFontMetrics metrics(mFont);
-    int textWidth = 1;
-    for (const QString& line : mText.split(QLatin1Char('\n')))
-        textWidth = qMax(textWidth, metrics.horizontalAdvance(line) + 4);
-    mFittedWidth = textWidth;
-    resize(textWidth, qMax(height(), metrics.height() * int(mText.count(QLatin1Char('\n')) + 1) + 8));
+    if (followsText())
+        growFor(int(mText.count(QLatin1Char('\n'))) + 1);
+}
+
+void LabelView::settleGeometry()
+{
+    int width = mFixedWidth >= 0 ? mFixedWidth : unsettledGeometry().width();
+    int height = unsettledGeometry().height();
+    for (const LinesOf& owed : qAsConst(mHeightsOwed))
+        height = qMax(height, QFontMetrics(owed.font).height() * owed.lines + 8);
+    if (mFollowsText) {
+        const QFontMetrics metrics(mFont);
+        width = 1;
+        for (const QString& line : mText.split(QLatin1Char('\n')))
+            width = qMax(width, metrics.horizontalAdvance(line) + 4);
+        mFittedWidth = width;
+    }
+    mHeightsOwed.clear();
+    mFixedWidth = -1;
+    resize(width, height);
 }
 
 void LabelView::setText(const QString& text)
@@ -66,10 +93,20 @@ void LabelView::setFont(const QFont& font)
 void LabelView::setFontSize(int pixels, bool redraw)
 {
     mFont.setPixelSize(qMax(1, pixels));
-    resize(width(), qMax(height(), QFontMetrics(mFont).height() + 8));
+    growFor(1);
     refit();
     if (redraw)
         update();
+}
+
+void LabelView::setFixedWidth(int width)
+{
+    if (!geometryDeferred()) {
+        resize(width, height());
+        return;
+    }
+    mFollowsText = false;
+    mFixedWidth = width;
 }
 
 void LabelView::setTextColor(const QColor& color)

@@ -6,7 +6,10 @@
 #include <QColor>
 #include <QFont>
 #include <QString>
+#include <QVector>
 
+// A label sized to its text until sized by hand. The text is measured only once the size is
+// needed (read, changed, painted or shown): a page full of labels costs nothing until seen.
 class ORVANE_EXPORT LabelView : public DisplayView {
     Q_OBJECT
 public:
@@ -25,6 +28,8 @@ public:
     void setFont(const QFont& font);
     // Pixel size; the height follows it unless the label was sized by hand.
     void setFontSize(int pixels, bool redraw = true);
+    // Sizes the width by hand and keeps the height the text gives it.
+    void setFixedWidth(int width);
     void setTextColor(const QColor& color);
     void setShadowColor(const QColor& color);
 
@@ -32,9 +37,15 @@ public:
     QString describe() const override { return mText; }
     void dumpProperties(QJsonObject& out) const override;
 
+protected:
+    void settleGeometry() override;
+
 private:
     // Keeps a label that was sized to its text sized to it; one sized by hand keeps its size.
     void refit();
+    bool followsText() const;
+    // The height becomes at least `lines` lines of the font, once settled.
+    void growFor(int lines);
 
     QString mText;
     int mFittedWidth = -1;
@@ -42,4 +53,14 @@ private:
     int mAlignment;
     QColor mTextColor{Qt::white};
     QColor mShadowColor{Qt::transparent};
+
+    // While deferred: whether it follows its text, the width given by hand, and the fonts
+    // (with their line counts) whose height it has grown to.
+    struct LinesOf {
+        QFont font;
+        int lines;
+    };
+    bool mFollowsText = true;
+    int mFixedWidth = -1;
+    QVector<LinesOf> mHeightsOwed;
 };

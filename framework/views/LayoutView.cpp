@@ -65,12 +65,18 @@ void LayoutView::resized()
 
 void LayoutView::scheduleLayout()
 {
-    if (mScheduled)
+    if (mScheduled || geometryDeferred())
         return;
     mScheduled = true;
     QTimer::singleShot(0, this, [this] {
-        if (mScheduled)
-            layoutNow();
+        if (!mScheduled)
+            return;
+        if (!isShown()) {
+            mScheduled = false;
+            deferGeometry();
+            return;
+        }
+        layoutNow();
     });
 }
 

@@ -12,7 +12,8 @@
 //   shift; a row with no shown cell is left out.
 // Spacing separates children, lines and rows; LayoutMargin surrounds them. A layout takes the
 // size of its content unless it follows its parent's size. Layout runs once per turn of the
-// event loop after children come, go or change size.
+// event loop after children come, go or change size; a layout nobody sees waits until it is
+// shown or its geometry is read.
 class ORVANE_EXPORT LayoutView : public DisplayView {
     Q_OBJECT
 public:
@@ -30,6 +31,8 @@ protected:
     // `fallback` applies when the style names no Direction.
     LayoutView(DisplayView* parent, const Style& style, Direction fallback);
     void childEvent(QChildEvent* event) override;
+    void settleGeometry() override { layoutNow(); }
+    void childGeometryDeferred(DisplayView*) override { scheduleLayout(); }
 
 private:
     void scheduleLayout();

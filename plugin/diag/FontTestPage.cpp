@@ -38,5 +38,5 @@ void FontTestPage::addFontLabel(const QString& name, const QFont& font, int size
     label->setFontSize(size, true);
     label->setTextColor(QColor(0xf2, 0xf2, 0xf2));
     label->setShadowColor(QColor(0, 0, 0, 160));
-    label->resize(850, label->height());
+    label->setFixedWidth(850);
 }

@@ -7,6 +7,9 @@
 #include "views/LabelView.h"
 #include "views/LayoutView.h"
 
+#include <QFontMetrics>
+#include <QSignalSpy>
+
 namespace {
 
 template <typename T>
@@ -43,6 +46,29 @@ TEST_F(ShellTest, FontPageShowsEveryFontWithItsSampleLine)
     EXPECT_EQ(labels[7]->font().family(), FontManager::instance()->monospacedFonts()[0].family());
     EXPECT_TRUE(FontManager::instance()->missingFamilies().isEmpty())
         << FontManager::instance()->missingFamilies().join(", ").toStdString();
+}
+
+TEST_F(ShellTest, FontPageMeasuresItsSamplesOnlyOnceSeen)
+{
+    setModes(true, false);
+    load();
+    const int index = shell->pageView()->findPage("FONTS");
+    const QList<LabelView*> labels = viewsOf<LabelView>(shell->pageView()->getPage(index));
+    ASSERT_EQ(labels.size(), 12);
+    QSignalSpy sampleSized(labels[1], qOverload<DisplayView*>(&DisplayView::resized));
+    drainEvents();
+    EXPECT_EQ(sampleSized.count(), 0); // a tab nobody opened costs no text shaping
+
+    shell->pageView()->selectPage(index);
+    EXPECT_EQ(sampleSized.count(), 1);
+    // As tall as the tallest of the fonts it went through: the style's, then the sample's
+    // family at the style's size and at 20.
+    QFont styled = labels[0]->font();
+    QFont family = labels[1]->font();
+    family.setPixelSize(styled.pixelSize());
+    const int tallest = qMax(QFontMetrics(styled).height(),
+                             qMax(QFontMetrics(family).height(), QFontMetrics(labels[1]->font()).height()));
+    EXPECT_EQ(labels[1]->geometry().size(), QSize(850, tallest + 8));
 }
 
 TEST_F(ShellTest, FontPageUsesCjkSamplesInAsianLanguages)

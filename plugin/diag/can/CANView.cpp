@@ -31,7 +31,6 @@ constexpr int OverlayBorder = 30;
 CANView::CANView(DisplayView* parent, AppInfo* appInfo, bool showAll)
     : DisplayView(parent)
     , mHeaderFont(FontManager::instance()->defaultFont())
-    , mHeaderImage(Skin::image(QStringLiteral("canview/header.png")))
 {
     mHeaderFont.setPixelSize(25);
 
@@ -207,7 +206,9 @@ void CANView::draw(QPainter& painter)
 {
     const int w = width();
     painter.fillRect(rect(), QColor(0x16, 0x19, 0x1e));
-    Skin::drawBorderImage(painter, QRect(0, 0, w, mHeaderHeight), mHeaderImage, OverlayBorder / 2);
+    // Read when first drawn: a viewer nobody opened decodes no image.
+    Skin::drawBorderImage(painter, QRect(0, 0, w, mHeaderHeight), Skin::image(QStringLiteral("canview/header.png")),
+                          OverlayBorder / 2);
 
     painter.setFont(mHeaderFont);
     painter.setPen(Skin::textColor());

@@ -3,7 +3,6 @@
 #include "views/DisplayView.h"
 
 #include <QFont>
-#include <QImage>
 #include <QTimer>
 #include <QVector>
 
@@ -58,7 +57,6 @@ public slots:
 
 private:
     QFont mHeaderFont;
-    QImage mHeaderImage;
     CANViewTableModel* mSelectedModel;
     CANViewTableController* mSelectedController;
     TableView* mRightTable;

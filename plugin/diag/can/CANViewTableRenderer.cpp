@@ -14,7 +14,6 @@ CANViewTableRenderer::CANViewTableRenderer()
     : mTitleFont(FontManager::instance()->defaultFont())
     , mValueFont(FontManager::instance()->defaultFont())
     , mUnitFont(FontManager::instance()->defaultFont())
-    , mDeleteImage(Skin::image(QStringLiteral("media/delete.png")))
 {
     mTitleFont.setPixelSize(25);
     mValueFont.setPixelSize(mValueFontSize);
@@ -49,10 +48,11 @@ void CANViewTableRenderer::drawItem(QPainter& painter, TableView* table, const T
     painter.setPen(QColor(0x3a, 0x3f, 0x47));
     painter.drawLine(0, h - 1, w - 1, h - 1);
 
-    if (!mDeleteImage.isNull()) {
+    const QImage deleteImage = Skin::image(QStringLiteral("media/delete.png"));
+    if (!deleteImage.isNull()) {
         const int side = qMax(1, qMin(mRowInset - 2 * mMargin, h - 2 * mMargin));
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        painter.drawImage(QRect(mMargin, (h - side) / 2, side, side), mDeleteImage);
+        painter.drawImage(QRect(mMargin, (h - side) / 2, side, side), deleteImage);
     }
 
     // The value and its unit share the right end: the value above, the unit in a band below.

@@ -3,7 +3,6 @@
 #include "views/table/TableRenderer.h"
 
 #include <QFont>
-#include <QImage>
 #include <QString>
 
 class CANSignalNode;
@@ -29,7 +28,6 @@ private:
     QFont mTitleFont;
     QFont mValueFont;
     QFont mUnitFont;
-    QImage mDeleteImage;
     const int mRowInset = 70;
     const int mTextHeight = 32;
     const int mValueFontSize = 32;
