@@ -4,7 +4,6 @@
 #include "ScriptRunner.h"
 #include "core/Logger.h"
 #include "display/DisplayDevice.h"
-#include "services/FontManager.h"
 #include "views/WebView.h"
 
 #include <QApplication>
@@ -28,8 +27,6 @@ int main(int argc, char** argv)
 {
     QElapsedTimer sinceStart;
     sinceStart.start();
-    // Reading the system's fonts is a large part of start-up: Qt and the plug-in load meanwhile.
-    FontManager::loadInBackground();
 
     QStringList arguments;
     for (int i = 0; i < argc; ++i)

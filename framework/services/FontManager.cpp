@@ -5,31 +5,6 @@
 #include <QFontDatabase>
 #include <QGuiApplication>
 
-#include <fontconfig/fontconfig.h>
-
-#include <thread>
-
-namespace {
-
-// Joined by the first FontManager, or at exit when there never was one.
-struct BackgroundLoad {
-    std::thread thread;
-    ~BackgroundLoad() { join(); }
-    void join()
-    {
-        if (thread.joinable())
-            thread.join();
-    }
-};
-
-BackgroundLoad& backgroundLoad()
-{
-    static BackgroundLoad load;
-    return load;
-}
-
-} // namespace
-
 const QStringList& FontManager::proportionalFamilies()
 {
     static const QStringList families{
@@ -50,9 +25,6 @@ const QStringList& FontManager::monospacedFamilies()
 
 FontManager::FontManager()
 {
-    // Qt reads the configuration through the same library: begun before it is finished, it
-    // would be read twice.
-    backgroundLoad().join();
     for (const QString& family : proportionalFamilies())
         mProportional.append(QFont(family));
     for (const QString& family : monospacedFamilies()) {
@@ -63,12 +35,6 @@ FontManager::FontManager()
     const QStringList missing = missingFamilies();
     if (!missing.isEmpty())
         Logger(nullptr, "WARN") << "Fonts not installed, substitutes used:" << missing.join(QStringLiteral(", "));
-}
-
-void FontManager::loadInBackground()
-{
-    if (!backgroundLoad().thread.joinable())
-        backgroundLoad().thread = std::thread([] { FcInit(); });
 }
 
 FontManager* FontManager::instance()

@@ -17,11 +17,6 @@ public:
     // Families the system could not provide (Qt substitutes another font for them).
     QStringList missingFamilies() const;
 
-    // Reads the system's font configuration, the largest part of reading its fonts, on a
-    // thread of its own while the application starts; the first FontManager waits for what is
-    // left of it. Call first thing in main(), before any font is used.
-    static void loadInBackground();
-
     static const QStringList& proportionalFamilies();
     static const QStringList& monospacedFamilies();
 

@@ -15,9 +15,9 @@ LabelView::LabelView(DisplayView* parent, const QString& text)
 LabelView::LabelView(DisplayView* parent, const Style& style, const QString& text)
     : DisplayView(parent)
     , mText(text)
-    , mFont(FontManager::instance()->defaultFont())
     , mAlignment(Qt::AlignLeft | Qt::AlignVCenter)
 {
+    mFont = FontManager::instance()->defaultFont();
     mFont.setPixelSize(qMax(1, style.intProperty(QStringLiteral("FontSize"), 24)));
     if (style.boolProperty(QStringLiteral("Bold"), false))
         mFont.setWeight(QFont::DemiBold);
