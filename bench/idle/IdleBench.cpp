@@ -1,9 +1,12 @@
 // The whole bench idle: orvane-bench off screen in developer mode with the CAN traffic
 // generator on (its default), each tab shown in turn, nothing touched; the figure is the
-// process's CPU time (utime + stime from /proc/PID/stat) over SECONDS of wall time.
+// process's CPU time over SECONDS of wall time.
 //   build/bin/idle_bench [SECONDS] [TAB...]
-// ORVANE_BENCH_PROGRAM names another orvane-bench to measure (an older build, say).
+// ORVANE_BENCH_PROGRAM names other orvane-bench builds to measure instead, separated by ':'
+// (an older build and this one, say): each tab is measured with each in turn, so that they
+// see the same load on the machine.
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
@@ -11,28 +14,28 @@
 #include <QTemporaryDir>
 #include <QThread>
 
-#include <unistd.h>
-
 #include <cstdio>
 
 namespace {
 
 constexpr double TargetPercent = 0.5;
 
-// Seconds of CPU the process has used, children not included.
+// Seconds of CPU the process's threads have used, children not included: the scheduler's own
+// nanoseconds, not /proc's clock ticks, which are 0.1% of ten seconds each.
 double cpuSeconds(qint64 pid)
 {
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return -1;
-    const QByteArray text = stat.readAll();
-    // The command name may hold blanks: fields count from after its closing bracket.
-    const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
-    return (fields.value(11).toDouble() + fields.value(12).toDouble()) / double(sysconf(_SC_CLK_TCK));
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
+    double seconds = 0;
+    for (const QString& task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile stat(tasks + QLatin1Char('/') + task + QStringLiteral("/schedstat"));
+        if (stat.open(QIODevice::ReadOnly))
+            seconds += stat.readAll().split(' ').value(0).toDouble() / 1e9;
+    }
+    return seconds;
 }
 
 // The bench on `tab`, paused by its script once the tab has settled: the CPU share while it waits.
-bool measure(const QString& tab, double seconds, const QTemporaryDir& dir, double* percent)
+bool measure(const QString& program, const QString& tab, double seconds, const QTemporaryDir& dir, double* percent)
 {
     const QString script = dir.filePath(QStringLiteral("idle.txt"));
     QFile file(script);
@@ -44,7 +47,6 @@ bool measure(const QString& tab, double seconds, const QTemporaryDir& dir, doubl
     QProcess bench;
     bench.setProcessChannelMode(QProcess::SeparateChannels);
     bench.setStandardErrorFile(QProcess::nullDevice());
-    const QString program = qEnvironmentVariable("ORVANE_BENCH_PROGRAM", QStringLiteral(ORVANE_BENCH_PATH));
     bench.start(program,
         {QStringLiteral("--offscreen"), QStringLiteral("--service-port"), QStringLiteral("0"), QStringLiteral("--data-dir"),
          dir.filePath(QStringLiteral("data")), QStringLiteral("--set"), QStringLiteral("GUI_developerMode=true"),
@@ -86,16 +88,25 @@ int main(int argc, char** argv)
     QTemporaryDir dir;
     std::printf("orvane-bench idle off screen, CAN generator on: CPU over %.0f s (target at most %.1f%% of one core)\n",
         seconds, TargetPercent);
+    const QStringList programs = qEnvironmentVariable("ORVANE_BENCH_PROGRAM", QStringLiteral(ORVANE_BENCH_PATH))
+                                     .split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    for (int i = 0; i < programs.size(); ++i)
+        std::printf("  [%d] %s\n", i + 1, qPrintable(programs[i]));
     bool allMet = true, allRan = true;
     for (const QString& tab : tabs) {
-        double percent = 0;
-        if (!measure(tab, seconds, dir, &percent)) {
-            allRan = false;
-            continue;
+        std::printf("  %-9s", qPrintable(tab));
+        for (const QString& program : programs) {
+            double percent = 0;
+            if (!measure(program, tab, seconds, dir, &percent)) {
+                allRan = false;
+                std::printf("    failed");
+                continue;
+            }
+            allMet &= percent <= TargetPercent;
+            std::printf(" %7.2f%%", percent);
+            std::fflush(stdout);
         }
-        allMet &= percent <= TargetPercent;
-        std::printf("  %-9s %5.2f%% of one core\n", qPrintable(tab), percent);
-        std::fflush(stdout);
+        std::printf("  of one core\n");
     }
     std::printf(allMet ? "every tab within the target\n" : "target not met on every tab\n");
     return allRan ? 0 : 1;

@@ -19,12 +19,12 @@ struct DbcSignal;
 // Plausible traffic from the catalogue alone: every message at its cycle time (100 ms when
 // the catalogue gives none), each signal a slow wave within its range, labelled signals
 // stepping through their labels, multiplexed messages taking turns through their selectors.
-// The pacer makes the frames as they fall due, a batch every 50 ms: made-up values need be no
+// The pacer makes the frames as they fall due, a batch every 100 ms: made-up values need be no
 // fresher than a viewer refreshing ten times a second shows them, and an idle bench wakes
-// twenty times a second for them, not once per frame.
+// ten times a second for them, not once per frame.
 class ORVANE_EXPORT CANTrafficGenerator : public CANFrameSource {
 public:
-    static constexpr std::chrono::milliseconds Batch{50};
+    static constexpr std::chrono::milliseconds Batch{100};
     // A signal's physical value from elsewhere (a simulated car) instead of its wave; nothing
     // for the signals it does not know. Called on the pacer's thread.
     using ValueSource = std::function<std::optional<double>(const CANMessageNode& message, const DbcSignal& signal)>;
