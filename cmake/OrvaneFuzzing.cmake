@@ -28,14 +28,15 @@ function(orvane_add_fuzzers)
   set(ORVANE_FUZZ_BIN ${bin} PARENT_SCOPE)
 endfunction()
 
-# orvane_add_fuzz_run(TEST NAME TARGET t MAX_LEN n SEEDS dirs...): 30 s of fuzzing from the
-# seeds; a crash, a hang past 10 s on one input or a leak fails the test.
+# orvane_add_fuzz_run(TEST NAME TARGET t MAX_LEN n RUNS n SEEDS dirs...): RUNS inputs fuzzed
+# from the seeds, the same work however busy the machine is; a crash, a hang past 10 s on one
+# input or a leak fails the test.
 function(orvane_add_fuzz_run)
-  cmake_parse_arguments(ARG "" "TEST;TARGET;MAX_LEN" "SEEDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "TEST;TARGET;MAX_LEN;RUNS" "SEEDS" ${ARGN})
   set(corpus ${CMAKE_CURRENT_BINARY_DIR}/corpus_${ARG_TARGET})
   file(MAKE_DIRECTORY ${corpus})
   add_test(NAME ${ARG_TEST}
-    COMMAND ${ORVANE_FUZZ_BIN}/${ARG_TARGET} -max_total_time=30 -timeout=10 -rss_limit_mb=2048
+    COMMAND ${ORVANE_FUZZ_BIN}/${ARG_TARGET} -runs=${ARG_RUNS} -timeout=10 -rss_limit_mb=2048
             -max_len=${ARG_MAX_LEN} -detect_leaks=1 -print_final_stats=1 ${corpus} ${ARG_SEEDS})
   set_tests_properties(${ARG_TEST} PROPERTIES TIMEOUT 120 LABELS fuzz)
 endfunction()

@@ -816,12 +816,5 @@ int main(int argc, char** argv) {
   HttpServer server;
   g_server = &server;
   g_app = new App;
-  std::string why;
-  if (!StartEngine(g_app.get(), &why)) {
-    fprintf(stderr, "FAILED: cannot start the engine: %s\n", why.c_str());
-    return 1;
-  }
-  int rc = RUN_ALL_TESTS();
-  CefShutdown();
-  return rc;
+  return RunTestsOnEngine(g_app.get());
 }

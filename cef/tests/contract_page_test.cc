@@ -416,12 +416,5 @@ int main(int argc, char** argv) {
   g_window_y = 0;
   HttpServer server;
   g_server = &server;
-  std::string why;
-  if (!StartEngine(nullptr, &why)) {
-    fprintf(stderr, "FAILED: cannot start the engine: %s\n", why.c_str());
-    return 1;
-  }
-  int rc = RUN_ALL_TESTS();
-  CefShutdown();
-  return rc;
+  return RunTestsOnEngine();
 }

@@ -8,6 +8,7 @@
 #include <netinet/in.h>
 #include <dirent.h>
 #include <poll.h>
+#include <cstdio>
 #include <cstring>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -250,6 +251,17 @@ bool StartEngine(CefRefPtr<CefApp> app, std::string* why, bool external_message_
     return false;
   }
   return true;
+}
+
+int RunTestsOnEngine(CefRefPtr<CefApp> app, bool external_message_pump) {
+  std::string why;
+  if (!StartEngine(app, &why, external_message_pump)) {
+    fprintf(stderr, "FAILED: cannot start the engine: %s\n", why.c_str());
+    return 1;
+  }
+  const int rc = RUN_ALL_TESTS();
+  CefShutdown();
+  return rc;
 }
 
 // ---- Client

@@ -82,6 +82,9 @@ int Pumps();
 // The program's own Xlib error handler is installed first.
 bool StartEngine(CefRefPtr<CefApp> app = nullptr, std::string* why = nullptr,
                  bool external_message_pump = false);
+// A contract program's main after its set-up: its tests on an engine started for them, then
+// shut down. Exits 1 at once, saying why, when the engine cannot start.
+int RunTestsOnEngine(CefRefPtr<CefApp> app = nullptr, bool external_message_pump = false);
 // Whether the process's Xlib error handler is still the one StartEngine installed.
 bool ProgramXErrorHandlerInPlace();
 std::string LauncherPath();

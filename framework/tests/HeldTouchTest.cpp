@@ -19,6 +19,8 @@
 
 #include <QPointer>
 #include <QSignalSpy>
+
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -79,48 +81,27 @@ struct HeldTable : HeldScreen {
 
 TEST(HeldTouch, TableRowKeepsItsFingerThroughRefreshesAndLosesItWhenItsRowGoes)
 {
-    {
+    const struct {
+        const char* what;
+        int row;
+        std::function<void(NamesModel&)> change;
+        QStringList tapped;
+    } cases[] = {
+        {"refreshes while held must not swallow the tap", 2, [](NamesModel&) {}, {"Charge"}},
+        // The finger's row now shows something else, so no tap on it.
+        {"a row above goes", 2, [](NamesModel& m) { m.names.removeAt(0); }, {}},
+        {"the row itself goes, the list ends above the finger", 3, [](NamesModel& m) { m.names.removeLast(); }, {}},
+        {"a row disabled under the finger", 1, [](NamesModel& m) { m.disabled << "Gear"; }, {}},
+        {"rows added below", 0, [](NamesModel& m) { m.names << "Torque"; }, {"Speed"}},
+    };
+    for (const auto& c : cases) {
         HeldTable t;
-        t.hold(t.rowCentre(2));
+        t.hold(t.rowCentre(c.row));
+        c.change(t.model);
         for (int i = 0; i < 5; ++i)
             t.model.refresh();
         t.lift();
-        EXPECT_EQ(t.tapped(), QStringList{"Charge"}) << "a refresh while held must not swallow the tap";
-    }
-    {
-        // A row above goes: the finger's row now shows something else, so no tap on it.
-        HeldTable t;
-        t.hold(t.rowCentre(2));
-        t.model.names.removeAt(0);
-        t.model.refresh();
-        t.lift();
-        EXPECT_TRUE(t.tapped().isEmpty()) << t.tapped().join(',').toStdString();
-    }
-    {
-        // The row itself goes, and the list is shorter than where the finger is.
-        HeldTable t;
-        t.hold(t.rowCentre(3));
-        t.model.names.removeLast();
-        t.model.refresh();
-        t.lift();
-        EXPECT_TRUE(t.tapped().isEmpty());
-    }
-    {
-        HeldTable t;
-        t.hold(t.rowCentre(1));
-        t.model.disabled << "Gear";
-        t.model.refresh();
-        t.lift();
-        EXPECT_TRUE(t.tapped().isEmpty()) << "a row disabled under the finger takes no tap";
-    }
-    {
-        // Rows added below change nothing for the finger's row.
-        HeldTable t;
-        t.hold(t.rowCentre(0));
-        t.model.names << "Torque";
-        t.model.refresh();
-        t.lift();
-        EXPECT_EQ(t.tapped(), QStringList{"Speed"});
+        EXPECT_EQ(t.tapped(), c.tapped) << c.what;
     }
 }
 

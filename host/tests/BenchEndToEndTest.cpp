@@ -33,7 +33,6 @@ TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
                                 "expect-view \"Enable Developer or Diagnostic Mode to access Diagnostic Tools\"\n"
                                 "dump restarted.json\n"
                                 "screenshot restarted.png\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
 
@@ -84,7 +83,6 @@ TEST_F(BenchEndToEnd, SettingsAndActionsAreDrivenAndObservedByScript)
                                 "set VAPI_towModeEnabled true\n"
                                 "expect-disabled \"STOP 12V\\nSUPPORT\"\n"
                                 "expect-disabled \"TURN\\nRAILS OFF\"\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--vehicle-latency", "300", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     // Popups are dumped with the overlay they are shown in.
@@ -151,7 +149,6 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "expect-view \"Last instruction completed\"\n"
                                 "expect-disabled \"START\"\n"
                                 "expect-value GUI_factoryKestro false\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "VAPI_carType=3",
                                 "--vehicle-latency", "100", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
@@ -370,16 +367,15 @@ TEST_F(BenchEndToEnd, DataAndDravikShowTheCarLiveFromTheServiceEndpointAndUnload
                                     .replace("PORT", QString::number(port))
                                     .toUtf8());
     const QString script = file("web.txt",
-                                "wait 1500\n"
+                                "wait-for \"Vitals (live)\"\n"
                                 "dump data.json\n"
                                 "screenshot data.png\n"
                                 "tap \"DRAVIK\"\n"
-                                "wait 1500\n"
+                                "wait-for \"Service tool\"\n"
                                 "dump dravik.json\n"
                                 "tap \"DATA\"\n"
                                 "wait 300\n"
                                 "dump back.json\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "VAPI_vehicleSpeed=57", "--config",
                                 config, "--service-port", QString::number(port), "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
@@ -421,7 +417,6 @@ TEST_F(BenchEndToEnd, AppsListsTheBenchScreensAndOpeningOneIsJournaled)
                                 "tap \"Diagnostic Tools\"\n"
                                 "expect-journal \"AppChooser.openApp(Diagnostic Tools)\"\n"
                                 "dump apps.json\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     const QJsonObject list = byClass(dump("apps.json"), "ListView");
@@ -454,7 +449,6 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
                               "wait 600\n"
                               "expect-view \"sample Messages\"\n"
                               "screenshot can.png\n");
-    QDir::setCurrent(dir.path());
     const QString data = dir.filePath("data");
     BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--can-record",
                           file("values.csv"), "--script", pick});
@@ -508,7 +502,6 @@ TEST_F(BenchEndToEnd, DiagnosticModeShowsOnlyWhatTheShippedFilterNamesAndStartsE
                                 "dump signals.json\n"
                                 "tap \"ADD ALL SIGNALS\"\n"
                                 "dump added.json\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_diagnosticMode=true", "--data-dir", dir.filePath("data"),
                                 "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
@@ -536,7 +529,6 @@ TEST_F(BenchEndToEnd, TheFirstScreenShowsTheCarsLiveValuesFromTheBenchsOwnEndpoi
     const auto shownPage = [](const QJsonObject& root) {
         return findView(root, [](const QJsonObject& v) { return v["class"].toString() == "WebView" && v["shown"].toBool(); });
     };
-    QDir::setCurrent(dir.path());
     BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--dump-views",
                           file("first.json")});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
@@ -577,7 +569,6 @@ TEST_F(BenchEndToEnd, OnADriveTheCarsCanTrafficCarriesTheSpeedTheCarReports)
                                 "tap \"Speed\"\n"
                                 "wait 500\n"
                                 "dump drive.json\n");
-    QDir::setCurrent(dir.path());
     // Well into the motorway stretch, where the speed holds for over a minute.
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", dir.filePath("data"),
                                 "--service-port", "0", "--drive-at", "130", "--script", script});

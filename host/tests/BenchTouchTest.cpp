@@ -2,7 +2,6 @@
 // scripts a tester writes by what is on the screen rather than by coordinates.
 #include "BenchFixture.h"
 
-#include <QDir>
 
 namespace {
 
@@ -42,7 +41,6 @@ TEST_F(BenchEndToEnd, SelectedSignalsGoByATapHeldAcrossTheirRefreshesWhileSixBus
                                 "wait 300\n"
                                 "release\n"
                                 "dump removed.json\n");
-    QDir::setCurrent(dir.path());
     QStringList arguments{"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", dir.filePath("data"),
                           "--can-log", file("six.log", sixBusLog()), "--can-loop", "--script", script};
     for (int bus = 0; bus < 6; ++bus)
@@ -73,7 +71,6 @@ TEST_F(BenchEndToEnd, AButtonHeldWhileItsPageGoesDoesNothingWhenTheFingerLifts)
                                 "tap \"FACTORY\"\n"
                                 "tap \"SPEAKER\\nTEST\" hold 500\n"
                                 "expect-journal \"host-command.emit-start-factory-speaker-test()\"\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_EQ(run.output.count("Platform request: host-command.emit-start-factory-speaker-test()"), 1) << run.output.toStdString();
@@ -96,7 +93,6 @@ TEST_F(BenchEndToEnd, ScriptsNameControlsByTheirRowsAndReportEveryFailedExpectat
                                 "expect-view \"NO SUCH BUTTON\"\n"
                                 "expect-no-view \"~FACTORY\"\n"
                                 "expect-value VAPI_vehicleSpeed invalid\n");
-    QDir::setCurrent(dir.path());
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "GUI_factoryMode=true",
                                 "--set", "GUI_factoryModeLimitOverride=true", "--vehicle-latency", "60000", "--config", file("orvane.ini", "[chromium]\nuser_agent=Probe\n"), "--keep-going",
                                 "--script", script});

@@ -12,16 +12,20 @@ QString parseError(const QString& text)
     return error;
 }
 
+QVector<ScriptCommand> parsed(const QString& text)
+{
+    QVector<ScriptCommand> commands;
+    QString error;
+    EXPECT_TRUE(parseScript(text, "s.txt", &commands, &error)) << error.toStdString();
+    return commands;
+}
+
 } // namespace
 
 TEST(ScriptParse, ReadsCommandsWithQuotesAndComments)
 {
-    QVector<ScriptCommand> commands;
-    QString error;
-    ASSERT_TRUE(parseScript("# start\n\nset GUI_developerMode true\n  tap \"EXIT DEVELOPER MODE AND RESTART\"\n"
-                                    "tap 10 20\nconfig \"chromium/render_process_max retry\" 3\nwait 100\nquit\n",
-                                    "s.txt", &commands, &error))
-        << error.toStdString();
+    const QVector<ScriptCommand> commands = parsed("# start\n\nset GUI_developerMode true\n  tap \"EXIT DEVELOPER MODE AND RESTART\"\n"
+                                                   "tap 10 20\nconfig \"chromium/render_process_max retry\" 3\nwait 100\nquit\n");
     ASSERT_EQ(commands.size(), 6);
     EXPECT_EQ(commands[0].line, 3);
     EXPECT_EQ(commands[1].args, QStringList{"EXIT DEVELOPER MODE AND RESTART"});
@@ -47,14 +51,10 @@ TEST(ScriptParse, BadLinesNameTheirLineAndReason)
 
 TEST(ScriptParse, TouchAndExpectationCommandsCheckTheirArguments)
 {
-    QVector<ScriptCommand> commands;
-    QString error;
-    ASSERT_TRUE(parseScript("tap \"IN\\nSERVICE\" 2\ndrag 10 20 300 20\ndrag \"OFF\" -40 0\nchoose \"85\"\n"
-                                    "answer \"YES\"\nexpect-value GUI_developerMode false\nexpect-value VAPI_gear invalid\n"
-                                    "expect-pending GUI_serviceMode none\nexpect-log \"INFO user changed\"\n"
-                                    "expect-enabled \"SLEEP\"\nexpect-disabled \"SLEEP\"\n",
-                                    "s.txt", &commands, &error))
-        << error.toStdString();
+    const QVector<ScriptCommand> commands = parsed("tap \"IN\\nSERVICE\" 2\ndrag 10 20 300 20\ndrag \"OFF\" -40 0\nchoose \"85\"\n"
+                                                   "answer \"YES\"\nexpect-value GUI_developerMode false\nexpect-value VAPI_gear invalid\n"
+                                                   "expect-pending GUI_serviceMode none\nexpect-log \"INFO user changed\"\n"
+                                                   "expect-enabled \"SLEEP\"\nexpect-disabled \"SLEEP\"\n");
     EXPECT_EQ(commands.size(), 11);
     EXPECT_EQ(parseError("tap -5 10\n"), "s.txt:1: 'tap' wants whole non-negative numbers, found '-5 10'");
     EXPECT_EQ(parseError("tap \"SLEEP\" 0\n"), "s.txt:1: 'tap' wants a label and a count from 1, found 'SLEEP 0'");
@@ -70,14 +70,10 @@ TEST(ScriptParse, TouchAndExpectationCommandsCheckTheirArguments)
 
 TEST(ScriptParse, TouchesTakeTimeAndOneFingerIsDownAtATime)
 {
-    QVector<ScriptCommand> commands;
-    QString error;
-    ASSERT_TRUE(parseScript("tap 10 20\ntap \"SLEEP\" hold 1000\ntap \"SLEEP\" 2 hold 0\ndrag 1 2 3 4 over 500\n"
-                            "press \"SLEEP\"\nwait 250\nset VAPI_gear 3\nmove 40 50\nrelease\npress 5 6\nrelease\n"
-                            "tap \"FACTORY MODE\" \"TRANSPORT\"\nchoose \"POWER LIMIT (kW)\" \"120\"\n"
-                            "config chromium/user_agent \"\"\nset VAPI_gear invalid\n",
-                            "s.txt", &commands, &error))
-        << error.toStdString();
+    const QVector<ScriptCommand> commands = parsed("tap 10 20\ntap \"SLEEP\" hold 1000\ntap \"SLEEP\" 2 hold 0\ndrag 1 2 3 4 over 500\n"
+                                                   "press \"SLEEP\"\nwait 250\nset VAPI_gear 3\nmove 40 50\nrelease\npress 5 6\nrelease\n"
+                                                   "tap \"FACTORY MODE\" \"TRANSPORT\"\nchoose \"POWER LIMIT (kW)\" \"120\"\n"
+                                                   "config chromium/user_agent \"\"\nset VAPI_gear invalid\n");
     ASSERT_EQ(commands.size(), 15);
     EXPECT_EQ(commands[0].durationMs, DefaultTapHoldMs);
     EXPECT_EQ(commands[1].durationMs, 1000);

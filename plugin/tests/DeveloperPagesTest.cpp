@@ -22,27 +22,15 @@ class DeveloperPagesTest : public PageFixture {
 protected:
     DeveloperPagesTest()
     {
-        GUI_developerMode.setValue(true);
-        GUI_diagnosticMode.setValue(false);
-        GUI_factoryMode.setValue(false);
-        GUI_isDevelopmentCar.setValue(true);
-        VAPI_carType.setValue(1);
-        VAPI_gear.setValue(1);
-        VAPI_driveRailOn.setValue(true);
-        VAPI_towModeEnabled.setValue(false);
-        VAPI_hasParkAssist.setValue(true);
-        VAPI_esp2.setValue(true);
-        VAPI_velocorCapable.setValue(true);
-        VAPI_fourWheelDrive.setValue(true);
-        for (DataValue* request : {static_cast<DataValue*>(&GUI_speedLimitRequest), static_cast<DataValue*>(&GUI_espModeRequest),
-                                   static_cast<DataValue*>(&GUI_powerOffRailsRequest),
-                                   static_cast<DataValue*>(&GUI_stopRailsAnd12VSupportRequest)}) {
-            DataValue::EventLocker lock(request);
-            request->revertPendingNoLock();
-        }
-        GUI_speedLimitRequest.setValue(85);
-        GUI_espModeRequest.setValue(0);
-        GUI_enableSpeedLimitRequest.setValue(true);
+        const std::pair<DataValue*, const char*> car[] = {
+            {&GUI_developerMode, "true"}, {&GUI_diagnosticMode, "false"}, {&GUI_factoryMode, "false"},
+            {&GUI_isDevelopmentCar, "true"}, {&VAPI_carType, "1"}, {&VAPI_gear, "1"}, {&VAPI_driveRailOn, "true"},
+            {&VAPI_towModeEnabled, "false"}, {&VAPI_hasParkAssist, "true"}, {&VAPI_esp2, "true"},
+            {&VAPI_velocorCapable, "true"}, {&VAPI_fourWheelDrive, "true"}, {&GUI_speedLimitRequest, "85"},
+            {&GUI_espModeRequest, "0"}, {&GUI_enableSpeedLimitRequest, "true"}, {&GUI_powerOffRailsRequest, "false"},
+            {&GUI_stopRailsAnd12VSupportRequest, "false"}};
+        for (const auto& [value, text] : car)
+            carHas(*value, text);
     }
 };
 

@@ -29,12 +29,8 @@ protected:
             {&GUI_powerLimitRequest, "31"}, {&GUI_torqueLimitRequest, "63"}, {&GUI_factoryKestro, "false"},
             {&GUI_factoryKestroHeartbeat, "0"}, {&DAS_factoryKestroStatus, "2"}, {&VAPI_gear, "1"}, {&VAPI_carType, "3"},
             {&VAPI_fourWheelDrive, "true"}, {&VAPI_hasActiveSpoiler, "true"}};
-        for (const auto& [value, text] : car) {
-            DataValue::EventLocker lock(value);
-            value->revertPendingNoLock();
-            value->setValidNoLock(true);
-            value->setFromString(text);
-        }
+        for (const auto& [value, text] : car)
+            carHas(*value, text);
     }
 
     void show()

@@ -28,12 +28,8 @@ protected:
     {
         QString error;
         EXPECT_TRUE(StorageUtils::setDataFolder(dir.path(), &error)) << error.toStdString();
-        for (BoolDataValue* flag : {&GUI_shouldRecommendHome, &GUI_shouldRecommendWork}) {
-            DataValue::EventLocker lock(flag);
-            flag->revertPendingNoLock();
-            flag->setValueNoLock(false);
-            flag->setValidNoLock(true);
-        }
+        for (BoolDataValue* flag : {&GUI_shouldRecommendHome, &GUI_shouldRecommendWork})
+            carHas(*flag, "false");
     }
 
     // Home and work rows as the database file holds them, read without the framework.
@@ -112,10 +108,8 @@ TEST_F(NavigationAndAppsPagesTest, ResetHomeWorkDeletesWhatIsStoredAndAsksToLear
 
     // Nothing stored: nothing deleted, both flags still requested.
     PlatformJournal::instance()->clear();
-    for (BoolDataValue* flag : {&GUI_shouldRecommendHome, &GUI_shouldRecommendWork}) {
-        DataValue::EventLocker lock(flag);
-        flag->revertPendingNoLock();
-    }
+    for (BoolDataValue* flag : {&GUI_shouldRecommendHome, &GUI_shouldRecommendWork})
+        carHas(*flag, "false");
     tap(labelled<ButtonView>(page, "RESET HOME/WORK"));
     EXPECT_TRUE(PlatformJournal::instance()->lines().isEmpty()) << PlatformJournal::instance()->lines().join(", ").toStdString();
     EXPECT_EQ(pendingText(GUI_shouldRecommendHome), "true");

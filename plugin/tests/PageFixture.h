@@ -75,6 +75,15 @@ protected:
         return false;
     }
 
+    // The car's state before a test: valid, as the text says, no request waiting.
+    static void carHas(DataValue& value, const QString& text)
+    {
+        DataValue::EventLocker lock(value);
+        value.revertPendingNoLock();
+        value.setValidNoLock(true);
+        value.setFromString(text);
+    }
+
     static void setValid(DataValue& value, bool valid)
     {
         DataValue::EventLocker lock(value);

@@ -177,23 +177,24 @@ TEST_F(WebPagesTest, VitalsReloadOnlyWhenTheWallClockWentBack)
     page->pageShown();
     ASSERT_TRUE(loaded(page->webView()));
     QSignalSpy starts(page->webView()->currentFrame(), &QWebFrame::loadStarted);
+    // The wall clock moves by that much, and the second's tick comes.
+    const auto tickAfter = [&](int seconds) {
+        now = now.addSecs(seconds);
+        emit SecondTicker::instance()->tick();
+    };
 
-    now = now.addSecs(1);
-    emit SecondTicker::instance()->tick();
-    now = now.addSecs(3600);
-    emit SecondTicker::instance()->tick();
+    tickAfter(1);
+    tickAfter(3600);
     drainEvents();
     EXPECT_EQ(starts.count(), 0) << "a clock moving forward never reloads";
 
-    now = now.addSecs(-3600);
-    emit SecondTicker::instance()->tick();
+    tickAfter(-3600);
     EXPECT_TRUE(loaded(page->webView()));
     EXPECT_EQ(starts.count(), 1);
     EXPECT_EQ(page->webView()->currentFrame()->requestedUrl(), page->vitalsUrl());
 
     // The next tick measures from the time set back, not from before it.
-    now = now.addSecs(1);
-    emit SecondTicker::instance()->tick();
+    tickAfter(1);
     drainEvents();
     EXPECT_EQ(starts.count(), 1);
 
@@ -201,8 +202,7 @@ TEST_F(WebPagesTest, VitalsReloadOnlyWhenTheWallClockWentBack)
     page->pageHidden();
     EXPECT_TRUE(unloaded(page->webView()));
     starts.clear();
-    now = now.addSecs(-7200);
-    emit SecondTicker::instance()->tick();
+    tickAfter(-7200);
     drainEvents();
     EXPECT_EQ(starts.count(), 0);
 }
@@ -243,15 +243,10 @@ TEST_F(WebPagesTest, DravikReadsItsAddressOnEveryShowingUpToTheFirstNul)
 
 TEST_F(WebPagesTest, WebViewTurnsTapsIntoClicksAndDragsIntoScrolling)
 {
-    auto* view = new WebView(&root);
-    pages.emplace_back(view);
-    view->setGeometry(QRect(100, 100, 800, 600));
-    view->currentFrame()->load(QUrl::fromLocalFile(write(
-        "tall.html", "<html><body style='margin:0'>"
-                     "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
-                     "<div style='height:5000px'></div></body></html>")));
-    ASSERT_TRUE(loaded(view));
-    display.render();
+    WebView* view = showPage("tall.html", "<html><body style='margin:0'>"
+                                          "<button id='b' style='width:300px;height:100px' onclick='document.title=\"CLICKED\"'>B</button>"
+                                          "<div style='height:5000px'></div></body></html>");
+    ASSERT_TRUE(view);
 
     display.tap(QPoint(250, 150));
     drainEvents();

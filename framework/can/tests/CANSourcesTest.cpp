@@ -89,32 +89,25 @@ const LineCase lineCases[] = {
     {"  can0  123   4  DE AD BE EF", Kind::Malformed, 0, 0, {}, -1, "can0"},
 };
 
-void PrintTo(const LineCase& c, std::ostream* os) { *os << '"' << c.line << '"'; }
-
-class CandumpLine : public testing::TestWithParam<LineCase> {};
-
-TEST_P(CandumpLine, ParsesEveryForm)
+TEST(CandumpLine, ParsesEveryForm)
 {
-    const LineCase& c = GetParam();
-    CandumpRecord r;
-    ASSERT_EQ(parseCandumpLine(c.line, r), c.kind) << c.line;
-    if (c.kind != Kind::Frame)
-        return;
-    EXPECT_EQ(r.frame.id, c.id) << c.line;
-    EXPECT_EQ(r.frame.flags, c.flags) << c.line;
-    ASSERT_EQ(r.frame.len, c.data.size()) << c.line;
-    if (!r.frame.isRemote()) {
-        EXPECT_EQ(std::vector<uint8_t>(r.frame.data, r.frame.data + r.frame.len), c.data) << c.line;
+    for (const LineCase& c : lineCases) {
+        SCOPED_TRACE(c.line);
+        CandumpRecord r;
+        ASSERT_EQ(parseCandumpLine(c.line, r), c.kind);
+        if (c.kind != Kind::Frame)
+            continue;
+        EXPECT_EQ(r.frame.id, c.id);
+        EXPECT_EQ(r.frame.flags, c.flags);
+        ASSERT_EQ(r.frame.len, c.data.size());
+        if (!r.frame.isRemote())
+            EXPECT_EQ(std::vector<uint8_t>(r.frame.data, r.frame.data + r.frame.len), c.data);
+        EXPECT_EQ(r.hasTime, c.time >= 0);
+        if (c.time >= 0)
+            EXPECT_NEAR(r.time, c.time, 1e-6);
+        EXPECT_EQ(r.iface, c.iface);
     }
-    EXPECT_EQ(r.hasTime, c.time >= 0) << c.line;
-    if (c.time >= 0) {
-        EXPECT_NEAR(r.time, c.time, 1e-6) << c.line;
-    }
-    EXPECT_EQ(r.iface, c.iface);
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, CandumpLine, testing::ValuesIn(lineCases),
-    [](const testing::TestParamInfo<LineCase>& info) { return "line" + std::to_string(info.index); });
 
 TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
 {
@@ -123,14 +116,13 @@ TEST(CandumpReplay, CountsAndSkipsBadLinesAndErrorFrames)
         "garbage line\n(1001.0) can0 064#0\n(1001.0) can0 20000004#0000000000000000\n\n(1001.0) can0 064#2A");  // no final newline
     ReplayRig rig;
     CandumpReplay replay(path, 0, false);
-    std::atomic<bool> stop{false};
     CapturingLogSink log;
-    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(rig.run(replay), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 6u);
     EXPECT_EQ(replay.statistics().malformedLines, 2u);
     EXPECT_EQ(replay.statistics().errorFrames, 1u);
     EXPECT_EQ(rig.decoder->counters(0).errorFrames, 1u);
-    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("42"));
+    EXPECT_EQ(rig.value(), QStringLiteral("42"));
     EXPECT_TRUE(log.contains(QStringLiteral("INFO"),
         QStringLiteral("CAN log %1 replayed: 6 frames, 2 malformed lines and 1 error frames skipped").arg(path)));
 }
@@ -148,11 +140,10 @@ TEST(CandumpReplay, TimesThatGoBackOrLeapADayAreMalformedLines)
         "(1086400.0) can0 064#07\n");   // more than a day after the one before
     ReplayRig rig;
     CandumpReplay replay(path, 0, false);
-    std::atomic<bool> stop{false};
-    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(rig.run(replay), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 5u);
     EXPECT_EQ(replay.statistics().malformedLines, 5u);
-    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("6"));
+    EXPECT_EQ(rig.value(), QStringLiteral("6"));
 }
 
 TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
@@ -169,11 +160,10 @@ TEST(CandumpReplay, BinaryAndOverlongLinesAreSkippedNotFatal)
     }
     ReplayRig rig;
     CandumpReplay replay(path, 0, false);
-    std::atomic<bool> stop{false};
-    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(rig.run(replay), CANFrameSource::Outcome::Finished);
     EXPECT_EQ(replay.statistics().frames, 2u);
     EXPECT_EQ(replay.statistics().malformedLines, 2u);
-    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
+    EXPECT_EQ(rig.value(), QStringLiteral("9"));
 }
 
 TEST(CandumpReplay, APipeIsReadAsItsWriterWritesAndStopsWithoutOne)
@@ -185,16 +175,14 @@ TEST(CandumpReplay, APipeIsReadAsItsWriterWritesAndStopsWithoutOne)
         // Nobody ever writes: a stop request still ends the replay.
         ReplayRig rig;
         CandumpReplay replay(path, 0, true);
-        std::atomic<bool> stop{false};
         CANFrameSource::Outcome outcome = CANFrameSource::Outcome::Failed;
-        std::thread worker([&] { outcome = replay.run(*rig.decoder, rig.routes, stop); });
-        stop = true;
+        std::thread worker([&] { outcome = rig.run(replay); });
+        rig.stop = true;
         worker.join();
         EXPECT_EQ(outcome, CANFrameSource::Outcome::Stopped);
     }
     ReplayRig rig;
     CandumpReplay replay(path, 0, true);
-    std::atomic<bool> stop{false};
     std::thread writer([&] {
         QFile live(path);
         ASSERT_TRUE(live.open(QIODevice::WriteOnly)); // once the replay has opened its end
@@ -203,11 +191,11 @@ TEST(CandumpReplay, APipeIsReadAsItsWriterWritesAndStopsWithoutOne)
         live.write("(2.0) can0 064#09\n");
     });
     // The writer closing ends it, looping or not.
-    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Finished);
+    EXPECT_EQ(rig.run(replay), CANFrameSource::Outcome::Finished);
     writer.join();
     EXPECT_EQ(replay.statistics().frames, 2u);
     EXPECT_EQ(replay.statistics().passes, 1u);
-    EXPECT_EQ(rig.decoder->formattedValue(0, 0, QStringLiteral("--")), QStringLiteral("9"));
+    EXPECT_EQ(rig.value(), QStringLiteral("9"));
 }
 
 TEST(CandumpReplay, MissingLogIsOneClearLine)
@@ -215,8 +203,7 @@ TEST(CandumpReplay, MissingLogIsOneClearLine)
     ReplayRig rig;
     CapturingLogSink log;
     CandumpReplay replay(QStringLiteral("/nonexistent/drive.log"), 1, true);
-    std::atomic<bool> stop{false};
-    EXPECT_EQ(replay.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(rig.run(replay), CANFrameSource::Outcome::Failed);
     EXPECT_EQ(log.lines(),
         QStringList{QStringLiteral("ERROR CAN log /nonexistent/drive.log cannot be read: No such file or directory")});
 }
@@ -242,9 +229,8 @@ TEST(SocketCANSource, UnreadableInterfaceIsLoggedOnceAndRetried)
     ReplayRig rig;
     CapturingLogSink log;
     SocketCANSource source(QStringLiteral("nosuchcan9"));
-    std::atomic<bool> stop{false};
-    EXPECT_EQ(source.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Failed);
-    EXPECT_EQ(source.run(*rig.decoder, rig.routes, stop), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(rig.run(source), CANFrameSource::Outcome::Failed);
+    EXPECT_EQ(rig.run(source), CANFrameSource::Outcome::Failed);
     EXPECT_TRUE(source.retryAfterFailure());
     ASSERT_EQ(log.lines().size(), 1) << log.lines().join(QLatin1Char('\n')).toStdString();
     EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("ERROR CAN interface nosuchcan9 cannot be read: ")));
@@ -263,8 +249,7 @@ TEST(SocketCANSource, ReadsAVirtualInterfaceWhenTheSystemHasOne)
     SocketCANSource source(QStringLiteral("vcan0"), clock);
     const int tx = SocketCANSource::openSocket("vcan0", &error);
     ASSERT_GE(tx, 0) << error;
-    std::atomic<bool> stop{false};
-    std::thread worker([&] { source.run(*rig.decoder, rig.routes, stop); });
+    std::thread worker([&] { rig.run(source); });
     struct {
         uint32_t id;
         uint8_t len, pad[3];
@@ -273,10 +258,10 @@ TEST(SocketCANSource, ReadsAVirtualInterfaceWhenTheSystemHasOne)
     // Frames sent before the source has bound its socket never reach it: sent until one has.
     EXPECT_TRUE(eventually([&] {
         EXPECT_EQ(::write(tx, &frame, sizeof frame), ssize_t(sizeof frame));
-        return rig.decoder->formattedValue(0, 0, QStringLiteral("--")) == QStringLiteral("77");
+        return rig.value() == QStringLiteral("77");
     }));
     ::close(tx);
-    stop = true;
+    rig.stop = true;
     worker.join();
 }
 

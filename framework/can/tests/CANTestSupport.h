@@ -12,6 +12,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -70,6 +71,7 @@ struct ReplayRig {
     CANData data;
     std::unique_ptr<CANDecoder> decoder;
     CANInterfaceRoutes routes;
+    std::atomic<bool> stop{false};
     ReplayRig()
     {
         EXPECT_TRUE(data.addBusFromText("BO_ 100 Counter: 1 X\n SG_ Count : 0|8@1+ (1,0) [0|255] \"\" X\n", "bus", "text"));
@@ -78,4 +80,5 @@ struct ReplayRig {
         routes = CANInterfaceRoutes(data);
     }
     QString value() const { return decoder->formattedValue(0, 0, QStringLiteral("--")); }
+    CANFrameSource::Outcome run(CANFrameSource& source) { return source.run(*decoder, routes, stop); }
 };

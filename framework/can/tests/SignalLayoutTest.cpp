@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -24,8 +24,6 @@ struct DecodeCase {
     uint64_t raw;
     double physical;
 };
-
-void PrintTo(const DecodeCase& c, std::ostream* os) { *os << c.what; }
 
 SignalLayout layoutOf(const DecodeCase& c)
 {
@@ -63,49 +61,38 @@ const DecodeCase decodeCases[] = {
     {"CAN FD motorola at the end", 503, 16, Order::Motorola, false, Type::Integer, 1, 0, {{62, 0x12}, {63, 0x34}}, 0x1234, 4660},
 };
 
-class SignalDecode : public testing::TestWithParam<DecodeCase> {};
-
-TEST_P(SignalDecode, ExtractsHandComputedValue)
+TEST(SignalLayout, DecodesHandComputedValues)
 {
-    const DecodeCase& c = GetParam();
-    SignalLayout l = layoutOf(c);
-    std::string error;
-    ASSERT_TRUE(l.prepare(&error)) << error;
-    CanFrame f;
-    f.clearData();
-    for (auto [i, v] : c.bytes)
-        f.data[i] = v;
-    // Neighbouring bits set to one must not leak in: fill every bit outside the signal.
-    CanFrame noisy = f;
-    SignalLayout all = l;
-    std::memset(noisy.data, 0xFF, CanFrame::MaxLength);
-    all.insert(noisy.data, c.raw);
+    for (const DecodeCase& c : decodeCases) {
+        SCOPED_TRACE(c.what);
+        SignalLayout l = layoutOf(c);
+        std::string error;
+        ASSERT_TRUE(l.prepare(&error)) << error;
+        CanFrame f;
+        f.clearData();
+        for (auto [i, v] : c.bytes)
+            f.data[i] = v;
+        // Neighbouring bits set to one must not leak in: fill every bit outside the signal.
+        CanFrame noisy = f;
+        std::memset(noisy.data, 0xFF, CanFrame::MaxLength);
+        l.insert(noisy.data, c.raw);
 
-    for (const CanFrame* frame : {&f, &noisy}) {
-        const uint64_t bits = l.extract(frame->data);
-        EXPECT_EQ(bits, c.raw) << c.what;
-        EXPECT_DOUBLE_EQ(l.toNumber(bits) * c.factor + c.offset, c.physical) << c.what;
+        for (const CanFrame* frame : {&f, &noisy}) {
+            const uint64_t bits = l.extract(frame->data);
+            EXPECT_EQ(bits, c.raw);
+            EXPECT_DOUBLE_EQ(l.toNumber(bits) * c.factor + c.offset, c.physical);
+        }
+        // Writing the value into an empty frame sets exactly the signal's bits.
+        CanFrame written;
+        written.clearData();
+        l.insert(written.data, c.raw);
+        EXPECT_EQ(l.extract(written.data), c.raw);
+        int ones = 0;
+        for (int i = 0; i < CanFrame::MaxLength; ++i)
+            ones += __builtin_popcount(written.data[i]);
+        EXPECT_EQ(ones, __builtin_popcountll(c.raw));
     }
-    // Writing the value into an empty frame sets exactly the signal's bits.
-    CanFrame written;
-    written.clearData();
-    l.insert(written.data, c.raw);
-    EXPECT_EQ(l.extract(written.data), c.raw) << c.what;
-    int ones = 0;
-    for (int i = 0; i < CanFrame::MaxLength; ++i)
-        ones += __builtin_popcount(written.data[i]);
-    EXPECT_EQ(ones, __builtin_popcountll(c.raw)) << c.what;
 }
-
-std::string caseName(const testing::TestParamInfo<DecodeCase>& info)
-{
-    std::string name = std::to_string(info.index) + "_";
-    for (const char* p = info.param.what; *p; ++p)
-        name += std::isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, SignalDecode, testing::ValuesIn(decodeCases), caseName);
 
 // Every position and length in both byte orders agrees with the bit-by-bit reading.
 TEST(SignalLayout, FastExtractionMatchesBitByBitEverywhere)
