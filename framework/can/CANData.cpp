@@ -9,6 +9,14 @@
 #include <algorithm>
 #include <cmath>
 
+struct CANData::Private {
+    QHash<QByteArray, int> busesByName;
+    std::vector<std::shared_ptr<CANBusNode>> buses;
+    std::vector<CANSignalNode*> signalsById;
+    QHash<QByteArray, bool> highPrecisionNames;
+    int messageCount = 0;
+};
+
 namespace {
 
 constexpr int MaxProblemsLogged = 30;
@@ -61,12 +69,41 @@ CANMessageNode* CANBusNode::findMessage(const QByteArray& name) const
     return it == mMessagesByName.constEnd() ? nullptr : mMessages[size_t(*it)].get();
 }
 
-CANData::CANData() = default;
+// Copies share the buses, which nothing changes once loaded. A moved-from catalogue is empty.
+CANData::CANData()
+    : d(std::make_unique<Private>())
+{
+}
+
 CANData::~CANData() = default;
-CANData::CANData(const CANData&) = default;
-CANData::CANData(CANData&&) noexcept = default;
-CANData& CANData::operator=(const CANData&) = default;
-CANData& CANData::operator=(CANData&&) noexcept = default;
+
+CANData::CANData(const CANData& other)
+    : d(std::make_unique<Private>(*other.d))
+{
+}
+
+CANData::CANData(CANData&& other) noexcept
+    : d(std::make_unique<Private>())
+{
+    d.swap(other.d);
+}
+
+CANData& CANData::operator=(const CANData& other)
+{
+    *d = *other.d;
+    return *this;
+}
+
+CANData& CANData::operator=(CANData&& other) noexcept
+{
+    d.swap(other.d);
+    return *this;
+}
+
+CANSignalNode* CANData::signalById(int id) const
+{
+    return id >= 0 && id < int(d->signalsById.size()) ? d->signalsById[size_t(id)] : nullptr;
+}
 
 void CANData::splitBusArgument(const QString& argument, QString* busName, QString* path)
 {
@@ -111,7 +148,7 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
         Logger(nullptr, "ERROR") << "CAN catalogue" << sourceName << "has no bus name; skipped";
         return false;
     }
-    if (mBusesByName.contains(name)) {
+    if (d->busesByName.contains(name)) {
         Logger(nullptr, "ERROR") << "CAN bus" << busName << "is already loaded;" << sourceName << "skipped";
         return false;
     }
@@ -140,7 +177,7 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
     auto bus = std::make_unique<CANBusNode>();
     bus->mName = name;
     bus->mSourceFile = sourceName;
-    bus->mIndex = int(mBuses.size());
+    bus->mIndex = int(d->buses.size());
     bus->mStandardIds.assign(2048, -1);
     for (size_t mi = 0; mi < file->messages.size(); ++mi) {
         const DbcMessage& m = file->messages[mi];
@@ -148,7 +185,7 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
         message->mName = bytesOf(m.name);
         message->mComment = decodeText(m.comment);
         message->mIndex = int(mi);
-        message->mGlobalIndex = mMessageCount++;
+        message->mGlobalIndex = d->messageCount++;
         message->mBus = bus.get();
         message->mDefinition = &m;
         for (size_t si = 0; si < m.signalList.size(); ++si) {
@@ -157,7 +194,7 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
             node->mName = bytesOf(s.name);
             node->mUnit = decodeText(s.unit);
             node->mComment = decodeText(s.comment);
-            node->mId = int(mSignalsById.size());
+            node->mId = int(d->signalsById.size());
             node->mIndex = int(si);
             node->mMessage = message.get();
             node->mDefinition = &s;
@@ -165,8 +202,8 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
             for (const ValueLabel& l : s.labels)
                 node->mLabels.append(qMakePair(qint64(l.value), decodeText(l.label)));
             if (node->mHighPrecision)
-                mHighPrecisionNames.insert(node->mName, true);
-            mSignalsById.push_back(node.get());
+                d->highPrecisionNames.insert(node->mName, true);
+            d->signalsById.push_back(node.get());
             message->mSignalsByName.insert(node->mName, int(si));
             message->mSignalNodes.push_back(std::move(node));
         }
@@ -184,15 +221,15 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
     Logger(nullptr, "INFO") << "CAN bus" << busName << "loaded from" << sourceName << ":" << bus->messageCount()
                             << "messages," << int(bus->mFile->signalCount()) << "signals,"
                             << int(bus->mFile->problems.size()) << "problems";
-    mBusesByName.insert(name, bus->mIndex);
-    mBuses.push_back(std::move(bus));
+    d->busesByName.insert(name, bus->mIndex);
+    d->buses.push_back(std::move(bus));
     return true;
 }
 
 CANBusNode* CANData::findBus(const QString& name) const
 {
-    const auto it = mBusesByName.constFind(name.toUtf8());
-    return it == mBusesByName.constEnd() ? nullptr : mBuses[size_t(*it)].get();
+    const auto it = d->busesByName.constFind(name.toUtf8());
+    return it == d->busesByName.constEnd() ? nullptr : d->buses[size_t(*it)].get();
 }
 
 CANMessageNode* CANData::findMessage(const CANBusNode* bus, const QString& name) const
@@ -207,5 +244,25 @@ CANSignalNode* CANData::findSignal(const CANMessageNode* message, const QString&
 
 bool CANData::isHighPrecision(const QString& signalName) const
 {
-    return mHighPrecisionNames.contains(signalName.toUtf8());
+    return d->highPrecisionNames.contains(signalName.toUtf8());
+}
+
+int CANData::busCount() const
+{
+    return int(d->buses.size());
+}
+
+CANBusNode* CANData::busAt(int i) const
+{
+    return d->buses[size_t(i)].get();
+}
+
+int CANData::messageCount() const
+{
+    return d->messageCount;
+}
+
+int CANData::signalCount() const
+{
+    return int(d->signalsById.size());
 }

@@ -125,14 +125,11 @@ public:
     // The same from text already in memory; `sourceName` names it in log lines.
     bool addBusFromText(const QByteArray& text, const QString& busName, const QString& sourceName);
 
-    int busCount() const { return int(mBuses.size()); }
-    CANBusNode* busAt(int i) const { return mBuses[size_t(i)].get(); }
-    int messageCount() const { return mMessageCount; }
-    int signalCount() const { return int(mSignalsById.size()); }
-    CANSignalNode* signalById(int id) const
-    {
-        return id >= 0 && id < int(mSignalsById.size()) ? mSignalsById[size_t(id)] : nullptr;
-    }
+    int busCount() const;
+    CANBusNode* busAt(int i) const;
+    int messageCount() const;
+    int signalCount() const;
+    CANSignalNode* signalById(int id) const;
 
     CANBusNode* findBus(const QString& name) const;
     CANMessageNode* findMessage(const CANBusNode* bus, const QString& name) const;
@@ -141,9 +138,6 @@ public:
     bool isHighPrecision(const QString& signalName) const;
 
 private:
-    QHash<QByteArray, int> mBusesByName;
-    std::vector<std::shared_ptr<CANBusNode>> mBuses;
-    std::vector<CANSignalNode*> mSignalsById;
-    QHash<QByteArray, bool> mHighPrecisionNames;
-    int mMessageCount = 0;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -9,6 +9,27 @@
 #include <QMutex>
 #include <QThread>
 
+struct DataValue::Private {
+    Private(const char* name, Type type, bool valid, bool isProtected)
+        : name(QString::fromLatin1(name))
+        , type(type)
+        , isProtected(isProtected)
+        , valid(valid)
+    {
+    }
+
+    const QString name;
+    const Type type;
+    const bool isProtected;
+    mutable QRecursiveMutex mutex;
+    QVariant value;
+    QVariant pending;
+    bool valid;
+    bool hasPending = false;
+    bool changedSinceLock = false;
+    int eventLockDepth = 0;
+};
+
 namespace {
 
 struct Registry {
@@ -45,19 +66,31 @@ QString expectedText(DataValue::Type type)
 } // namespace
 
 DataValue::DataValue(const char* name, Type type, const QVariant& initial, bool valid, bool isProtected)
-    : mName(QString::fromLatin1(name))
-    , mType(type)
-    , mProtected(isProtected)
-    , mValid(valid)
+    : d(std::make_unique<Private>(name, type, valid, isProtected))
 {
-    setObjectName(mName);
-    mValue = convert(initial);
+    setObjectName(d->name);
+    d->value = convert(initial);
     DataValueRegistry::add(this);
 }
 
 DataValue::~DataValue()
 {
     DataValueRegistry::remove(this);
+}
+
+QString DataValue::name() const
+{
+    return d->name;
+}
+
+DataValue::Type DataValue::type() const
+{
+    return d->type;
+}
+
+bool DataValue::isProtected() const
+{
+    return d->isProtected;
 }
 
 QString DataValue::typeName(Type type)
@@ -75,30 +108,30 @@ QString DataValue::typeName(Type type)
 QVariant DataValue::variant() const
 {
     ConditionalLocker lock(*this);
-    return mValue;
+    return d->value;
 }
 
 bool DataValue::isValid() const
 {
     ConditionalLocker lock(*this);
-    return mValid;
+    return d->valid;
 }
 
 bool DataValue::hasPending() const
 {
     ConditionalLocker lock(*this);
-    return mHasPending;
+    return d->hasPending;
 }
 
 QVariant DataValue::pendingVariant() const
 {
     ConditionalLocker lock(*this);
-    return mHasPending ? mPending : mValue;
+    return d->hasPending ? d->pending : d->value;
 }
 
 QVariant DataValue::convert(const QVariant& in) const
 {
-    switch (mType) {
+    switch (d->type) {
     case Type::Bool: return in.toBool();
     case Type::Int: return in.toInt();
     case Type::Real: return in.toDouble();
@@ -110,9 +143,9 @@ QVariant DataValue::convert(const QVariant& in) const
 
 void DataValue::setVariantNoLock(const QVariant& value)
 {
-    if (mProtected) {
+    if (d->isProtected) {
         Logger::logAssert("!isProtected()",
-                          QStringLiteral("Protected data value %1 not set with setProtectedValue").arg(mName),
+                          QStringLiteral("Protected data value %1 not set with setProtectedValue").arg(d->name),
                           __FILE__, __LINE__);
         return;
     }
@@ -122,44 +155,44 @@ void DataValue::setVariantNoLock(const QVariant& value)
 void DataValue::assignNoLock(const QVariant& value)
 {
     const QVariant converted = convert(value);
-    if (converted == mValue && mValid)
+    if (converted == d->value && d->valid)
         return;
-    mValue = converted;
-    mValid = true;
+    d->value = converted;
+    d->valid = true;
     markChangedNoLock();
 }
 
 void DataValue::setValidNoLock(bool valid)
 {
-    if (mValid == valid)
+    if (d->valid == valid)
         return;
-    mValid = valid;
+    d->valid = valid;
     markChangedNoLock();
 }
 
 void DataValue::setPendingValidNoLock(const QVariant& request)
 {
     const QVariant converted = convert(request);
-    if (mHasPending && converted == mPending)
+    if (d->hasPending && converted == d->pending)
         return;
-    mPending = converted;
-    mHasPending = true;
+    d->pending = converted;
+    d->hasPending = true;
     markChangedNoLock();
 }
 
 void DataValue::revertPendingNoLock()
 {
-    if (!mHasPending)
+    if (!d->hasPending)
         return;
-    mHasPending = false;
-    mPending = QVariant();
+    d->hasPending = false;
+    d->pending = QVariant();
     markChangedNoLock();
 }
 
 void DataValue::requestNoLock(const QVariant& request)
 {
     // Compared in the value's own type, so an int request for a bool value still matches.
-    if (mValid && convert(request) == mValue)
+    if (d->valid && convert(request) == d->value)
         revertPendingNoLock();
     else
         setPendingValidNoLock(request);
@@ -173,14 +206,14 @@ void DataValue::request(const QVariant& request)
 
 void DataValue::acceptPendingNoLock()
 {
-    if (!mHasPending)
+    if (!d->hasPending)
         return;
-    mHasPending = false;
-    if (mPending != mValue || !mValid) {
-        mValue = mPending;
-        mValid = true;
+    d->hasPending = false;
+    if (d->pending != d->value || !d->valid) {
+        d->value = d->pending;
+        d->valid = true;
     }
-    mPending = QVariant();
+    d->pending = QVariant();
     markChangedNoLock();
 }
 
@@ -201,7 +234,7 @@ bool DataValue::setFromString(const QString& text, QString* error)
     QVariant parsed;
     if (!parseString(text, &parsed, error))
         return false;
-    if (mProtected)
+    if (d->isProtected)
         setProtectedValue(parsed);
     else
         setVariant(parsed);
@@ -213,7 +246,7 @@ bool DataValue::parseString(const QString& text, QVariant* out, QString* error) 
     const QString t = text.trimmed();
     QVariant parsed;
     bool ok = true;
-    switch (mType) {
+    switch (d->type) {
     case Type::Bool: {
         const QString l = t.toLower();
         if (l == "true" || l == "1" || l == "on" || l == "yes")
@@ -243,7 +276,7 @@ bool DataValue::parseString(const QString& text, QVariant* out, QString* error) 
     if (!ok) {
         if (error)
             *error = QStringLiteral("'%1' is not %2 value for %3: expected %4")
-                         .arg(text, withArticle(typeName(mType)), mName, expectedText(mType));
+                         .arg(text, withArticle(typeName(d->type)), d->name, expectedText(d->type));
         return false;
     }
     *out = parsed;
@@ -252,7 +285,7 @@ bool DataValue::parseString(const QString& text, QVariant* out, QString* error) 
 
 QString DataValue::textOf(const QVariant& value) const
 {
-    switch (mType) {
+    switch (d->type) {
     case Type::Bool: return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
     case Type::Map:
         return QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(value.toMap())).toJson(QJsonDocument::Compact));
@@ -263,17 +296,17 @@ QString DataValue::textOf(const QVariant& value) const
 QString DataValue::toValueString() const
 {
     ConditionalLocker lock(*this);
-    return textOf(mValue);
+    return textOf(d->value);
 }
 
 QString DataValue::toDisplayString() const
 {
     ConditionalLocker lock(*this);
-    QString text = textOf(mValue);
-    if (!mValid)
+    QString text = textOf(d->value);
+    if (!d->valid)
         text += QStringLiteral(" (invalid)");
-    if (mHasPending)
-        text += QStringLiteral(" \u2192 %1 (pending)").arg(textOf(mPending));
+    if (d->hasPending)
+        text += QStringLiteral(" \u2192 %1 (pending)").arg(textOf(d->pending));
     return text;
 }
 
@@ -290,10 +323,10 @@ void DataValue::logChange()
 void DataValue::markChangedNoLock()
 {
     // A NoLock write outside any EventLocker still has to reach its observers.
-    if (mEventLockDepth == 0)
+    if (d->eventLockDepth == 0)
         announce();
     else
-        mChangedSinceLock = true;
+        d->changedSinceLock = true;
 }
 
 void DataValue::announce()
@@ -309,7 +342,7 @@ void DataValue::announce()
 }
 
 DataValue::ConditionalLocker::ConditionalLocker(const DataValue& value)
-    : mMutex(value.mMutex)
+    : mMutex(value.d->mutex)
 {
     // A recursive mutex is exactly "lock unless this thread already holds it".
     mMutex.lock();
@@ -323,17 +356,17 @@ DataValue::ConditionalLocker::~ConditionalLocker()
 DataValue::EventLocker::EventLocker(DataValue& value)
     : mValue(value)
 {
-    mValue.mMutex.lock();
-    ++mValue.mEventLockDepth;
+    mValue.d->mutex.lock();
+    ++mValue.d->eventLockDepth;
 }
 
 DataValue::EventLocker::~EventLocker()
 {
-    const bool outermost = --mValue.mEventLockDepth == 0;
-    const bool changed = outermost && mValue.mChangedSinceLock;
+    const bool outermost = --mValue.d->eventLockDepth == 0;
+    const bool changed = outermost && mValue.d->changedSinceLock;
     if (outermost)
-        mValue.mChangedSinceLock = false;
-    mValue.mMutex.unlock();
+        mValue.d->changedSinceLock = false;
+    mValue.d->mutex.unlock();
     if (changed)
         mValue.announce();
 }

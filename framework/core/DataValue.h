@@ -3,15 +3,16 @@
 #include "OrvaneExport.h"
 
 #include <QObject>
-#include <QRecursiveMutex>
 #include <QVariant>
 
 #include <atomic>
+#include <memory>
 
 // A named, typed, observable vehicle-state or request slot. Each value is a global object and
 // is also listed in DataValueRegistry. Readers and writers on any thread take the value's own
 // lock; observers are told on the value's (UI) thread.
 class QJsonObject;
+class QRecursiveMutex;
 
 class ORVANE_EXPORT DataValue : public QObject {
     Q_OBJECT
@@ -23,10 +24,10 @@ public:
     DataValue(const char* name, Type type, const QVariant& initial, bool valid = true, bool isProtected = false);
     ~DataValue() override;
 
-    QString name() const { return mName; }
-    Type type() const { return mType; }
+    QString name() const;
+    Type type() const;
     static QString typeName(Type type);
-    bool isProtected() const { return mProtected; }
+    bool isProtected() const;
 
     // Reads; callers hold a ConditionalLocker when value and validity must agree.
     QVariant variant() const;
@@ -109,16 +110,8 @@ private:
     // The value in this value's type (a default of that type when it does not convert).
     QVariant convert(const QVariant& in) const;
 
-    const QString mName;
-    const Type mType;
-    const bool mProtected;
-    mutable QRecursiveMutex mMutex;
-    QVariant mValue;
-    QVariant mPending;
-    bool mValid;
-    bool mHasPending = false;
-    bool mChangedSinceLock = false;
-    int mEventLockDepth = 0;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
 
 template <typename T, DataValue::Type TypeTag>
