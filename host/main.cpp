@@ -78,6 +78,7 @@ int main(int argc, char** argv)
         getrusage(RUSAGE_SELF, &usage);
         Logger(nullptr, "INFO") << "First frame painted after" << int(sinceStart.elapsed()) << "ms, peak memory"
                                 << int(usage.ru_maxrss / 1024) << "MB";
+        host.startNetworkServices();
         WebView::holdEngines(false);
         // A script starts from the first frame; started earlier, its waits would hold that frame back.
         if (script) {
