@@ -4,6 +4,7 @@
 #include "ScriptRunner.h"
 #include "core/Logger.h"
 #include "display/DisplayDevice.h"
+#include "services/FontManager.h"
 #include "views/WebView.h"
 
 #include <QApplication>
@@ -41,6 +42,8 @@ int main(int argc, char** argv)
     int qtArgc = 1;
     QApplication app(qtArgc, argv);
     QApplication::setApplicationName(QStringLiteral("orvane-bench"));
+    // Reading the system's fonts is a large part of start-up: the plug-in loads meanwhile.
+    FontPreload fonts;
 
     BenchOptions options;
     QString error;

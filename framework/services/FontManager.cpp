@@ -5,6 +5,38 @@
 #include <QFontDatabase>
 #include <QGuiApplication>
 
+#include <fontconfig/fontconfig.h>
+
+#include <thread>
+
+namespace {
+
+// Started and joined on the UI thread only.
+std::thread& preloadThread()
+{
+    static std::thread thread;
+    return thread;
+}
+
+void waitForPreload()
+{
+    if (preloadThread().joinable())
+        preloadThread().join();
+}
+
+} // namespace
+
+FontPreload::FontPreload()
+{
+    if (!preloadThread().joinable())
+        preloadThread() = std::thread([] { FcInit(); });
+}
+
+FontPreload::~FontPreload()
+{
+    waitForPreload();
+}
+
 const QStringList& FontManager::proportionalFamilies()
 {
     static const QStringList families{
@@ -25,6 +57,9 @@ const QStringList& FontManager::monospacedFamilies()
 
 FontManager::FontManager()
 {
+    // Qt reads the configuration through the same library: begun before it is finished, it
+    // would be read twice.
+    waitForPreload();
     for (const QString& family : proportionalFamilies())
         mProportional.append(QFont(family));
     for (const QString& family : monospacedFamilies()) {
