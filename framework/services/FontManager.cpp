@@ -11,25 +11,35 @@
 
 namespace {
 
-// Started and joined on the UI thread only.
-std::thread& preloadThread()
+// Started and joined on the UI thread; joined at exit too, when a host calls exit() with the
+// guard still on its stack.
+struct PreloadThread {
+    std::thread thread;
+    ~PreloadThread() { join(); }
+    void join()
+    {
+        if (thread.joinable())
+            thread.join();
+    }
+};
+
+PreloadThread& preloadThread()
 {
-    static std::thread thread;
-    return thread;
+    static PreloadThread preload;
+    return preload;
 }
 
 void waitForPreload()
 {
-    if (preloadThread().joinable())
-        preloadThread().join();
+    preloadThread().join();
 }
 
 } // namespace
 
 FontPreload::FontPreload()
 {
-    if (!preloadThread().joinable())
-        preloadThread() = std::thread([] { FcInit(); });
+    if (!preloadThread().thread.joinable())
+        preloadThread().thread = std::thread([] { FcInit(); });
 }
 
 FontPreload::~FontPreload()

@@ -9,6 +9,7 @@
 #include <functional>
 
 #include <cstdio>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace {
@@ -41,5 +42,15 @@ TEST(FontPreloadTest, TheUiReadingFontsWhileThePreloadRunsFindsThemAll)
         if (FontManager::instance()->missingFamilies().contains(QStringLiteral("DejaVu Sans")))
             return "the font manager misses an installed family";
         return nullptr;
+    });
+}
+
+TEST(FontPreloadTest, AHostThatExitsWhileThePreloadRunsExitsCleanly)
+{
+    // As `--help` does: exit() leaves the guard on the stack, and the thread must not be left
+    // running into the process's end.
+    expectInFreshProcess([]() -> const char* {
+        FontPreload preload;
+        std::exit(0);
     });
 }
