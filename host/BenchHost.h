@@ -98,6 +98,6 @@ private:
     QPointer<ButtonView> mScreenBack;
     // The plug-in's browser runtime, made through its exports; it pumps its engine itself.
     ChromiumManager* mChromiumManager = nullptr;
-    // Last: its services read the car and the journal until they stop.
+    // Declared last, so its services stop first: they read the car and the journal until then.
     BenchNetwork mNetwork;
 };

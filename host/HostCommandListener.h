@@ -16,9 +16,9 @@ public:
     // The bench's host commands, beside the bench's own program.
     static QString commandsFolder();
 
-    // Listens on a socket in socketFolder (which only this user may enter) and sets this process's environment for every command
-    // started from now on: commandsFolder first on PATH, and the socket named in
-    // ORVANE_BENCH_JOURNAL. False with the reason otherwise.
+    // Listens on a socket in socketFolder (which only this user may enter) and sets this
+    // process's environment for every command started from now on: commandsFolder first on
+    // PATH, and the socket named in ORVANE_BENCH_JOURNAL. False with the reason otherwise.
     bool start(const QString& commandsFolder, const QString& socketFolder, QString* error);
     // Takes over a local socket that listens already (the commands' environment was set when
     // it was bound); the commands that reported meanwhile are read from the queue.

@@ -29,10 +29,11 @@ namespace {
 QMutex handedOverMutex;
 QHash<int, int> handedOverSockets; // port -> listening descriptor
 
+// The descriptor handed over for the port, or -1.
 int takeHandedOver(int port)
 {
     QMutexLocker lock(&handedOverMutex);
-    return handedOverSockets.take(port);
+    return handedOverSockets.contains(port) ? handedOverSockets.take(port) : -1;
 }
 
 } // namespace
@@ -40,8 +41,8 @@ int takeHandedOver(int port)
 void LoopbackHttpServer::handOver(int port, int socketDescriptor)
 {
     QMutexLocker lock(&handedOverMutex);
-    if (const int previous = handedOverSockets.value(port))
-        ::close(previous);
+    if (handedOverSockets.contains(port))
+        ::close(handedOverSockets.value(port));
     handedOverSockets.insert(port, socketDescriptor);
 }
 
@@ -49,7 +50,7 @@ int LoopbackHttpServer::listen(int port, QString* reason)
 {
     int boundPort = port;
     int fd = takeHandedOver(port);
-    if (fd <= 0)
+    if (fd < 0)
         fd = listenOnLoopback(port, &boundPort, reason);
     if (fd < 0)
         return 0;
