@@ -1,7 +1,7 @@
 # Where an installed bench keeps its parts, and the Debian package made of them.
 #
 #   bin/orvane-bench
-#   lib/orvane/libOrvaneUIFramework.so, libOrvaneWebKit.so, libvexorcef.so, vexor-cef-launcher, orvane-host-command, host-commands/
+#   lib/orvane/libOrvaneUIFramework.so, libOrvaneWebKit.so, libOrvaneBenchNetwork.so, libvexorcef.so, vexor-cef-launcher, orvane-host-command, host-commands/
 #   lib/orvane/plugins/DiagnosticTools/   the plug-in, its CAN filter, assets -> share/orvane/assets
 #   share/orvane/assets/                  skins, pages, the sample catalogue and log
 #   /usr/vexor/UI/assets/web_content/manual/   the owner's manual, where the browser may show local pages
@@ -16,12 +16,19 @@ set(ORVANE_DATA_DIR ${CMAKE_INSTALL_DATADIR}/orvane)
 set(ORVANE_LOCAL_CONTENT_DIR /usr/vexor/UI/assets/web_content CACHE PATH
     "Where the browser allows local pages; the owner's manual is installed under it")
 
-set_target_properties(orvane-bench PROPERTIES INSTALL_RPATH "$ORIGIN/../${ORVANE_LIB_DIR}")
-set_target_properties(DiagnosticTools PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
+# One RPATH, relative to the file, for the build tree and the installed tree. Rewritten at
+# install time instead, it would end the build tree's with an empty entry to make room, which
+# the loader reads as the current folder: a dozen failed opens for every library.
+set_target_properties(orvane-bench PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+  INSTALL_RPATH "$ORIGIN/../${ORVANE_LIB_DIR}:$ORIGIN/../lib")
+set_target_properties(DiagnosticTools PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+  INSTALL_RPATH "$ORIGIN/../..:$ORIGIN/../../../lib")
+set_target_properties(OrvaneWebKit PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
+set_target_properties(OrvaneBenchNetwork PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN/../lib:$ORIGIN")
 
 install(TARGETS orvane-bench RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS OrvaneUIFramework vexorcef LIBRARY DESTINATION ${ORVANE_LIB_DIR} NAMELINK_SKIP)
-install(TARGETS OrvaneWebKit LIBRARY DESTINATION ${ORVANE_LIB_DIR})
+install(TARGETS OrvaneWebKit OrvaneBenchNetwork LIBRARY DESTINATION ${ORVANE_LIB_DIR})
 install(TARGETS vexor-cef-launcher orvane-host-command RUNTIME DESTINATION ${ORVANE_LIB_DIR})
 install(TARGETS DiagnosticTools LIBRARY DESTINATION ${ORVANE_PLUGIN_DIR} NAMELINK_SKIP)
 install(FILES ${PROJECT_SOURCE_DIR}/plugin/diag/can/diagCAN-config.json DESTINATION ${ORVANE_PLUGIN_DIR})

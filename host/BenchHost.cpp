@@ -86,7 +86,7 @@ bool BenchHost::start(QString* error)
 
     mCar = std::make_unique<BenchCar>(mOptions.vehicleLatencyMs);
     QString reason;
-    if (!mHostCommands.start(HostCommandListener::commandsFolder(), mScratch.path(), &reason))
+    if (!mNetwork.bindHostCommandSocket(mScratch.path(), &reason))
         Logger(this, "ERROR") << reason << "- host commands will run but not reach the journal";
 
     if (!mLoader.load(mOptions.pluginPath, error))
@@ -95,7 +95,7 @@ bool BenchHost::start(QString* error)
     // The catalogue must be there before the plug-in's pages look signals up.
     if (!startCanTraffic(error))
         return false;
-    startServiceEndpoint();
+    bindServiceEndpoint();
     registerHostScreens();
     installManual();
 
@@ -163,19 +163,25 @@ bool BenchHost::startCanTraffic(QString* error)
     return true;
 }
 
-void BenchHost::startServiceEndpoint()
+void BenchHost::bindServiceEndpoint()
 {
     QString reason;
-    if (!mService.start(mOptions.servicePort, &reason)) {
+    if (!mNetwork.bindServicePort(mOptions.servicePort, &reason)) {
         Logger(this, "WARN") << "Service endpoint off:" << reason << "- the bench runs on without it";
         return;
     }
-    Logger(this, "INFO") << "Service endpoint on" << mService.url();
+    const QString url = mNetwork.serviceUrl();
+    Logger(this, "INFO") << "Service endpoint on" << url;
     // The pages that show the car's endpoint reach this bench's, whatever its port, unless the
     // configuration names another.
-    ConfigHostDefaults::set(QStringLiteral("diag/dravik_url"), mService.url());
+    ConfigHostDefaults::set(QStringLiteral("diag/dravik_url"), url);
     ConfigHostDefaults::set(QStringLiteral("diag/vitals_url"),
-                            QStringLiteral("%1/web_content/vitals/vitals.html?endpoint=") + mService.url());
+                            QStringLiteral("%1/web_content/vitals/vitals.html?endpoint=") + url);
+}
+
+void BenchHost::startNetworkServices()
+{
+    mNetwork.start();
 }
 
 // The host screens the APPS page offers, one line each.

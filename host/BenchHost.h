@@ -3,9 +3,8 @@
 #include "BenchCar.h"
 #include "CANRecorder.h"
 #include "BenchOptions.h"
-#include "HostCommandListener.h"
+#include "BenchNetwork.h"
 #include "PluginLoader.h"
-#include "ServiceEndpoint.h"
 
 #include <QObject>
 #include <QUrl>
@@ -42,8 +41,9 @@ public:
     DisplayView* pluginView() const { return mPluginView; }
     // Null until start().
     BenchCar* car() const { return mCar.get(); }
-    // Listening unless its port was taken.
-    const ServiceEndpoint& serviceEndpoint() const { return mService; }
+    // Loads the service endpoint and the host commands' listener onto the sockets start() bound.
+    // Their clients wait until then: call it once the first frame is out.
+    void startNetworkServices();
 
     // Runs the event loop until queued work (layouts, restarts) is done, then calls back.
     void settle(const std::function<void()>& then);
@@ -74,7 +74,7 @@ signals:
 private:
     bool openConfiguration(QString* error);
     bool startCanTraffic(QString* error);
-    void startServiceEndpoint();
+    void bindServiceEndpoint();
     void registerHostScreens();
     void buildApp();
     void startBrowserRuntime();
@@ -88,9 +88,7 @@ private:
     BenchOptions mOptions;
     PluginLoader mLoader;
     QTemporaryDir mScratch;
-    HostCommandListener mHostCommands;
     std::unique_ptr<BenchCar> mCar;
-    ServiceEndpoint mService;
     std::unique_ptr<CANRecorder> mRecorder;
     std::unique_ptr<DisplayDevice> mDisplay;
     std::unique_ptr<AppInfo> mAppInfo;
@@ -100,4 +98,6 @@ private:
     QPointer<ButtonView> mScreenBack;
     // The plug-in's browser runtime, made through its exports; it pumps its engine itself.
     ChromiumManager* mChromiumManager = nullptr;
+    // Declared last, so its services stop first: they read the car and the journal until then.
+    BenchNetwork mNetwork;
 };

@@ -1,13 +1,14 @@
 #include "HostCommandListener.h"
 
-#include "BenchPaths.h"
+#include "HostCommandEnvironment.h"
+#include "ListeningSocket.h"
 #include "core/Logger.h"
 #include "hostcommand/HostCommandReport.h"
 #include "services/PlatformJournal.h"
 
-#include <QDir>
-#include <QFile>
 #include <QLocalSocket>
+
+#include <unistd.h>
 
 HostCommandListener::HostCommandListener(QObject* parent)
     : QObject(parent)
@@ -17,22 +18,29 @@ HostCommandListener::HostCommandListener(QObject* parent)
 
 QString HostCommandListener::commandsFolder()
 {
-    return benchLibraryDir() + QStringLiteral("/host-commands");
+    return hostCommandsFolder();
 }
 
 bool HostCommandListener::start(const QString& commandsFolder, const QString& socketFolder, QString* error)
 {
-    mServer.setSocketOptions(QLocalServer::UserAccessOption);
-    const QString socketPath = QDir(socketFolder).filePath(QStringLiteral("host-commands.sock"));
-    if (!mServer.listen(socketPath)) {
-        *error = QStringLiteral("cannot listen for host commands on %1: %2").arg(socketPath, mServer.errorString());
+    const QString path = hostCommandSocketPath(socketFolder);
+    QString reason;
+    const int fd = listenOnLocalPath(path, &reason);
+    if (fd < 0 || !listen(fd, &reason)) {
+        *error = QStringLiteral("cannot listen for host commands on %1: %2").arg(path, reason);
         return false;
     }
-    if (!QDir(commandsFolder).exists())
-        Logger(this, "WARN") << "No host commands in" << commandsFolder << "- every host command will fail to start";
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", QFile::encodeName(commandsFolder) + (path.isEmpty() ? QByteArray() : ':' + path));
-    qputenv(HostCommandReport::SocketVariable, QFile::encodeName(mServer.fullServerName()));
+    exportHostCommandEnvironment(commandsFolder, path);
+    return true;
+}
+
+bool HostCommandListener::listen(int socketDescriptor, QString* error)
+{
+    if (!mServer.listen(qintptr(socketDescriptor))) {
+        *error = mServer.errorString();
+        ::close(socketDescriptor);
+        return false;
+    }
     return true;
 }
 

@@ -20,6 +20,9 @@ public:
     // process's environment for every command started from now on: commandsFolder first on
     // PATH, and the socket named in ORVANE_BENCH_JOURNAL. False with the reason otherwise.
     bool start(const QString& commandsFolder, const QString& socketFolder, QString* error);
+    // Takes over a local socket that listens already (the commands' environment was set when
+    // it was bound); the commands that reported meanwhile are read from the queue.
+    bool listen(int socketDescriptor, QString* error);
 
 private:
     void connectClient();

@@ -1,24 +1,14 @@
 #include "LoopbackHttpServer.h"
 
+#include "ListeningSocket.h"
+
+#include <QHash>
+#include <QMutex>
 #include <QTcpServer>
 #include <QTcpSocket>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-
-namespace {
-
-// Qt listens with a backlog of 50: a burst of clients beyond it would be turned away by the
-// kernel before the event loop sees them.
-constexpr int ListenBacklog = 128;
-
-} // namespace
 
 LoopbackHttpServer::LoopbackHttpServer(const HttpLimits& limits, HttpConnection::Handler handler)
     : mLimits(limits)
@@ -34,31 +24,42 @@ LoopbackHttpServer::LoopbackHttpServer(const HttpLimits& limits, HttpConnection:
 
 LoopbackHttpServer::~LoopbackHttpServer() = default;
 
+namespace {
+
+QMutex handedOverMutex;
+QHash<int, int> handedOverSockets; // port -> listening descriptor
+
+// The descriptor handed over for the port, or -1.
+int takeHandedOver(int port)
+{
+    QMutexLocker lock(&handedOverMutex);
+    return handedOverSockets.contains(port) ? handedOverSockets.take(port) : -1;
+}
+
+} // namespace
+
+void LoopbackHttpServer::handOver(int port, int socketDescriptor)
+{
+    QMutexLocker lock(&handedOverMutex);
+    if (handedOverSockets.contains(port))
+        ::close(handedOverSockets.value(port));
+    handedOverSockets.insert(port, socketDescriptor);
+}
+
 int LoopbackHttpServer::listen(int port, QString* reason)
 {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    // Not SO_REUSEPORT: a second bench must not share the port and take half the requests.
-    int yes = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(uint16_t(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0
-        || ::listen(fd, ListenBacklog) != 0
-        || ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        *reason = QString::fromLocal8Bit(std::strerror(errno));
-        if (fd >= 0)
-            ::close(fd);
+    int boundPort = port;
+    int fd = takeHandedOver(port);
+    if (fd < 0)
+        fd = listenOnLoopback(port, &boundPort, reason);
+    if (fd < 0)
         return 0;
-    }
     if (!mServer->setSocketDescriptor(fd)) {
         *reason = mServer->errorString();
         ::close(fd);
         return 0;
     }
-    return ntohs(address.sin_port);
+    return boundPort;
 }
 
 void LoopbackHttpServer::acceptConnections()

@@ -22,6 +22,9 @@ public:
 
     // Listens on 127.0.0.1:port (0: a free one). The port, or 0 with the reason.
     int listen(int port, QString* reason);
+    // A socket bound to 127.0.0.1:port before this server was loaded: the next listen on that
+    // port takes it, with the clients waiting in its queue.
+    static void handOver(int port, int socketDescriptor);
     // Any thread: something changed that held requests may wait for. Costs nothing while
     // none is held; calls in a burst are looked at once.
     void lookAtHeldRequests();

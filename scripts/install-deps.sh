@@ -8,7 +8,7 @@ packages=(
   build-essential cmake ninja-build ccache pkg-config
   clang-14 libclang-rt-14-dev
   # framework and bench host
-  qtbase5-dev qtbase5-dev-tools
+  qtbase5-dev qtbase5-dev-tools libfontconfig-dev
   # the simple web view, the places database and the bench's service endpoint
   libqt5webkit5-dev libqt5sql5-sqlite libcpp-httplib-dev
   libx11-dev libxext-dev

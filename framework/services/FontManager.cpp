@@ -5,6 +5,48 @@
 #include <QFontDatabase>
 #include <QGuiApplication>
 
+#include <fontconfig/fontconfig.h>
+
+#include <thread>
+
+namespace {
+
+// Started and joined on the UI thread; joined at exit too, when a host calls exit() with the
+// guard still on its stack.
+struct PreloadThread {
+    std::thread thread;
+    ~PreloadThread() { join(); }
+    void join()
+    {
+        if (thread.joinable())
+            thread.join();
+    }
+};
+
+PreloadThread& preloadThread()
+{
+    static PreloadThread preload;
+    return preload;
+}
+
+void waitForPreload()
+{
+    preloadThread().join();
+}
+
+} // namespace
+
+FontPreload::FontPreload()
+{
+    if (!preloadThread().thread.joinable())
+        preloadThread().thread = std::thread([] { FcInit(); });
+}
+
+FontPreload::~FontPreload()
+{
+    waitForPreload();
+}
+
 const QStringList& FontManager::proportionalFamilies()
 {
     static const QStringList families{
@@ -25,6 +67,9 @@ const QStringList& FontManager::monospacedFamilies()
 
 FontManager::FontManager()
 {
+    // Qt reads the configuration through the same library: begun before it is finished, it
+    // would be read twice.
+    waitForPreload();
     for (const QString& family : proportionalFamilies())
         mProportional.append(QFont(family));
     for (const QString& family : monospacedFamilies()) {

@@ -25,3 +25,16 @@ private:
     QList<QFont> mProportional;
     QList<QFont> mMonospaced;
 };
+
+// Reads the system's font configuration, the largest part of reading its fonts, on a thread of
+// its own while the host goes on starting; the first FontManager waits for what is left of it,
+// and so does the end of this object. Make it right after the application object, which sets
+// the process's locale (never safe while another thread parses text), and end it before, so the
+// thread never outlives Qt's font database. fontconfig itself may be entered from both threads.
+class ORVANE_EXPORT FontPreload {
+public:
+    FontPreload();
+    ~FontPreload();
+    FontPreload(const FontPreload&) = delete;
+    FontPreload& operator=(const FontPreload&) = delete;
+};

@@ -14,6 +14,7 @@ out=$("$stage/usr/bin/orvane-bench" --offscreen --service-port 0 --set GUI_devel
 fail() { echo "installed bench: $1"; echo "$out"; exit 1; }
 grep -q "Plug-in loaded from $stage/usr/lib/orvane/plugins/DiagnosticTools/libDiagnosticTools.so" <<<"$out" \
   || fail "the plug-in was not found beside the bench"
+grep -q "Network services loaded" <<<"$out" || fail "the network services' module was not found"
 [ -x "$stage/usr/lib/orvane/vexor-cef-launcher" ] || fail "no browser launcher"
 [ -x "$stage/usr/lib/orvane/host-commands/arm-ecall" ] || fail "no host commands"
 [ -f "$stage/usr/lib/orvane/plugins/DiagnosticTools/assets/web_content/vitals/vitals.html" ] \
