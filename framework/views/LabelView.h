@@ -3,10 +3,10 @@
 #include "views/DisplayView.h"
 #include "views/Style.h"
 
-#include <QColor>
-#include <QFont>
 #include <QString>
-#include <QVector>
+#include <memory>
+
+class QFont;
 
 // A label sized to its text until sized by hand. The text is measured only once the size is
 // needed (read, changed, painted or shown): a page full of labels costs nothing until seen.
@@ -18,13 +18,14 @@ public:
     // "SettingsMainLabel" for section heads, "SettingsRowLabel" for a control's row,
     // "SettingsSubLabel" for captions.
     LabelView(DisplayView* parent, const Style& style, const QString& text);
+    ~LabelView() override;
 
-    QString text() const { return mText; }
+    QString text() const;
     void setText(const QString& text);
     // Qt::Alignment flags, word wrap (Qt::TextWordWrap) included.
     void setAlignment(int flags);
-    int alignment() const { return mAlignment; }
-    QFont font() const { return mFont; }
+    int alignment() const;
+    QFont font() const;
     void setFont(const QFont& font);
     // Pixel size; the height follows it unless the label was sized by hand.
     void setFontSize(int pixels, bool redraw = true);
@@ -34,7 +35,7 @@ public:
     void setShadowColor(const QColor& color);
 
     void draw(QPainter& painter) override;
-    QString describe() const override { return mText; }
+    QString describe() const override;
     void dumpProperties(QJsonObject& out) const override;
 
 protected:
@@ -47,20 +48,6 @@ private:
     // The height becomes at least `lines` lines of the font, once settled.
     void growFor(int lines);
 
-    QString mText;
-    int mFittedWidth = -1;
-    QFont mFont;
-    int mAlignment;
-    QColor mTextColor{Qt::white};
-    QColor mShadowColor{Qt::transparent};
-
-    // While deferred: whether it follows its text, the width given by hand, and the fonts
-    // (with their line counts) whose height it has grown to.
-    struct LinesOf {
-        QFont font;
-        int lines;
-    };
-    bool mFollowsText = true;
-    int mFixedWidth = -1;
-    QVector<LinesOf> mHeightsOwed;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
