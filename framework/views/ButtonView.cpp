@@ -1,5 +1,6 @@
 #include "views/ButtonView.h"
 
+#include "core/DataValueBinding.h"
 #include "services/FontManager.h"
 #include "services/Skin.h"
 #include "views/ViewHost.h"
@@ -7,6 +8,25 @@
 #include <QJsonObject>
 #include <QPainter>
 #include <QPainterPath>
+
+struct ButtonView::Private {
+    Private(ButtonView* owner, const Style& style, const QString& label)
+        : style(style)
+        , label(label)
+        , color(style.property(QStringLiteral("ButtonColor"), QStringLiteral("default")))
+        , binding(owner)
+    {
+    }
+
+    Style style;
+    QString label;
+    QString color;
+    QString image;
+    DataValueBinding binding;
+    bool toggle = false;
+    bool toggled = false;
+    bool pending = false;
+};
 
 namespace {
 
@@ -30,27 +50,56 @@ bool isRound(const QString& type)
 
 ButtonView::ButtonView(DisplayView* parent, const Style& style, const QString& label, DataValue* value)
     : ControlBase(parent)
-    , mStyle(style)
-    , mLabel(label)
-    , mColor(style.property(QStringLiteral("ButtonColor"), QStringLiteral("default")))
-    , mBinding(this)
+    , d(std::make_unique<Private>(this, style, label))
 {
     const QString type = style.property(QStringLiteral("ButtonType"), QStringLiteral("medium"));
-    mToggle = type.endsWith(QLatin1String("toggle"));
+    d->toggle = type.endsWith(QLatin1String("toggle"));
     const int h = heightForType(type);
     // A round button is as wide as it is high whatever width the row gives it.
     const int w = isRound(type) ? h : style.intProperty(QStringLiteral("Width"), 180);
     resize(w, h);
-    connect(&mBinding, &DataValueBinding::changed, this, &ButtonView::valueChanged);
+    connect(&d->binding, &DataValueBinding::changed, this, &ButtonView::valueChanged);
     if (value)
-        mBinding.bind(value);
+        d->binding.bind(value);
+}
+
+ButtonView::~ButtonView() = default;
+
+QString ButtonView::label() const
+{
+    return d->label;
+}
+
+Style ButtonView::style() const
+{
+    return d->style;
+}
+
+bool ButtonView::isToggle() const
+{
+    return d->toggle;
+}
+
+bool ButtonView::isPending() const
+{
+    return d->pending;
+}
+
+QString ButtonView::image() const
+{
+    return d->image;
+}
+
+QString ButtonView::faceText() const
+{
+    return d->label;
 }
 
 void ButtonView::setLabel(const QString& label)
 {
-    if (mLabel == label)
+    if (d->label == label)
         return;
-    mLabel = label;
+    d->label = label;
     // A finger on the old label did not choose the new one (a tab bar that gained a tab).
     ViewHost::viewWithdrawn(this);
     update();
@@ -58,40 +107,40 @@ void ButtonView::setLabel(const QString& label)
 
 void ButtonView::setToggle(bool toggle)
 {
-    mToggle = toggle;
+    d->toggle = toggle;
     update();
 }
 
 bool ButtonView::isToggled() const
 {
-    return mToggle && mToggled;
+    return d->toggle && d->toggled;
 }
 
 void ButtonView::setToggled(bool on)
 {
-    if (mToggled == on)
+    if (d->toggled == on)
         return;
-    mToggled = on;
+    d->toggled = on;
     update();
 }
 
 void ButtonView::setButtonColor(const QString& color)
 {
-    mColor = color.isEmpty() ? mStyle.property(QStringLiteral("ButtonColor"), QStringLiteral("default")) : color;
+    d->color = color.isEmpty() ? d->style.property(QStringLiteral("ButtonColor"), QStringLiteral("default")) : color;
     update();
 }
 
 void ButtonView::setImage(const QString& skinName)
 {
-    mImage = skinName;
+    d->image = skinName;
     update();
 }
 
 void ButtonView::valueChanged()
 {
-    const DataValueBinding::Reading r = mBinding.read();
-    if (mPending != r.pending) {
-        mPending = r.pending;
+    const DataValueBinding::Reading r = d->binding.read();
+    if (d->pending != r.pending) {
+        d->pending = r.pending;
         update();
     }
     setToggled((r.valid || r.pending) && r.shown().toBool());
@@ -99,44 +148,44 @@ void ButtonView::valueChanged()
 
 QString ButtonView::describe() const
 {
-    if (!mLabel.isEmpty())
-        return mLabel;
-    return objectName().isEmpty() ? mImage : objectName();
+    if (!d->label.isEmpty())
+        return d->label;
+    return objectName().isEmpty() ? d->image : objectName();
 }
 
 void ButtonView::activated()
 {
-    if (!mToggle) {
-        mBinding.write(true, DataValueBinding::WriteMode::Direct);
+    if (!d->toggle) {
+        d->binding.write(true, DataValueBinding::WriteMode::Direct);
         return;
     }
-    if (!mBinding.isBound()) {
-        setToggled(!mToggled);
+    if (!d->binding.isBound()) {
+        setToggled(!d->toggled);
         return;
     }
-    const DataValueBinding::Reading r = mBinding.read();
-    mBinding.write(!r.value.toBool(), DataValueBinding::WriteMode::Direct);
+    const DataValueBinding::Reading r = d->binding.read();
+    d->binding.write(!r.value.toBool(), DataValueBinding::WriteMode::Direct);
 }
 
 void ButtonView::draw(QPainter& painter)
 {
-    if (!mImage.isEmpty()) {
+    if (!d->image.isEmpty()) {
         drawImage(painter);
         return;
     }
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF face = QRectF(rect()).adjusted(3, insetTop(), -3, -insetBottom());
-    QColor fill = Style::buttonColor(mColor);
+    QColor fill = Style::buttonColor(d->color);
     if (isToggled())
         fill = QColor(0x2d, 0x8c, 0xff);
     if (isPressed())
         fill = fill.darker(140);
-    const qreal radius = isRound(mStyle.property(QStringLiteral("ButtonType"))) ? face.height() / 2 : 8;
+    const qreal radius = isRound(d->style.property(QStringLiteral("ButtonType"))) ? face.height() / 2 : 8;
     QPainterPath path;
     path.addRoundedRect(face, radius, radius);
     painter.fillPath(path, fill);
-    QPen rim(fill.lighter(150), mPending ? 3 : 1.5);
-    if (mPending)
+    QPen rim(fill.lighter(150), d->pending ? 3 : 1.5);
+    if (d->pending)
         rim.setStyle(Qt::DashLine);
     painter.setPen(rim);
     painter.drawPath(path);
@@ -151,7 +200,7 @@ void ButtonView::draw(QPainter& painter)
 
 void ButtonView::drawImage(QPainter& painter)
 {
-    const QImage image = Skin::image(mImage);
+    const QImage image = Skin::image(d->image);
     if (image.isNull())
         return;
     const QSize fitted = image.size().scaled(rect().size(), Qt::KeepAspectRatio);
@@ -164,13 +213,13 @@ void ButtonView::drawImage(QPainter& painter)
 
 void ButtonView::dumpProperties(QJsonObject& out) const
 {
-    out.insert(QStringLiteral("label"), mLabel);
-    if (!mImage.isEmpty())
-        out.insert(QStringLiteral("image"), mImage);
-    if (mToggle)
+    out.insert(QStringLiteral("label"), d->label);
+    if (!d->image.isEmpty())
+        out.insert(QStringLiteral("image"), d->image);
+    if (d->toggle)
         out.insert(QStringLiteral("toggled"), isToggled());
-    if (mBinding.isBound())
-        out.insert(QStringLiteral("value"), mBinding.name());
-    if (mPending)
+    if (d->binding.isBound())
+        out.insert(QStringLiteral("value"), d->binding.name());
+    if (d->pending)
         out.insert(QStringLiteral("pending"), true);
 }

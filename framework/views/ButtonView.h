@@ -1,8 +1,11 @@
 #pragma once
 
-#include "core/DataValueBinding.h"
 #include "views/ControlBase.h"
 #include "views/Style.h"
+
+#include <memory>
+
+class DataValue;
 
 // A push or toggle button. Its look comes from the style's ButtonType (small, medium, large,
 // round, toggle, roundtoggle, tab), ButtonColor and Width. A toggle bound to a boolean data
@@ -12,23 +15,24 @@ class ORVANE_EXPORT ButtonView : public ControlBase {
     Q_OBJECT
 public:
     ButtonView(DisplayView* parent, const Style& style, const QString& label = QString(), DataValue* value = nullptr);
+    ~ButtonView() override;
 
-    QString label() const { return mLabel; }
+    QString label() const;
     void setLabel(const QString& label);
-    Style style() const { return mStyle; }
+    Style style() const;
 
-    bool isToggle() const { return mToggle; }
+    bool isToggle() const;
     void setToggle(bool toggle);
     bool isToggled() const;
     void setToggled(bool on);
     // The bound value has a request pending; drawn until the car answers.
-    bool isPending() const { return mPending; }
+    bool isPending() const;
     // An empty name means the style's colour.
     void setButtonColor(const QString& color = QString());
     // A skin image ("canview/back.png") drawn instead of the face, fitted to the view; scripts
     // know an unlabelled image button by the image's name.
     void setImage(const QString& skinName);
-    QString image() const { return mImage; }
+    QString image() const;
 
     // The drawn face is inset from the view's bounds by these.
     int insetTop() const { return 5; }
@@ -42,7 +46,7 @@ public:
 protected:
     void activated() override;
     // The text on the face; a subclass may show something else for a while.
-    virtual QString faceText() const { return mLabel; }
+    virtual QString faceText() const;
 
 private slots:
     void valueChanged();
@@ -50,12 +54,6 @@ private slots:
 private:
     void drawImage(QPainter& painter);
 
-    Style mStyle;
-    QString mLabel;
-    QString mColor;
-    QString mImage;
-    DataValueBinding mBinding;
-    bool mToggle = false;
-    bool mToggled = false;
-    bool mPending = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
