@@ -9,6 +9,7 @@
 #include <QFontMetrics>
 #include <QJsonArray>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 
@@ -255,4 +256,45 @@ TEST(View, ALabelMeasuresItsTextOnlyWhenItsSizeIsNeeded)
     byHand.resize(100, 30);
     byHand.setText("LONGER STILL, AND NOT MEASURED");
     EXPECT_EQ(byHand.geometry().size(), QSize(100, 30));
+}
+
+namespace {
+
+int pixelsOf(const QImage& image, QRgb colour)
+{
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            count += image.pixel(x, y) == colour;
+    return count;
+}
+
+QImage drawn(LabelView& label)
+{
+    QImage image(label.geometry().size(), QImage::Format_RGB32);
+    image.fill(Qt::black);
+    QPainter painter(&image);
+    label.draw(painter);
+    return image;
+}
+
+} // namespace
+
+TEST(View, ALabelDrawsInItsStylesColoursAndOnlyAStyledOneHasAShadow)
+{
+    DisplayView root;
+    LabelView styled(&root, Style("FontSize:60; Bold:yes; TextColor:#ff0000; ShadowColor:#00ff00"), "MW");
+    EXPECT_EQ(styled.font().pixelSize(), 60);
+    EXPECT_GE(styled.font().weight(), int(QFont::DemiBold));
+    const QImage styledImage = drawn(styled);
+    EXPECT_GT(pixelsOf(styledImage, qRgb(0xff, 0, 0)), 0);
+    EXPECT_GT(pixelsOf(styledImage, qRgb(0, 0xff, 0)), 0);
+
+    LabelView plain(&root, "MW");
+    EXPECT_EQ(plain.font().pixelSize(), 24);
+    EXPECT_LT(plain.font().weight(), int(QFont::DemiBold));
+    EXPECT_EQ(plain.alignment(), int(Qt::AlignLeft | Qt::AlignVCenter));
+    const QImage plainImage = drawn(plain);
+    EXPECT_GT(pixelsOf(plainImage, qRgb(0xff, 0xff, 0xff)), 0);
+    EXPECT_EQ(pixelsOf(plainImage, qRgb(0, 0xff, 0)), 0);
 }
