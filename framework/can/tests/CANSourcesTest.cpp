@@ -100,11 +100,13 @@ TEST(CandumpLine, ParsesEveryForm)
         EXPECT_EQ(r.frame.id, c.id);
         EXPECT_EQ(r.frame.flags, c.flags);
         ASSERT_EQ(r.frame.len, c.data.size());
-        if (!r.frame.isRemote())
+        if (!r.frame.isRemote()) {
             EXPECT_EQ(std::vector<uint8_t>(r.frame.data, r.frame.data + r.frame.len), c.data);
+        }
         EXPECT_EQ(r.hasTime, c.time >= 0);
-        if (c.time >= 0)
+        if (c.time >= 0) {
             EXPECT_NEAR(r.time, c.time, 1e-6);
+        }
         EXPECT_EQ(r.iface, c.iface);
     }
 }
