@@ -3,7 +3,8 @@
 // DATA tab's web dashboard once the frame is out.
 // Usage: startup-bench [RUNS] [PROGRAM...]   (default 30 runs of this build's orvane-bench)
 // Programs named (another build's orvane-bench, say) are measured side by side: their runs
-// alternate, so that each sees the same load on the machine.
+// alternate, so that each sees the same load on the machine. startup-floor, the least a Qt
+// Widgets program does before its first frame, runs beside them as the machine's floor.
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
@@ -72,6 +73,8 @@ int main(int argc, char** argv)
         programs << QString::fromLocal8Bit(argv[i]);
     if (programs.isEmpty())
         programs << QStringLiteral(ORVANE_BENCH_PATH);
+    const int benches = int(programs.size());
+    programs << QStringLiteral(QT_FLOOR_PATH);
     QTemporaryDir dir;
     qputenv("XDG_RUNTIME_DIR", dir.path().toLocal8Bit());
     const QString shot = dir.filePath(QStringLiteral("shot.png"));
@@ -89,15 +92,19 @@ int main(int argc, char** argv)
             firstFramePeakMb[p] = std::max(firstFramePeakMb[p], start.peakMb);
         }
     }
-    for (int p = 0; p < programs.size(); ++p) {
-        if (programs.size() > 1)
+    for (int p = 0; p < benches; ++p) {
+        if (benches > 1)
             std::printf("%s:\n", qPrintable(programs[p]));
         std::printf("start to first frame, %d runs: median %.1f ms, p90 %.1f ms, min %.1f ms, max %.1f ms (target: median < %d ms)\n",
                     runs, percentile(times[p], 0.5), percentile(times[p], 0.9), percentile(times[p], 0.0),
                     percentile(times[p], 1.0), TargetMedianMs);
         std::printf("peak memory at the first frame: %.0f MB (target: < %d MB)\n", firstFramePeakMb[p], TargetPeakMb);
     }
-    if (programs.size() == 1) {
+    const std::vector<double>& floor = times[benches];
+    std::printf("startup-floor (an off-screen Qt Widgets program that paints one line of text): median %.1f ms, "
+                "p90 %.1f ms, min %.1f ms\n",
+                percentile(floor, 0.5), percentile(floor, 0.9), percentile(floor, 0.0));
+    if (benches == 1) {
         // The largest resident set any of the runs reached, as the kernel kept it for us.
         rusage children{};
         getrusage(RUSAGE_CHILDREN, &children);
