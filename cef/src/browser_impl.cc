@@ -81,7 +81,6 @@ void BrowserImpl::Recreate() {
   SetTargetId(std::string());
   session_ready_ = false;
   blank_start_ = true;
-  history_floor_ = 1;
   Json p = Json::object();
   p.set("url", "about:blank");
   p.set("newWindow", true);
@@ -218,6 +217,7 @@ bool BrowserImpl::HasDocument() { return !session_.empty() && created_; }
 void BrowserImpl::HandleEvent(const std::string& session, const std::string& method,
                               const Json& params) {
   using Handler = void (BrowserImpl::*)(const std::string& session, const Json& params);
+  using LoadHandler = void (LoadTracker::*)(const Json& params);
   static const std::unordered_map<std::string, Handler> kHandlers = {
       {"Target.attachedToTarget", &BrowserImpl::OnChildAttached},
       {"Target.detachedFromTarget", &BrowserImpl::OnChildDetached},
@@ -227,16 +227,10 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
       {"Runtime.executionContextDestroyed", &BrowserImpl::OnContextDestroyed},
       {"Runtime.executionContextsCleared", &BrowserImpl::OnContextsCleared},
       {"Page.frameStartedNavigating", &BrowserImpl::OnFrameStartedNavigating},
-      {"Page.frameStartedLoading", &BrowserImpl::OnFrameStartedLoading},
-      {"Network.requestWillBeSent", &BrowserImpl::OnRequestWillBeSent},
-      {"Network.responseReceived", &BrowserImpl::OnResponseReceived},
-      {"Network.loadingFinished", &BrowserImpl::OnRequestDone},
-      {"Network.loadingFailed", &BrowserImpl::OnRequestDone},
       {"Page.frameNavigated", &BrowserImpl::OnFrameNavigated},
       {"Page.navigatedWithinDocument", &BrowserImpl::OnNavigatedWithinDocument},
       {"Page.domContentEventFired", &BrowserImpl::OnDomContentLoaded},
       {"Page.loadEventFired", &BrowserImpl::OnLoadEventFired},
-      {"Page.frameStoppedLoading", &BrowserImpl::OnFrameStoppedLoading},
       {"Page.javascriptDialogOpening", &BrowserImpl::OnDialogOpening},
       {"Page.javascriptDialogClosed", &BrowserImpl::OnDialogClosed},
       {"Page.windowOpen", &BrowserImpl::OnWindowOpen},
@@ -244,13 +238,26 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
       {"Runtime.consoleAPICalled", &BrowserImpl::OnConsoleMessage},
       {"Runtime.exceptionThrown", &BrowserImpl::OnConsoleMessage},
   };
+  static const std::unordered_map<std::string, LoadHandler> kLoadHandlers = {
+      {"Page.frameStartedLoading", &LoadTracker::OnFrameStartedLoading},
+      {"Network.requestWillBeSent", &LoadTracker::OnRequestWillBeSent},
+      {"Network.responseReceived", &LoadTracker::OnResponseReceived},
+      {"Network.loadingFinished", &LoadTracker::OnRequestDone},
+      {"Network.loadingFailed", &LoadTracker::OnRequestDone},
+      {"Page.frameStoppedLoading", &LoadTracker::OnFrameStoppedLoading},
+  };
   if (closed_) return;
   // The engine's blank start page is no load of the application's.
   if (blank_start_ && session == session_ &&
       (method.compare(0, 5, "Page.") == 0 || method.compare(0, 8, "Network.") == 0))
     return;
   auto it = kHandlers.find(method);
-  if (it != kHandlers.end()) (this->*(it->second))(session, params);
+  if (it != kHandlers.end()) {
+    (this->*(it->second))(session, params);
+    return;
+  }
+  auto load = kLoadHandlers.find(method);
+  if (load != kLoadHandlers.end()) (load_.*(load->second))(params);
 }
 
 void BrowserImpl::CloseBrowser(bool force_close) {
@@ -332,7 +339,6 @@ void BrowserImpl::Destroy() {
 void BrowserImpl::DropSessionState() {
   contexts_.clear();
   context_ids_.clear();
-  doc_requests_.clear();
   ResetDialog();
   std::lock_guard<std::mutex> l(frames_mutex_);
   for (auto it = frames_.begin(); it != frames_.end();) {
@@ -352,8 +358,7 @@ void BrowserImpl::OnCrashed(TerminationStatus status) {
     for (auto& s : child_sessions_) c->FailSession(s, "renderer gone");
   }
   DropSessionState();
-  error_frames_.clear();
-  SetLoading(false);
+  load_.PageGone();
   if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
 }
 
@@ -367,7 +372,7 @@ void BrowserImpl::OnChromiumGone(TerminationStatus status) {
   session_ready_ = false;
   chromium_window_ = 0;
   DropSessionState();
-  SetLoading(false);
+  load_.PageGone();
   // The handler may still read the main frame's address, to load it again.
   if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
   {

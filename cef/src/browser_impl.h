@@ -13,6 +13,7 @@
 #include "include/cef_browser.h"
 #include "include/cef_client.h"
 #include "json.h"
+#include "load_tracker.h"
 #include "request_scope.h"
 
 namespace vexorcef {
@@ -58,7 +59,7 @@ class FrameImpl : public CefFrame {
 
 class JSDialogCallbackImpl;
 
-class BrowserImpl : public CefBrowser, public CefBrowserHost {
+class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracker::Page {
  public:
   BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInfo& info, bool is_popup);
   ~BrowserImpl() override;
@@ -155,18 +156,20 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   // the load as blocked.
   void ScreenUninterceptedPage(const std::string& url, TransitionType transition,
                                std::function<void(const std::string&)> go);
-  void RefreshHistory(std::function<void()> then);
-  void SetLoading(bool loading);
-  void FinishMainLoad();
-  void FinishRestoredLoad();
-  void FinishUnlessHistoryCommitted();
-  // A title the page reports (empty before any title of its own is no title), and the
-  // title the client is given.
-  void ReportPageTitle(const std::string& title);
-  void SetTitle(const std::string& title);
-  void ReportProgress(double p, bool force = false);
-  void ReportLoadError(const std::string& loader, const std::string& frame_cdp_id,
-                       const std::string& error_text, const std::string& url);
+  // LoadTracker::Page: what load_ decides goes to the client's load and display handlers.
+  const std::string& MainFrameId() const override { return target_id_; }
+  std::string MainFrameUrl() override;
+  void LoadingStateChanged(bool loading, bool can_go_back, bool can_go_forward) override;
+  void ProgressChanged(double progress) override;
+  void TitleChanged(const std::string& title) override;
+  void MainAddressChanged(const std::string& url) override;
+  void LoadStarted(const std::string& frame_id, TransitionType transition) override;
+  void LoadEnded(const std::string& frame_id, int http_status) override;
+  void LoadFailed(const std::string& frame_id, const std::string& error_text,
+                  const std::string& url) override;
+  void ReadHistory(std::function<void(std::optional<LoadTracker::HistoryPosition>)> answer)
+      override;
+  void ReadTitle(std::function<void(std::optional<std::string>)> answer) override;
   // Event handlers, by what they keep: the frame tree,
   void OnChildAttached(const std::string& session, const Json& params);
   void OnChildDetached(const std::string& session, const Json& params);
@@ -175,17 +178,12 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnContextCreated(const std::string& session, const Json& params);
   void OnContextDestroyed(const std::string& session, const Json& params);
   void OnContextsCleared(const std::string& session, const Json& params);
-  // load tracking,
+  // load tracking (load_ takes the rest),
   void OnFrameStartedNavigating(const std::string& session, const Json& params);
-  void OnFrameStartedLoading(const std::string& session, const Json& params);
-  void OnRequestWillBeSent(const std::string& session, const Json& params);
-  void OnResponseReceived(const std::string& session, const Json& params);
-  void OnRequestDone(const std::string& session, const Json& params);
   void OnFrameNavigated(const std::string& session, const Json& params);
   void OnNavigatedWithinDocument(const std::string& session, const Json& params);
   void OnDomContentLoaded(const std::string& session, const Json& params);
   void OnLoadEventFired(const std::string& session, const Json& params);
-  void OnFrameStoppedLoading(const std::string& session, const Json& params);
   // dialogs,
   void OnDialogOpening(const std::string& session, const Json& params);
   void OfferDialog(const std::string& type, const std::string& origin_url,
@@ -228,33 +226,9 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   std::atomic<bool> closed_{false};
   // The about:blank a new page starts with is the engine's, not the application's.
   bool blank_start_ = true;
-  long long history_floor_ = 1;
-  long long history_index_ = 0;  // the current entry when the history was last read
   std::string pending_url_;
 
-  // Loading state.
-  bool loading_ = false;
-  bool can_back_ = false;
-  bool can_forward_ = false;
-  double progress_ = 0;
-  int subresources_started_ = 0;
-  int subresources_done_ = 0;
-  std::string title_;
-  bool title_since_commit_ = false;
-  // The main frame's current document: committed since the last navigation started, its
-  // load event seen, its stop waiting for that event, its load end reported; how many
-  // documents committed; whether the navigation under way goes through history.
-  bool main_committed_ = false;
-  bool main_load_event_ = false;
-  bool main_stop_pending_ = false;
-  bool main_finished_ = false;
-  long long main_commits_ = 0;
-  bool history_pending_ = false;
-  std::map<std::string, std::pair<std::string, std::string>> doc_requests_;  // id -> frame,url
-  std::set<std::string> failed_loaders_;
-  std::map<std::string, int> status_;  // frame -> main document's HTTP status
-  std::set<std::string> error_frames_;  // frames showing an error page
-  std::map<std::string, TransitionType> transition_;
+  LoadTracker load_{*this};
 
   // Execution contexts: uniqueId -> (session, frame, default world).
   struct Context {

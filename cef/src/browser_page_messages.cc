@@ -20,7 +20,7 @@ void BrowserImpl::OnBindingCalled(const std::string& session, const Json& params
   if (frame_id.empty() && session == session_) frame_id = target_id_;
   std::string kind = msg["k"].str();
   if (kind == "title") {
-    if (frame_id == target_id_) ReportPageTitle(msg["title"].str());
+    if (frame_id == target_id_) load_.OnPageTitle(msg["title"].str());
     return;
   }
   if (kind == "focus") {

@@ -120,7 +120,7 @@ void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& p
   Engine::Get()->conn()->Send("Page.stopLoading", Json::object(), session);
   CefRefPtr<BrowserImpl> self = this;
   Engine::Get()->PostUi([self, frame_id, url] {
-    self->ReportLoadError(std::string(), frame_id, "net::ERR_BLOCKED_BY_CLIENT", url);
+    self->load_.Fail(std::string(), frame_id, "net::ERR_BLOCKED_BY_CLIENT", url);
   });
 }
 
