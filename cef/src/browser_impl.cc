@@ -20,17 +20,17 @@ BrowserImpl::BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInf
 BrowserImpl::~BrowserImpl() {}
 
 UiReleasedRef<CefRequestHandler> BrowserImpl::RequestHandler() {
-  std::lock_guard<std::mutex> l(frames_mutex_);
+  std::lock_guard<std::mutex> l(mutex_);
   return UiReleasedRef<CefRequestHandler>(request_handler_);
 }
 
 std::string BrowserImpl::TargetId() {
-  std::lock_guard<std::mutex> l(frames_mutex_);
+  std::lock_guard<std::mutex> l(mutex_);
   return target_id_;
 }
 
 void BrowserImpl::SetTargetId(const std::string& id) {
-  std::lock_guard<std::mutex> l(frames_mutex_);
+  std::lock_guard<std::mutex> l(mutex_);
   target_id_ = id;
 }
 
@@ -315,11 +315,10 @@ void BrowserImpl::Destroy() {
         h->OnBeforeClose(self.get());
     }
     self->closed_ = true;
+    self->frames_.Close();
     {
       // As in CEF, a closed browser lets go of its client.
-      std::lock_guard<std::mutex> l(self->frames_mutex_);
-      for (auto& f : self->frames_) f.second->Invalidate();
-      self->frames_.clear();
+      std::lock_guard<std::mutex> l(self->mutex_);
       self->request_handler_ = nullptr;
     }
     self->client_ = nullptr;
@@ -337,18 +336,9 @@ void BrowserImpl::Destroy() {
 }
 
 void BrowserImpl::DropSessionState() {
-  contexts_.clear();
-  context_ids_.clear();
+  contexts_.Clear();
   ResetDialog();
-  std::lock_guard<std::mutex> l(frames_mutex_);
-  for (auto it = frames_.begin(); it != frames_.end();) {
-    if (it->first != target_id_) {
-      it->second->Invalidate();
-      it = frames_.erase(it);
-    } else {
-      ++it;
-    }
-  }
+  frames_.RemoveAllBut(target_id_);
 }
 
 void BrowserImpl::OnCrashed(TerminationStatus status) {
@@ -375,12 +365,8 @@ void BrowserImpl::OnChromiumGone(TerminationStatus status) {
   load_.PageGone();
   // The handler may still read the main frame's address, to load it again.
   if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
-  {
-    // A new page means new frames, the main one included.
-    std::lock_guard<std::mutex> l(frames_mutex_);
-    for (auto& f : frames_) f.second->Invalidate();
-    frames_.clear();
-  }
+  // A new page means new frames, the main one included.
+  frames_.Clear();
 }
 
 }  // namespace vexorcef

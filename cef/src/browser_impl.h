@@ -10,6 +10,9 @@
 #include <string>
 
 #include "engine.h"
+#include "execution_contexts.h"
+#include "frame_impl.h"
+#include "frame_tree.h"
 #include "include/cef_browser.h"
 #include "include/cef_client.h"
 #include "json.h"
@@ -17,45 +20,6 @@
 #include "request_scope.h"
 
 namespace vexorcef {
-
-class BrowserImpl;
-
-class FrameImpl : public CefFrame {
- public:
-  FrameImpl(BrowserImpl* browser, const std::string& cdp_id, bool is_main);
-
-  bool IsValid() override { return valid_.load(); }
-  void LoadURL(const CefString& url) override;
-  void ExecuteJavaScript(const CefString& code, const CefString& script_url,
-                         int start_line) override;
-  bool IsMain() override { return is_main_; }
-  bool IsFocused() override;
-  CefString GetName() override;
-  int64 GetIdentifier() override { return id_; }
-  CefRefPtr<CefFrame> GetParent() override;
-  CefString GetURL() override;
-  CefRefPtr<CefBrowser> GetBrowser() override;
-
-  const std::string& cdp_id() const { return cdp_id_; }
-  void set_url(const std::string& url);
-  std::string url();
-  void set_name(const std::string& name);
-  void set_parent(const std::string& parent_cdp_id);
-  void Invalidate();
-
- private:
-  BrowserImpl* browser_;  // the browser owns its frames; cleared when it closes
-  const std::string cdp_id_;
-  const bool is_main_;
-  const int64 id_;
-  std::atomic<bool> valid_{true};
-  std::mutex mutex_;
-  std::string url_;
-  std::string name_;
-  std::string parent_cdp_id_;
-
-  IMPLEMENT_REFCOUNTING(FrameImpl);
-};
 
 class JSDialogCallbackImpl;
 
@@ -122,6 +86,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
   void AddRouterScript(const std::string& script);
   void LoadUrlInFrame(const std::string& url, const std::string& frame_cdp_id);
   void ExecuteInFrame(const std::string& frame_cdp_id, const std::string& code);
+  void EvaluateIn(const ExecutionContexts::Document& document, const std::string& expression);
   CefRefPtr<FrameImpl> FrameFor(const std::string& cdp_id);  // any thread; makes it if new
   std::string pending_url() const { return pending_url_; }
   // Any thread. The UI thread, the only writer, may read target_id_ directly.
@@ -208,7 +173,10 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
 
   const int id_;
   CefRefPtr<CefClient> client_;
-  CefRefPtr<CefRequestHandler> request_handler_;  // under frames_mutex_ off the UI thread
+  // Written on the UI thread under mutex_, read under it on others: request_handler_ and
+  // target_id_.
+  std::mutex mutex_;
+  CefRefPtr<CefRequestHandler> request_handler_;
   UiReleasedRef<CefRequestHandler> RequestHandler();
   const RequestScope held_requests_;  // what Chromium holds for the handler; any thread
   CefWindowInfo window_info_;
@@ -229,16 +197,8 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
   std::string pending_url_;
 
   LoadTracker load_{*this};
-
-  // Execution contexts: uniqueId -> (session, frame, default world).
-  struct Context {
-    std::string session;
-    std::string frame;
-    bool is_default;
-  };
-  std::map<std::string, Context> contexts_;
-  std::map<std::pair<std::string, long long>, std::string> context_ids_;  // -> uniqueId
-  std::string focused_frame_;
+  FrameTree frames_{this};  // any thread
+  ExecutionContexts contexts_;
 
   CefRefPtr<JSDialogCallbackImpl> dialog_;
   struct PopupDecision {
@@ -258,12 +218,9 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
     std::shared_ptr<Json> params;
   };
   std::map<std::string, HeldDocument> held_docs_;
-  std::set<std::string> subframes_;  // iframes seen attached; under frames_mutex_
   std::map<std::string, bool> popup_refused_;  // popup target -> refused
   void ReleaseHeld(const std::string& frame_id, bool fail);
 
-  std::mutex frames_mutex_;
-  std::map<std::string, CefRefPtr<FrameImpl>> frames_;
   std::mutex nav_mutex_;
   std::string approved_url_;  // a LoadURL the handler already allowed
 

@@ -173,8 +173,7 @@ void BrowserImpl::OnFrameNavigated(const std::string&, const Json& params) {
   frame->set_name(fr["name"].str());
   if (fr.has("parentId")) {
     frame->set_parent(fr["parentId"].str());
-    std::lock_guard<std::mutex> l(frames_mutex_);
-    subframes_.insert(id);
+    frames_.MarkSubframe(id);
   }
   load_.OnFrameNavigated(params);
 }

@@ -20,22 +20,13 @@ void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params
   }
   const std::string target = TargetId();
   std::string frame_id = params["frameId"].str();
-  bool known;
-  {
-    std::lock_guard<std::mutex> l(frames_mutex_);
-    known = subframes_.count(frame_id) > 0;
-  }
-  if (!known && frame_id != target && params["resourceType"].str() == "Document") {
+  if (!frames_.IsSubframe(frame_id) && frame_id != target && params["resourceType"].str() == "Document") {
     // A refused popup's first document can arrive here, before its own session exists.
     // The UI thread has seen the popup offer by now; it tells the two apart.
     CefRefPtr<BrowserImpl> self = this;
     auto shared = std::make_shared<Json>(params);
     Engine::Get()->PostUi([self, session, shared, frame_id] {
-      bool known;
-      {
-        std::lock_guard<std::mutex> l(self->frames_mutex_);
-        known = self->subframes_.count(frame_id) > 0;
-      }
+      const bool known = self->frames_.IsSubframe(frame_id);
       self->held_docs_[frame_id] = HeldDocument{session, shared};
       auto refused = self->popup_refused_.find(frame_id);
       if (known || refused != self->popup_refused_.end()) {
