@@ -267,7 +267,7 @@ void BrowserImpl::CloseBrowser(bool force_close) {
     if (!force_close && !self->session_.empty() && Engine::Get()->chromium_alive()) {
       // Unload handlers run first; the page's end arrives as the target going away. An open
       // dialog would hold them.
-      self->ResetDialog();
+      self->dialogs_.Reset();
       self->Cmd("Page.close", Json::object());
       return;
     }
@@ -299,7 +299,7 @@ void BrowserImpl::OnTargetGone() {
 void BrowserImpl::Destroy() {
   if (closing_) return;
   closing_ = true;
-  ResetDialog();
+  dialogs_.Reset();
   Engine* e = Engine::Get();
   if (!target_id_.empty() && !session_.empty())
     Cmd("Target.closeTarget", Json::object().set("targetId", target_id_), nullptr, std::string());
@@ -322,8 +322,7 @@ void BrowserImpl::Destroy() {
       self->request_handler_ = nullptr;
     }
     self->client_ = nullptr;
-    self->dialog_ = nullptr;
-    self->popup_decisions_.clear();
+    self->popups_.DropDecisions();
     eng->BrowserClosed(self.get());
   };
   if (container_) {
@@ -337,7 +336,7 @@ void BrowserImpl::Destroy() {
 
 void BrowserImpl::DropSessionState() {
   contexts_.Clear();
-  ResetDialog();
+  dialogs_.Reset();
   frames_.RemoveAllBut(target_id_);
 }
 

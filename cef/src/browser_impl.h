@@ -3,12 +3,13 @@
 #define VEXOR_CEF_SRC_BROWSER_IMPL_H_
 
 #include <atomic>
-#include <deque>
-#include <map>
+#include <functional>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
+#include "dialog_broker.h"
 #include "engine.h"
 #include "execution_contexts.h"
 #include "frame_impl.h"
@@ -17,11 +18,10 @@
 #include "include/cef_client.h"
 #include "json.h"
 #include "load_tracker.h"
+#include "popup_broker.h"
 #include "request_scope.h"
 
 namespace vexorcef {
-
-class JSDialogCallbackImpl;
 
 class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracker::Page {
  public:
@@ -154,7 +154,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
   void OfferDialog(const std::string& type, const std::string& origin_url,
                    const std::string& message, const std::string& default_text,
                    CefRefPtr<JSDialogCallbackImpl> cb);
-  void OnDialogClosed(const std::string& session = std::string(), const Json& params = Json());
+  void OnDialogClosed(const std::string& session, const Json& params);
   // popups,
   void OnWindowOpen(const std::string& session, const Json& params);
   // and the page script's and console's messages.
@@ -166,10 +166,11 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
   void OnScriptOpen(const std::string& frame_cdp_id, const Json& msg);
   void OnContextMenu(const std::string& frame_cdp_id, const Json& msg);
   void Destroy();
-  void ResetDialog();
   void DropSessionState();
   void NavigateHistory(int delta);
   void ReloadPage(bool ignore_cache);
+  // Lets a document popups_ held go on, or fails it.
+  void ReleaseHeld(const std::string& frame_id, bool fail);
 
   const int id_;
   CefRefPtr<CefClient> client_;
@@ -187,7 +188,6 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
   std::string target_id_;
   std::string session_;
   bool session_ready_ = false;  // its domains are on: the page ran past its debugger wait
-  std::string popup_session_;
   std::set<std::string> child_sessions_;
   bool created_ = false;
   bool closing_ = false;
@@ -196,30 +196,16 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracke
   bool blank_start_ = true;
   std::string pending_url_;
 
+  // What the browser keeps, by concern; only frames_ may be used off the UI thread.
   LoadTracker load_{*this};
-  FrameTree frames_{this};  // any thread
+  FrameTree frames_{this};
   ExecutionContexts contexts_;
+  DialogBroker dialogs_{this, [this] {
+    return client_ ? client_->GetJSDialogHandler() : nullptr;
+  }};
+  PopupBroker popups_;
 
-  CefRefPtr<JSDialogCallbackImpl> dialog_;
-  struct PopupDecision {
-    bool cancel;
-    CefWindowInfo info;
-    CefRefPtr<CefClient> client;
-  };
-  std::deque<PopupDecision> popup_decisions_;
-  std::deque<std::pair<std::string, std::string>> popup_waiting_;  // session, target
-
-  char16_t high_surrogate_ = 0;
-  // A document of a frame this browser does not know yet may be a popup's first load, which
-  // Chromium can pause on the opener's session before the popup is offered or attached.
-  // It waits here until the frame turns out to be an iframe or a popup (or for a while).
-  struct HeldDocument {
-    std::string session;
-    std::shared_ptr<Json> params;
-  };
-  std::map<std::string, HeldDocument> held_docs_;
-  std::map<std::string, bool> popup_refused_;  // popup target -> refused
-  void ReleaseHeld(const std::string& frame_id, bool fail);
+  char16_t high_surrogate_ = 0;  // of a key's character that comes in two halves
 
   std::mutex nav_mutex_;
   std::string approved_url_;  // a LoadURL the handler already allowed

@@ -155,7 +155,7 @@ void BrowserImpl::OnFrameStartedNavigating(const std::string& session, const Jso
   const std::optional<TransitionType> transition = load_.OnFrameStartedNavigating(params);
   if (!transition) return;
   const std::string frame_id = params["frameId"].str();
-  if (frame_id == target_id_ && dialog_) ResetDialog();
+  if (frame_id == target_id_) dialogs_.Reset();
   if (client_ && request_handler_) {
     CefRefPtr<CefRequest> req = new RequestImpl(
         params["url"].str(), "GET", std::string(),

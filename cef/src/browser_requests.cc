@@ -27,10 +27,10 @@ void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params
     auto shared = std::make_shared<Json>(params);
     Engine::Get()->PostUi([self, session, shared, frame_id] {
       const bool known = self->frames_.IsSubframe(frame_id);
-      self->held_docs_[frame_id] = HeldDocument{session, shared};
-      auto refused = self->popup_refused_.find(frame_id);
-      if (known || refused != self->popup_refused_.end()) {
-        self->ReleaseHeld(frame_id, !known && refused->second);
+      self->popups_.Hold(frame_id, {session, shared});
+      const std::optional<bool> refused = self->popups_.Refused(frame_id);
+      if (known || refused) {
+        self->ReleaseHeld(frame_id, !known && *refused);
         return;
       }
       Engine::Get()->PostUiDelayed(3000, [self, frame_id] { self->ReleaseHeld(frame_id, false); });
@@ -41,13 +41,11 @@ void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params
 }
 
 void BrowserImpl::ReleaseHeld(const std::string& frame_id, bool fail) {
-  auto it = held_docs_.find(frame_id);
-  if (it == held_docs_.end()) return;
-  HeldDocument held = it->second;
-  held_docs_.erase(it);
+  std::optional<PopupBroker::HeldDocument> released = popups_.Release(frame_id);
+  if (!released) return;
   std::shared_ptr<Connection> c = Engine::Get()->conn();
   CefRefPtr<BrowserImpl> self = this;
-  c->PostIo([self, held, fail, c] {
+  c->PostIo([self, held = *released, fail, c] {
     if (fail) {
       Json p = Json::object();
       p.set("requestId", (*held.params)["requestId"]);

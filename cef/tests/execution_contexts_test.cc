@@ -28,11 +28,13 @@ std::vector<std::string> UniqueIds(const ExecutionContexts& contexts) {
 TEST(ExecutionContextsTest, ContextsAreNumberedPerSessionAndOnlyDefaultWorldsAreDocuments) {
   ExecutionContexts contexts;
   contexts.Created("page", Context(1, "u1", "MAIN", true));
-  contexts.Created("page", Context(2, "u2", "MAIN", false));  // an isolated world
+  contexts.Created("page", Context(2, "u0", "MAIN", false));  // an isolated world
   contexts.Created("oopif", Context(1, "u3", "F", true));     // same number, other session
   EXPECT_EQ(contexts.FrameOf("page", 2), "MAIN");
   EXPECT_EQ(contexts.FrameOf("oopif", 1), "F");
   EXPECT_EQ(contexts.FrameOf("oopif", 2), "");
+  ASSERT_TRUE(contexts.DocumentOf("MAIN").has_value());
+  EXPECT_EQ(contexts.DocumentOf("MAIN")->unique_id, "u1");
   ASSERT_TRUE(contexts.DocumentOf("F").has_value());
   EXPECT_EQ(contexts.DocumentOf("F")->session, "oopif");
   EXPECT_EQ(UniqueIds(contexts), (std::vector<std::string>{"page:u1", "oopif:u3"}));
