@@ -1,4 +1,4 @@
-// Navigation and load tracking: what the load handler and history see of a page load.
+// Navigation, and what the client hears of the load state load_ keeps.
 #include "browser_impl.h"
 
 #include <algorithm>
