@@ -47,7 +47,7 @@ void BrowserImpl::OnDialogRequest(const std::string& session, const Json& params
     CefRefPtr<JSDialogCallbackImpl> answered = cb;
     if (Engine* e = Engine::Get()) {
       e->PostUi([self, answered] {
-        if (self->dialog_ == answered) self->OnDialogClosed();
+        if (self->dialogs_.IsOpen(answered.get())) self->dialogs_.Closed();
       });
     }
   };
@@ -89,51 +89,18 @@ void BrowserImpl::OfferDialog(const std::string& type, const std::string& origin
     cb->Abandon();
     return;
   }
-  if (dialog_) ResetDialog();  // a newer dialog replaced the old one
-  dialog_ = cb;
-  CefRefPtr<CefJSDialogHandler> h = client_ ? client_->GetJSDialogHandler() : nullptr;
-  if (type == "beforeunload") {
-    if (!h || !h->OnBeforeUnloadDialog(this, message, false, cb.get()))
-      cb->Continue(true, CefString());
-    return;
-  }
-  JSDialogType t = type == "alert" ? JSDIALOGTYPE_ALERT
-                   : type == "confirm" ? JSDIALOGTYPE_CONFIRM : JSDIALOGTYPE_PROMPT;
-  bool suppress = false;
-  if (!h || !h->OnJSDialog(this, origin_url, t, message, default_text, cb.get(), suppress)) {
-    cb->Continue(t == JSDIALOGTYPE_ALERT && !suppress, CefString());
-  }
+  dialogs_.Offer(type, origin_url, message, default_text, cb);
 }
-void BrowserImpl::OnDialogClosed(const std::string&, const Json&) {
-  if (!dialog_) return;
-  CefRefPtr<JSDialogCallbackImpl> cb = dialog_;
-  dialog_ = nullptr;
-  CefRefPtr<CefJSDialogHandler> h = client_ ? client_->GetJSDialogHandler() : nullptr;
-  if (!cb->answered()) {
-    cb->Abandon();
-    if (h) h->OnResetDialogState(this);
-  }
-  if (h) h->OnDialogClosed(this);
-}
+
+void BrowserImpl::OnDialogClosed(const std::string&, const Json&) { dialogs_.Closed(); }
 
 void BrowserImpl::DialogLost(JSDialogCallbackImpl* cb) {
   // Chromium dropped the dialog it was showing (a second one from another frame replaces
   // the first and then cannot be answered): the page would stay blocked, so reload it.
-  if (dialog_.get() != cb || closed_) return;
-  OnDialogClosed();
+  if (!dialogs_.IsOpen(cb) || closed_) return;
+  dialogs_.Closed();
   VLOG_WARNING("browser " << id_ << ": dialog could not be answered, reloading the page");
   Cmd("Page.reload", Json::object());
-}
-
-void BrowserImpl::ResetDialog() {
-  if (!dialog_) return;
-  CefRefPtr<JSDialogCallbackImpl> cb = dialog_;
-  dialog_ = nullptr;
-  if (cb->answered()) return;
-  cb->Abandon();
-  if (client_) {
-    if (CefRefPtr<CefJSDialogHandler> h = client_->GetJSDialogHandler()) h->OnResetDialogState(this);
-  }
 }
 
 }  // namespace vexorcef

@@ -20,17 +20,17 @@ BrowserImpl::BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInf
 BrowserImpl::~BrowserImpl() {}
 
 UiReleasedRef<CefRequestHandler> BrowserImpl::RequestHandler() {
-  std::lock_guard<std::mutex> l(frames_mutex_);
+  std::lock_guard<std::mutex> l(mutex_);
   return UiReleasedRef<CefRequestHandler>(request_handler_);
 }
 
 std::string BrowserImpl::TargetId() {
-  std::lock_guard<std::mutex> l(frames_mutex_);
+  std::lock_guard<std::mutex> l(mutex_);
   return target_id_;
 }
 
 void BrowserImpl::SetTargetId(const std::string& id) {
-  std::lock_guard<std::mutex> l(frames_mutex_);
+  std::lock_guard<std::mutex> l(mutex_);
   target_id_ = id;
 }
 
@@ -81,7 +81,6 @@ void BrowserImpl::Recreate() {
   SetTargetId(std::string());
   session_ready_ = false;
   blank_start_ = true;
-  history_floor_ = 1;
   Json p = Json::object();
   p.set("url", "about:blank");
   p.set("newWindow", true);
@@ -218,6 +217,7 @@ bool BrowserImpl::HasDocument() { return !session_.empty() && created_; }
 void BrowserImpl::HandleEvent(const std::string& session, const std::string& method,
                               const Json& params) {
   using Handler = void (BrowserImpl::*)(const std::string& session, const Json& params);
+  using LoadHandler = void (LoadTracker::*)(const Json& params);
   static const std::unordered_map<std::string, Handler> kHandlers = {
       {"Target.attachedToTarget", &BrowserImpl::OnChildAttached},
       {"Target.detachedFromTarget", &BrowserImpl::OnChildDetached},
@@ -227,16 +227,10 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
       {"Runtime.executionContextDestroyed", &BrowserImpl::OnContextDestroyed},
       {"Runtime.executionContextsCleared", &BrowserImpl::OnContextsCleared},
       {"Page.frameStartedNavigating", &BrowserImpl::OnFrameStartedNavigating},
-      {"Page.frameStartedLoading", &BrowserImpl::OnFrameStartedLoading},
-      {"Network.requestWillBeSent", &BrowserImpl::OnRequestWillBeSent},
-      {"Network.responseReceived", &BrowserImpl::OnResponseReceived},
-      {"Network.loadingFinished", &BrowserImpl::OnRequestDone},
-      {"Network.loadingFailed", &BrowserImpl::OnRequestDone},
       {"Page.frameNavigated", &BrowserImpl::OnFrameNavigated},
       {"Page.navigatedWithinDocument", &BrowserImpl::OnNavigatedWithinDocument},
       {"Page.domContentEventFired", &BrowserImpl::OnDomContentLoaded},
       {"Page.loadEventFired", &BrowserImpl::OnLoadEventFired},
-      {"Page.frameStoppedLoading", &BrowserImpl::OnFrameStoppedLoading},
       {"Page.javascriptDialogOpening", &BrowserImpl::OnDialogOpening},
       {"Page.javascriptDialogClosed", &BrowserImpl::OnDialogClosed},
       {"Page.windowOpen", &BrowserImpl::OnWindowOpen},
@@ -244,13 +238,26 @@ void BrowserImpl::HandleEvent(const std::string& session, const std::string& met
       {"Runtime.consoleAPICalled", &BrowserImpl::OnConsoleMessage},
       {"Runtime.exceptionThrown", &BrowserImpl::OnConsoleMessage},
   };
+  static const std::unordered_map<std::string, LoadHandler> kLoadHandlers = {
+      {"Page.frameStartedLoading", &LoadTracker::OnFrameStartedLoading},
+      {"Network.requestWillBeSent", &LoadTracker::OnRequestWillBeSent},
+      {"Network.responseReceived", &LoadTracker::OnResponseReceived},
+      {"Network.loadingFinished", &LoadTracker::OnRequestDone},
+      {"Network.loadingFailed", &LoadTracker::OnRequestDone},
+      {"Page.frameStoppedLoading", &LoadTracker::OnFrameStoppedLoading},
+  };
   if (closed_) return;
   // The engine's blank start page is no load of the application's.
   if (blank_start_ && session == session_ &&
       (method.compare(0, 5, "Page.") == 0 || method.compare(0, 8, "Network.") == 0))
     return;
   auto it = kHandlers.find(method);
-  if (it != kHandlers.end()) (this->*(it->second))(session, params);
+  if (it != kHandlers.end()) {
+    (this->*(it->second))(session, params);
+    return;
+  }
+  auto load = kLoadHandlers.find(method);
+  if (load != kLoadHandlers.end()) (load_.*(load->second))(params);
 }
 
 void BrowserImpl::CloseBrowser(bool force_close) {
@@ -260,7 +267,7 @@ void BrowserImpl::CloseBrowser(bool force_close) {
     if (!force_close && !self->session_.empty() && Engine::Get()->chromium_alive()) {
       // Unload handlers run first; the page's end arrives as the target going away. An open
       // dialog would hold them.
-      self->ResetDialog();
+      self->dialogs_.Reset();
       self->Cmd("Page.close", Json::object());
       return;
     }
@@ -292,7 +299,7 @@ void BrowserImpl::OnTargetGone() {
 void BrowserImpl::Destroy() {
   if (closing_) return;
   closing_ = true;
-  ResetDialog();
+  dialogs_.Reset();
   Engine* e = Engine::Get();
   if (!target_id_.empty() && !session_.empty())
     Cmd("Target.closeTarget", Json::object().set("targetId", target_id_), nullptr, std::string());
@@ -308,16 +315,14 @@ void BrowserImpl::Destroy() {
         h->OnBeforeClose(self.get());
     }
     self->closed_ = true;
+    self->frames_.Close();
     {
       // As in CEF, a closed browser lets go of its client.
-      std::lock_guard<std::mutex> l(self->frames_mutex_);
-      for (auto& f : self->frames_) f.second->Invalidate();
-      self->frames_.clear();
+      std::lock_guard<std::mutex> l(self->mutex_);
       self->request_handler_ = nullptr;
     }
     self->client_ = nullptr;
-    self->dialog_ = nullptr;
-    self->popup_decisions_.clear();
+    self->popups_.DropDecisions();
     eng->BrowserClosed(self.get());
   };
   if (container_) {
@@ -330,19 +335,9 @@ void BrowserImpl::Destroy() {
 }
 
 void BrowserImpl::DropSessionState() {
-  contexts_.clear();
-  context_ids_.clear();
-  doc_requests_.clear();
-  ResetDialog();
-  std::lock_guard<std::mutex> l(frames_mutex_);
-  for (auto it = frames_.begin(); it != frames_.end();) {
-    if (it->first != target_id_) {
-      it->second->Invalidate();
-      it = frames_.erase(it);
-    } else {
-      ++it;
-    }
-  }
+  contexts_.Clear();
+  dialogs_.Reset();
+  frames_.RemoveAllBut(target_id_);
 }
 
 void BrowserImpl::OnCrashed(TerminationStatus status) {
@@ -352,8 +347,7 @@ void BrowserImpl::OnCrashed(TerminationStatus status) {
     for (auto& s : child_sessions_) c->FailSession(s, "renderer gone");
   }
   DropSessionState();
-  error_frames_.clear();
-  SetLoading(false);
+  load_.PageGone();
   if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
 }
 
@@ -367,15 +361,11 @@ void BrowserImpl::OnChromiumGone(TerminationStatus status) {
   session_ready_ = false;
   chromium_window_ = 0;
   DropSessionState();
-  SetLoading(false);
+  load_.PageGone();
   // The handler may still read the main frame's address, to load it again.
   if (request_handler_) request_handler_->OnRenderProcessTerminated(this, status);
-  {
-    // A new page means new frames, the main one included.
-    std::lock_guard<std::mutex> l(frames_mutex_);
-    for (auto& f : frames_) f.second->Invalidate();
-    frames_.clear();
-  }
+  // A new page means new frames, the main one included.
+  frames_.Clear();
 }
 
 }  // namespace vexorcef

@@ -3,62 +3,27 @@
 #define VEXOR_CEF_SRC_BROWSER_IMPL_H_
 
 #include <atomic>
-#include <deque>
-#include <map>
+#include <functional>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
+#include "dialog_broker.h"
 #include "engine.h"
+#include "execution_contexts.h"
+#include "frame_impl.h"
+#include "frame_tree.h"
 #include "include/cef_browser.h"
 #include "include/cef_client.h"
 #include "json.h"
+#include "load_tracker.h"
+#include "popup_broker.h"
 #include "request_scope.h"
 
 namespace vexorcef {
 
-class BrowserImpl;
-
-class FrameImpl : public CefFrame {
- public:
-  FrameImpl(BrowserImpl* browser, const std::string& cdp_id, bool is_main);
-
-  bool IsValid() override { return valid_.load(); }
-  void LoadURL(const CefString& url) override;
-  void ExecuteJavaScript(const CefString& code, const CefString& script_url,
-                         int start_line) override;
-  bool IsMain() override { return is_main_; }
-  bool IsFocused() override;
-  CefString GetName() override;
-  int64 GetIdentifier() override { return id_; }
-  CefRefPtr<CefFrame> GetParent() override;
-  CefString GetURL() override;
-  CefRefPtr<CefBrowser> GetBrowser() override;
-
-  const std::string& cdp_id() const { return cdp_id_; }
-  void set_url(const std::string& url);
-  std::string url();
-  void set_name(const std::string& name);
-  void set_parent(const std::string& parent_cdp_id);
-  void Invalidate();
-
- private:
-  BrowserImpl* browser_;  // the browser owns its frames; cleared when it closes
-  const std::string cdp_id_;
-  const bool is_main_;
-  const int64 id_;
-  std::atomic<bool> valid_{true};
-  std::mutex mutex_;
-  std::string url_;
-  std::string name_;
-  std::string parent_cdp_id_;
-
-  IMPLEMENT_REFCOUNTING(FrameImpl);
-};
-
-class JSDialogCallbackImpl;
-
-class BrowserImpl : public CefBrowser, public CefBrowserHost {
+class BrowserImpl : public CefBrowser, public CefBrowserHost, private LoadTracker::Page {
  public:
   BrowserImpl(int id, CefRefPtr<CefClient> client, const CefWindowInfo& info, bool is_popup);
   ~BrowserImpl() override;
@@ -121,6 +86,7 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void AddRouterScript(const std::string& script);
   void LoadUrlInFrame(const std::string& url, const std::string& frame_cdp_id);
   void ExecuteInFrame(const std::string& frame_cdp_id, const std::string& code);
+  void EvaluateIn(const ExecutionContexts::Document& document, const std::string& expression);
   CefRefPtr<FrameImpl> FrameFor(const std::string& cdp_id);  // any thread; makes it if new
   std::string pending_url() const { return pending_url_; }
   // Any thread. The UI thread, the only writer, may read target_id_ directly.
@@ -155,18 +121,20 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   // the load as blocked.
   void ScreenUninterceptedPage(const std::string& url, TransitionType transition,
                                std::function<void(const std::string&)> go);
-  void RefreshHistory(std::function<void()> then);
-  void SetLoading(bool loading);
-  void FinishMainLoad();
-  void FinishRestoredLoad();
-  void FinishUnlessHistoryCommitted();
-  // A title the page reports (empty before any title of its own is no title), and the
-  // title the client is given.
-  void ReportPageTitle(const std::string& title);
-  void SetTitle(const std::string& title);
-  void ReportProgress(double p, bool force = false);
-  void ReportLoadError(const std::string& loader, const std::string& frame_cdp_id,
-                       const std::string& error_text, const std::string& url);
+  // LoadTracker::Page: what load_ decides goes to the client's load and display handlers.
+  const std::string& MainFrameId() const override { return target_id_; }
+  std::string MainFrameUrl() override;
+  void LoadingStateChanged(bool loading, bool can_go_back, bool can_go_forward) override;
+  void ProgressChanged(double progress) override;
+  void TitleChanged(const std::string& title) override;
+  void MainAddressChanged(const std::string& url) override;
+  void LoadStarted(const std::string& frame_id, TransitionType transition) override;
+  void LoadEnded(const std::string& frame_id, int http_status) override;
+  void LoadFailed(const std::string& frame_id, const std::string& error_text,
+                  const std::string& url) override;
+  void ReadHistory(std::function<void(std::optional<LoadTracker::HistoryPosition>)> answer)
+      override;
+  void ReadTitle(std::function<void(std::optional<std::string>)> answer) override;
   // Event handlers, by what they keep: the frame tree,
   void OnChildAttached(const std::string& session, const Json& params);
   void OnChildDetached(const std::string& session, const Json& params);
@@ -175,23 +143,18 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnContextCreated(const std::string& session, const Json& params);
   void OnContextDestroyed(const std::string& session, const Json& params);
   void OnContextsCleared(const std::string& session, const Json& params);
-  // load tracking,
+  // load tracking (load_ takes the rest),
   void OnFrameStartedNavigating(const std::string& session, const Json& params);
-  void OnFrameStartedLoading(const std::string& session, const Json& params);
-  void OnRequestWillBeSent(const std::string& session, const Json& params);
-  void OnResponseReceived(const std::string& session, const Json& params);
-  void OnRequestDone(const std::string& session, const Json& params);
   void OnFrameNavigated(const std::string& session, const Json& params);
   void OnNavigatedWithinDocument(const std::string& session, const Json& params);
   void OnDomContentLoaded(const std::string& session, const Json& params);
   void OnLoadEventFired(const std::string& session, const Json& params);
-  void OnFrameStoppedLoading(const std::string& session, const Json& params);
   // dialogs,
   void OnDialogOpening(const std::string& session, const Json& params);
   void OfferDialog(const std::string& type, const std::string& origin_url,
                    const std::string& message, const std::string& default_text,
                    CefRefPtr<JSDialogCallbackImpl> cb);
-  void OnDialogClosed(const std::string& session = std::string(), const Json& params = Json());
+  void OnDialogClosed(const std::string& session, const Json& params);
   // popups,
   void OnWindowOpen(const std::string& session, const Json& params);
   // and the page script's and console's messages.
@@ -203,14 +166,18 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   void OnScriptOpen(const std::string& frame_cdp_id, const Json& msg);
   void OnContextMenu(const std::string& frame_cdp_id, const Json& msg);
   void Destroy();
-  void ResetDialog();
   void DropSessionState();
   void NavigateHistory(int delta);
   void ReloadPage(bool ignore_cache);
+  // Lets a document popups_ held go on, or fails it.
+  void ReleaseHeld(const std::string& frame_id, bool fail);
 
   const int id_;
   CefRefPtr<CefClient> client_;
-  CefRefPtr<CefRequestHandler> request_handler_;  // under frames_mutex_ off the UI thread
+  // Written on the UI thread under mutex_, read under it on others: request_handler_ and
+  // target_id_.
+  std::mutex mutex_;
+  CefRefPtr<CefRequestHandler> request_handler_;
   UiReleasedRef<CefRequestHandler> RequestHandler();
   const RequestScope held_requests_;  // what Chromium holds for the handler; any thread
   CefWindowInfo window_info_;
@@ -221,75 +188,25 @@ class BrowserImpl : public CefBrowser, public CefBrowserHost {
   std::string target_id_;
   std::string session_;
   bool session_ready_ = false;  // its domains are on: the page ran past its debugger wait
-  std::string popup_session_;
   std::set<std::string> child_sessions_;
   bool created_ = false;
   bool closing_ = false;
   std::atomic<bool> closed_{false};
   // The about:blank a new page starts with is the engine's, not the application's.
   bool blank_start_ = true;
-  long long history_floor_ = 1;
-  long long history_index_ = 0;  // the current entry when the history was last read
   std::string pending_url_;
 
-  // Loading state.
-  bool loading_ = false;
-  bool can_back_ = false;
-  bool can_forward_ = false;
-  double progress_ = 0;
-  int subresources_started_ = 0;
-  int subresources_done_ = 0;
-  std::string title_;
-  bool title_since_commit_ = false;
-  // The main frame's current document: committed since the last navigation started, its
-  // load event seen, its stop waiting for that event, its load end reported; how many
-  // documents committed; whether the navigation under way goes through history.
-  bool main_committed_ = false;
-  bool main_load_event_ = false;
-  bool main_stop_pending_ = false;
-  bool main_finished_ = false;
-  long long main_commits_ = 0;
-  bool history_pending_ = false;
-  std::map<std::string, std::pair<std::string, std::string>> doc_requests_;  // id -> frame,url
-  std::set<std::string> failed_loaders_;
-  std::map<std::string, int> status_;  // frame -> main document's HTTP status
-  std::set<std::string> error_frames_;  // frames showing an error page
-  std::map<std::string, TransitionType> transition_;
+  // What the browser keeps, by concern; only frames_ may be used off the UI thread.
+  LoadTracker load_{*this};
+  FrameTree frames_{this};
+  ExecutionContexts contexts_;
+  DialogBroker dialogs_{this, [this] {
+    return client_ ? client_->GetJSDialogHandler() : nullptr;
+  }};
+  PopupBroker popups_;
 
-  // Execution contexts: uniqueId -> (session, frame, default world).
-  struct Context {
-    std::string session;
-    std::string frame;
-    bool is_default;
-  };
-  std::map<std::string, Context> contexts_;
-  std::map<std::pair<std::string, long long>, std::string> context_ids_;  // -> uniqueId
-  std::string focused_frame_;
+  char16_t high_surrogate_ = 0;  // of a key's character that comes in two halves
 
-  CefRefPtr<JSDialogCallbackImpl> dialog_;
-  struct PopupDecision {
-    bool cancel;
-    CefWindowInfo info;
-    CefRefPtr<CefClient> client;
-  };
-  std::deque<PopupDecision> popup_decisions_;
-  std::deque<std::pair<std::string, std::string>> popup_waiting_;  // session, target
-
-  char16_t high_surrogate_ = 0;
-  // A document of a frame this browser does not know yet may be a popup's first load, which
-  // Chromium can pause on the opener's session before the popup is offered or attached.
-  // It waits here until the frame turns out to be an iframe or a popup (or for a while).
-  struct HeldDocument {
-    std::string session;
-    std::shared_ptr<Json> params;
-  };
-  std::map<std::string, HeldDocument> held_docs_;
-  std::set<std::string> subframes_;  // iframes seen attached; under frames_mutex_
-  std::map<std::string, bool> popup_refused_;  // popup target -> refused
-  void ReleaseHeld(const std::string& frame_id, bool fail);
-
-  std::mutex frames_mutex_;
-  std::map<std::string, CefRefPtr<FrameImpl>> frames_;
   std::mutex nav_mutex_;
   std::string approved_url_;  // a LoadURL the handler already allowed
 

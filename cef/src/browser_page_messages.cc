@@ -14,17 +14,15 @@ void BrowserImpl::OnBindingCalled(const std::string& session, const Json& params
   bool ok = false;
   Json msg = Json::parse(params["payload"].str(), &ok);
   if (!ok || !msg.isObject()) return;
-  auto cit = context_ids_.find({session, params["executionContextId"].integer()});
-  std::string frame_id =
-      cit != context_ids_.end() ? contexts_[cit->second].frame : std::string();
+  std::string frame_id = contexts_.FrameOf(session, params["executionContextId"].integer());
   if (frame_id.empty() && session == session_) frame_id = target_id_;
   std::string kind = msg["k"].str();
   if (kind == "title") {
-    if (frame_id == target_id_) ReportPageTitle(msg["title"].str());
+    if (frame_id == target_id_) load_.OnPageTitle(msg["title"].str());
     return;
   }
   if (kind == "focus") {
-    focused_frame_ = frame_id;
+    frames_.SetFocused(frame_id);
     return;
   }
   if (kind == "ctx") {

@@ -1,5 +1,5 @@
 // Small engine objects a browser hands to the application: requests and their callbacks,
-// dialog callbacks, context menu parameters and model.
+// context menu parameters and model.
 #ifndef VEXOR_CEF_SRC_BROWSER_PARTS_H_
 #define VEXOR_CEF_SRC_BROWSER_PARTS_H_
 
@@ -14,7 +14,6 @@
 #include "browser_impl.h"
 #include "connection.h"
 #include "include/cef_context_menu_handler.h"
-#include "include/cef_jsdialog_handler.h"
 #include "include/cef_request.h"
 #include "include/cef_request_handler.h"
 #include "json.h"
@@ -223,32 +222,6 @@ inline TerminationStatus TerminationStatusFromText(const std::string& s) {
   return TS_ABNORMAL_TERMINATION;
 }
 
-
-// Answers one JavaScript dialog once, the way it was asked: Chromium's own dialog, or the
-// page script's question, whose page stays blocked until it has an answer.
-class JSDialogCallbackImpl : public CefJSDialogCallback {
- public:
-  using Answer = std::function<void(JSDialogCallbackImpl* cb, bool accept, const std::string& text)>;
-  JSDialogCallbackImpl(Answer answer, bool refuse_when_abandoned)
-      : answer_(std::move(answer)), refuse_when_abandoned_(refuse_when_abandoned) {}
-  void Continue(bool success, const CefString& user_input) override {
-    if (done_.exchange(true)) return;
-    answered_ = true;
-    answer_(this, success, user_input.ToString());
-  }
-  // The dialog went away without an answer (navigation, crash, close, a newer dialog).
-  void Abandon() {
-    if (!done_.exchange(true) && refuse_when_abandoned_) answer_(this, false, std::string());
-  }
-  bool answered() const { return answered_.load(); }
-
- private:
-  const Answer answer_;
-  const bool refuse_when_abandoned_;
-  std::atomic<bool> done_{false};
-  std::atomic<bool> answered_{false};
-  IMPLEMENT_REFCOUNTING(JSDialogCallbackImpl);
-};
 
 }  // namespace vexorcef
 

@@ -26,13 +26,8 @@ void BrowserImpl::OnWindowOpen(const std::string&, const Json& params) {
                                 settings, &no_js);
     }
   }
-  popup_decisions_.push_back(PopupDecision{cancel, info, popup_client});
-
-  if (!popup_waiting_.empty()) {
-    auto w = popup_waiting_.front();
-    popup_waiting_.pop_front();
-    OnPopupAttached(w.first, w.second);
-  }
+  if (std::optional<PopupBroker::Popup> waiting = popups_.Decided({cancel, info, popup_client}))
+    OnPopupAttached(waiting->session, waiting->target_id);
 }
 
 void BrowserImpl::OnScriptOpen(const std::string& frame_cdp_id, const Json& msg) {
@@ -57,16 +52,11 @@ void BrowserImpl::OnScriptOpen(const std::string& frame_cdp_id, const Json& msg)
 }
 
 void BrowserImpl::OnPopupAttached(const std::string& session, const std::string& target_id) {
-  if (popup_decisions_.empty()) {
-    popup_waiting_.push_back({session, target_id});
-    return;
-  }
-  PopupDecision d = popup_decisions_.front();
-  popup_decisions_.pop_front();
-  popup_refused_[target_id] = d.cancel;
-  ReleaseHeld(target_id, d.cancel);
-  if (d.cancel) SuppressPopup(session, target_id);
-  else Engine::Get()->CreateBrowser(d.info, d.client, std::string(), true, target_id, session);
+  std::optional<PopupBroker::Decision> d = popups_.Attached({session, target_id});
+  if (!d) return;  // it waits for the offer
+  ReleaseHeld(target_id, d->cancel);
+  if (d->cancel) SuppressPopup(session, target_id);
+  else Engine::Get()->CreateBrowser(d->info, d->client, std::string(), true, target_id, session);
 }
 
 void BrowserImpl::SuppressPopup(const std::string& session, const std::string& target_id) {

@@ -20,26 +20,17 @@ void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params
   }
   const std::string target = TargetId();
   std::string frame_id = params["frameId"].str();
-  bool known;
-  {
-    std::lock_guard<std::mutex> l(frames_mutex_);
-    known = subframes_.count(frame_id) > 0;
-  }
-  if (!known && frame_id != target && params["resourceType"].str() == "Document") {
+  if (!frames_.IsSubframe(frame_id) && frame_id != target && params["resourceType"].str() == "Document") {
     // A refused popup's first document can arrive here, before its own session exists.
     // The UI thread has seen the popup offer by now; it tells the two apart.
     CefRefPtr<BrowserImpl> self = this;
     auto shared = std::make_shared<Json>(params);
     Engine::Get()->PostUi([self, session, shared, frame_id] {
-      bool known;
-      {
-        std::lock_guard<std::mutex> l(self->frames_mutex_);
-        known = self->subframes_.count(frame_id) > 0;
-      }
-      self->held_docs_[frame_id] = HeldDocument{session, shared};
-      auto refused = self->popup_refused_.find(frame_id);
-      if (known || refused != self->popup_refused_.end()) {
-        self->ReleaseHeld(frame_id, !known && refused->second);
+      const bool known = self->frames_.IsSubframe(frame_id);
+      self->popups_.Hold(frame_id, {session, shared});
+      const std::optional<bool> refused = self->popups_.Refused(frame_id);
+      if (known || refused) {
+        self->ReleaseHeld(frame_id, !known && *refused);
         return;
       }
       Engine::Get()->PostUiDelayed(3000, [self, frame_id] { self->ReleaseHeld(frame_id, false); });
@@ -50,13 +41,11 @@ void BrowserImpl::OnRequestPaused(const std::string& session, const Json& params
 }
 
 void BrowserImpl::ReleaseHeld(const std::string& frame_id, bool fail) {
-  auto it = held_docs_.find(frame_id);
-  if (it == held_docs_.end()) return;
-  HeldDocument held = it->second;
-  held_docs_.erase(it);
+  std::optional<PopupBroker::HeldDocument> released = popups_.Release(frame_id);
+  if (!released) return;
   std::shared_ptr<Connection> c = Engine::Get()->conn();
   CefRefPtr<BrowserImpl> self = this;
-  c->PostIo([self, held, fail, c] {
+  c->PostIo([self, held = *released, fail, c] {
     if (fail) {
       Json p = Json::object();
       p.set("requestId", (*held.params)["requestId"]);
@@ -120,7 +109,7 @@ void BrowserImpl::OnNavigationStarting(const std::string& session, const Json& p
   Engine::Get()->conn()->Send("Page.stopLoading", Json::object(), session);
   CefRefPtr<BrowserImpl> self = this;
   Engine::Get()->PostUi([self, frame_id, url] {
-    self->ReportLoadError(std::string(), frame_id, "net::ERR_BLOCKED_BY_CLIENT", url);
+    self->load_.Fail(std::string(), frame_id, "net::ERR_BLOCKED_BY_CLIENT", url);
   });
 }
 

@@ -1,4 +1,5 @@
-// A frame of a browser, named by Chromium's frame id.
+#include "frame_impl.h"
+
 #include "browser_impl.h"
 
 #include <algorithm>

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "include/cef_browser.h"
+#include "include/cef_client.h"
 #include "include/cef_frame.h"
 #include "include/cef_jsdialog_handler.h"
 #include "include/cef_process_message.h"
