@@ -33,7 +33,7 @@ const QHash<QString, Syntax>& syntaxes()
         {"wait", {{1}}}, {"dump", {{1}}}, {"screenshot", {{1}}},
         {"expect-journal", {{1}}}, {"expect-log", {{1}}}, {"expect-value", {{2}}}, {"expect-pending", {{2}}},
         {"expect-view", {{1}}}, {"expect-no-view", {{1}}}, {"expect-enabled", {{1}}}, {"expect-disabled", {{1}}},
-        {"wait-for-enabled", {{1}}}, {"quit", {{0}}},
+        {"wait-for-enabled", {{1}}}, {"wait-for-value", {{2}}}, {"wait-for-pending", {{2}}}, {"quit", {{0}}},
     };
     return table;
 }
@@ -103,7 +103,7 @@ QString valueProblem(const ScriptCommand& c)
     if (!value)
         return QStringLiteral("unknown data value '%1'").arg(quoted(c.args[0]));
     const QString& text = c.args[1];
-    if (text == QLatin1String("invalid") || (c.name == QLatin1String("expect-pending") && text == QLatin1String("none")))
+    if (text == QLatin1String("invalid") || (c.name.endsWith(QLatin1String("-pending")) && text == QLatin1String("none")))
         return QString();
     QVariant parsed;
     QString reason;
@@ -195,7 +195,9 @@ bool parseScript(const QString& text, const QString& fileName, QVector<ScriptCom
                             .arg(n));
         }
         problem = numberProblem(command);
-        if (problem.isEmpty() && (command.name == QLatin1String("set") || command.name.startsWith(QLatin1String("expect-"))) && n == 2)
+        if (problem.isEmpty() && n == 2
+            && (command.name == QLatin1String("set") || command.name.startsWith(QLatin1String("expect-"))
+                || command.name.startsWith(QLatin1String("wait-for-"))))
             problem = valueProblem(command);
         if (!problem.isEmpty())
             return fail(problem);
@@ -269,6 +271,8 @@ QString scriptCommandHelp()
         "  expect-enabled \"LABEL\"    fail unless that view (the topmost) takes touches\n"
         "  expect-disabled \"LABEL\"   fail unless that view (the topmost) is disabled\n"
         "  wait-for-enabled \"LABEL\"  wait (up to 20 s) until that view (the topmost) takes touches\n"
+        "  wait-for-value NAME VALUE wait (up to 20 s) until the data value is VALUE (or 'invalid')\n"
+        "  wait-for-pending NAME VALUE  wait (up to 20 s) until the pending request is VALUE (or 'none')\n"
         "  quit                      stop here\n"
         "A script stops at its first failure; with --keep-going, failed expect-... and wait-for...\n"
         "lines are reported and the script goes on.\n");

@@ -31,7 +31,7 @@ namespace {
 
 // How long expect-journal waits for a record that has not come yet.
 constexpr int JournalPatienceMs = 5000;
-// How long wait-for waits for a view: pages load from a browser that may be starting.
+// How long wait-for waits for a view (pages load from a browser that may be starting) or a value.
 constexpr int ViewPatienceMs = 20000;
 
 } // namespace
@@ -145,6 +145,8 @@ bool ScriptRunner::execute(const ScriptCommand& c, int* waitMs)
             fail(c, error);
             return false;
         }
+    } else if (c.name == QLatin1String("wait-for-value") || c.name == QLatin1String("wait-for-pending")) {
+        return expectValue(c);
     } else if (c.name.startsWith(QLatin1String("wait-for"))) {
         return c.name == QLatin1String("wait-for-enabled") ? expectEnabled(c) : waitForView(c);
     } else if (c.name == QLatin1String("expect-journal")) {
@@ -487,23 +489,24 @@ bool ScriptRunner::expectValue(const ScriptCommand& c)
 {
     DataValue* value = DataValueRegistry::find(c.args[0]);
     const QString& wanted = c.args[1];
+    const bool pending = c.name.endsWith(QLatin1String("-pending"));
     QString actual;
-    bool matches;
-    {
+    const auto matches = [&] {
         DataValue::ConditionalLocker lock(*value);
-        if (c.name == QLatin1String("expect-pending")) {
+        if (pending) {
             actual = value->hasPending() ? value->textOf(value->pendingVariant()) : QStringLiteral("none");
-            matches = actual == wanted || (value->hasPending() && wanted != QLatin1String("none")
-                                           && sameValue(value, value->pendingVariant(), wanted));
-        } else {
-            actual = value->isValid() ? value->textOf(value->variant()) : QStringLiteral("invalid");
-            matches = wanted == QLatin1String("invalid") ? !value->isValid()
-                                                          : value->isValid() && sameValue(value, value->variant(), wanted);
+            return actual == wanted
+                || (value->hasPending() && wanted != QLatin1String("none") && sameValue(value, value->pendingVariant(), wanted));
         }
-    }
-    if (!matches) {
-        fail(c, QStringLiteral("expected %1 %2 to be %3, it is %4")
-                    .arg(c.name == QLatin1String("expect-pending") ? "the pending value of" : "", c.args[0], quoted(wanted), quoted(actual))
+        actual = value->isValid() ? value->textOf(value->variant()) : QStringLiteral("invalid");
+        return wanted == QLatin1String("invalid") ? !value->isValid()
+                                                  : value->isValid() && sameValue(value, value->variant(), wanted);
+    };
+    const bool waits = c.name.startsWith(QLatin1String("wait-for"));
+    if (waits ? !waitUntil(matches, ViewPatienceMs) : !matches()) {
+        fail(c, QStringLiteral("expected %1 %2 to be %3%4, it is %5")
+                    .arg(pending ? "the pending value of" : "", c.args[0], quoted(wanted),
+                         waits ? QStringLiteral(" within %1 s").arg(ViewPatienceMs / 1000) : QString(), quoted(actual))
                     .simplified());
         return false;
     }

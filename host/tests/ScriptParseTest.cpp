@@ -66,6 +66,10 @@ TEST(ScriptParse, TouchAndExpectationCommandsCheckTheirArguments)
                     .startsWith("s.txt:2: 'sometimes' is not a bool value for GUI_developerMode"));
     EXPECT_EQ(parseError("expect-value VAPI_gear fast\n"), "s.txt:1: 'fast' is not an int value for VAPI_gear: expected a whole number (decimal, or hex with 0x)");
     EXPECT_EQ(parseError("expect-pending GUI_warpDrive none\n"), "s.txt:1: unknown data value 'GUI_warpDrive'");
+    EXPECT_EQ(parseError("wait-for-pending GUI_warpDrive none\n"), "s.txt:1: unknown data value 'GUI_warpDrive'");
+    EXPECT_EQ(parseError("wait-for-value VAPI_gear fast\n"), "s.txt:1: 'fast' is not an int value for VAPI_gear: expected a whole number (decimal, or hex with 0x)");
+    EXPECT_EQ(parseError("wait-for-value VAPI_gear none\n"), "s.txt:1: 'none' is not an int value for VAPI_gear: expected a whole number (decimal, or hex with 0x)");
+    EXPECT_EQ(parseError("wait-for-value VAPI_gear\n"), "s.txt:1: 'wait-for-value' takes 2 argument(s), found 1");
 }
 
 TEST(ScriptParse, TouchesTakeTimeAndOneFingerIsDownAtATime)
