@@ -10,32 +10,72 @@
 #include <QTimer>
 #include <QVariantAnimation>
 
+struct DisplayView::Private {
+    explicit Private(DisplayView* parent)
+        : parentView(parent)
+    {
+    }
+
+    DisplayView* parentView;
+    QVector<DisplayView*> children;
+    QRect geometry;
+    Padding margin;
+    bool visible = true;
+    bool enabled = true;
+    bool autoResizeToParent = false;
+    QRect autoResizePercent{0, 0, 100, 100};
+    bool touchTransparent = false;
+    bool geometryDeferred = false;
+    QVariantAnimation* animation = nullptr;
+};
+
 DisplayView::DisplayView(DisplayView* parent)
     : QObject(parent)
-    , mParentView(parent)
+    , d(std::make_unique<Private>(parent))
 {
-    if (mParentView) {
-        mParentView->mChildren.append(this);
-        mParentView->update();
+    if (d->parentView) {
+        d->parentView->d->children.append(this);
+        d->parentView->update();
     }
 }
 
 DisplayView::~DisplayView()
 {
     ViewHost::viewDestroyed(this);
-    if (mParentView) {
-        mParentView->mChildren.removeAll(this);
-        mParentView->update();
+    if (d->parentView) {
+        d->parentView->d->children.removeAll(this);
+        d->parentView->update();
     }
     // Children are QObject children and die with us; keep them from touching us meanwhile.
-    for (DisplayView* child : qAsConst(mChildren))
-        child->mParentView = nullptr;
+    for (DisplayView* child : qAsConst(d->children))
+        child->d->parentView = nullptr;
+}
+
+DisplayView* DisplayView::parentView() const
+{
+    return d->parentView;
+}
+
+const QVector<DisplayView*>& DisplayView::childViews() const
+{
+    return d->children;
+}
+
+QRect DisplayView::geometry() const
+{
+    settle();
+    return d->geometry;
+}
+
+QRect DisplayView::unsettledGeometry() const
+{
+    return d->geometry;
 }
 
 QPoint DisplayView::mapToRoot(const QPoint& local) const
 {
     QPoint p = local;
-    for (const DisplayView* v = this; v; v = v->mParentView)
+    for (const DisplayView* v = this; v; v = v->d->parentView)
         p += v->geometry().topLeft();
     return p;
 }
@@ -47,25 +87,36 @@ QRect DisplayView::rootGeometry() const
 
 void DisplayView::deferGeometry()
 {
-    if (mGeometryDeferred)
+    if (d->geometryDeferred)
         return;
-    mGeometryDeferred = true;
-    if (mParentView)
-        mParentView->childGeometryDeferred(this);
+    d->geometryDeferred = true;
+    if (d->parentView)
+        d->parentView->childGeometryDeferred(this);
+}
+
+bool DisplayView::geometryDeferred() const
+{
+    return d->geometryDeferred;
 }
 
 void DisplayView::childGeometryDeferred(DisplayView*)
 {
 }
 
+void DisplayView::settle() const
+{
+    if (d->geometryDeferred || (d->parentView && d->parentView->d->geometryDeferred))
+        settleDeferred();
+}
+
 void DisplayView::settleDeferred() const
 {
     // Settling works out what the geometry already is, so a read may do it.
     auto* self = const_cast<DisplayView*>(this);
-    if (mParentView && mParentView->mGeometryDeferred)
-        mParentView->settleDeferred();
-    if (mGeometryDeferred) {
-        self->mGeometryDeferred = false;
+    if (d->parentView && d->parentView->d->geometryDeferred)
+        d->parentView->settleDeferred();
+    if (d->geometryDeferred) {
+        self->d->geometryDeferred = false;
         self->settleGeometry();
     }
 }
@@ -73,9 +124,9 @@ void DisplayView::settleDeferred() const
 void DisplayView::settleShownTree()
 {
     settle();
-    const QVector<DisplayView*> children = mChildren;
+    const QVector<DisplayView*> children = d->children;
     for (DisplayView* child : children) {
-        if (child->mVisible)
+        if (child->d->visible)
             child->settleShownTree();
     }
 }
@@ -83,7 +134,7 @@ void DisplayView::settleShownTree()
 void DisplayView::moveTo(int x, int y, int easeType, int timeMs, int delayMs)
 {
     settle();
-    QRect target = mAnimation ? mAnimation->endValue().toRect() : mGeometry;
+    QRect target = d->animation ? d->animation->endValue().toRect() : d->geometry;
     target.moveTo(x, y);
     animateTo(target, easeType, timeMs, delayMs);
 }
@@ -91,7 +142,7 @@ void DisplayView::moveTo(int x, int y, int easeType, int timeMs, int delayMs)
 void DisplayView::resize(int width, int height, int easeType, int timeMs, int delayMs)
 {
     settle();
-    QRect target = mAnimation ? mAnimation->endValue().toRect() : mGeometry;
+    QRect target = d->animation ? d->animation->endValue().toRect() : d->geometry;
     target.setSize(QSize(qMax(0, width), qMax(0, height)));
     animateTo(target, easeType, timeMs, delayMs);
 }
@@ -104,18 +155,18 @@ void DisplayView::setGeometry(const QRect& geometry)
 void DisplayView::animateTo(const QRect& target, int easeType, int timeMs, int delayMs)
 {
     settle();
-    if (mAnimation) {
-        mAnimation->stop();
-        mAnimation->deleteLater();
-        mAnimation = nullptr;
+    if (d->animation) {
+        d->animation->stop();
+        d->animation->deleteLater();
+        d->animation = nullptr;
     }
     if (easeType == Linear && timeMs <= 0 && delayMs <= 0) {
         applyGeometry(target);
         return;
     }
     auto* animation = new QVariantAnimation(this);
-    mAnimation = animation;
-    animation->setStartValue(mGeometry);
+    d->animation = animation;
+    animation->setStartValue(d->geometry);
     animation->setEndValue(target);
     animation->setDuration(qMax(1, timeMs));
     switch (easeType) {
@@ -127,8 +178,8 @@ void DisplayView::animateTo(const QRect& target, int easeType, int timeMs, int d
     connect(animation, &QVariantAnimation::valueChanged, this, [this](const QVariant& v) { applyGeometry(v.toRect()); });
     connect(animation, &QVariantAnimation::finished, this, [this, animation, target] {
         applyGeometry(target);
-        if (mAnimation == animation)
-            mAnimation = nullptr;
+        if (d->animation == animation)
+            d->animation = nullptr;
         animation->deleteLater();
     });
     if (delayMs > 0)
@@ -139,12 +190,12 @@ void DisplayView::animateTo(const QRect& target, int easeType, int timeMs, int d
 
 void DisplayView::applyGeometry(const QRect& target)
 {
-    const QRect old = mGeometry;
+    const QRect old = d->geometry;
     if (old == target)
         return;
-    mGeometry = target;
-    if (mParentView)
-        mParentView->update();
+    d->geometry = target;
+    if (d->parentView)
+        d->parentView->update();
     update();
     if (old.topLeft() != target.topLeft())
         emit moved(this);
@@ -157,40 +208,50 @@ void DisplayView::applyGeometry(const QRect& target)
 
 void DisplayView::setAutoResizeToParent(bool on)
 {
-    mAutoResizeToParent = on;
+    d->autoResizeToParent = on;
     if (on)
         parentResized();
 }
 
 void DisplayView::setAutoResizeToParent(const QRect& percent)
 {
-    mAutoResizePercent = percent;
+    d->autoResizePercent = percent;
     setAutoResizeToParent(true);
+}
+
+bool DisplayView::autoResizeToParent() const
+{
+    return d->autoResizeToParent;
 }
 
 void DisplayView::parentResized()
 {
-    if (!mParentView)
+    if (!d->parentView)
         return;
-    const Padding m = mParentView->mMargin;
-    const int width = mParentView->width() - m.left - m.right;
-    const int height = mParentView->height() - m.top - m.bottom;
-    const QRect& p = mAutoResizePercent;
+    const Padding m = d->parentView->d->margin;
+    const int width = d->parentView->width() - m.left - m.right;
+    const int height = d->parentView->height() - m.top - m.bottom;
+    const QRect& p = d->autoResizePercent;
     setGeometry(QRect(m.left + width * p.x() / 100, m.top + height * p.y() / 100, width * p.width() / 100,
                       height * p.height() / 100));
 }
 
+Padding DisplayView::layoutMargin() const
+{
+    return d->margin;
+}
+
 void DisplayView::setLayoutMargin(const Padding& margin)
 {
-    mMargin = margin;
+    d->margin = margin;
     fitAutoResizedChildren();
     resized();
 }
 
 void DisplayView::fitAutoResizedChildren()
 {
-    for (DisplayView* child : qAsConst(mChildren)) {
-        if (child->mAutoResizeToParent)
+    for (DisplayView* child : qAsConst(d->children)) {
+        if (child->d->autoResizeToParent)
             child->parentResized();
     }
 }
@@ -201,23 +262,28 @@ void DisplayView::resized()
 
 void DisplayView::show(bool visible)
 {
-    if (mVisible == visible)
+    if (d->visible == visible)
         return;
-    mVisible = visible;
+    d->visible = visible;
     if (!visible)
         ViewHost::viewWithdrawn(this);
     else if (isShown())
         settleShownTree();
-    if (mParentView)
-        mParentView->update();
+    if (d->parentView)
+        d->parentView->update();
     update();
     emit visibilityChanged(this);
 }
 
+bool DisplayView::isVisible() const
+{
+    return d->visible;
+}
+
 bool DisplayView::isShown() const
 {
-    for (const DisplayView* v = this; v; v = v->mParentView) {
-        if (!v->mVisible)
+    for (const DisplayView* v = this; v; v = v->d->parentView) {
+        if (!v->d->visible)
             return false;
     }
     return true;
@@ -225,9 +291,9 @@ bool DisplayView::isShown() const
 
 void DisplayView::enable(bool on, bool redraw)
 {
-    if (mEnabled == on)
+    if (d->enabled == on)
         return;
-    mEnabled = on;
+    d->enabled = on;
     if (!on)
         ViewHost::viewWithdrawn(this);
     if (redraw)
@@ -238,10 +304,15 @@ void DisplayView::enable(bool on, bool redraw)
         emit disabled(this);
 }
 
+bool DisplayView::isEnabled() const
+{
+    return d->enabled;
+}
+
 bool DisplayView::isEffectivelyEnabled() const
 {
-    for (const DisplayView* v = this; v; v = v->mParentView) {
-        if (!v->mEnabled)
+    for (const DisplayView* v = this; v; v = v->d->parentView) {
+        if (!v->d->enabled)
             return false;
     }
     return true;
@@ -272,7 +343,7 @@ bool DisplayView::takesOverTouch(const QPoint&) const
 
 bool DisplayView::isChildOf(const DisplayView* ancestor) const
 {
-    for (const DisplayView* v = this; v; v = v->mParentView) {
+    for (const DisplayView* v = this; v; v = v->d->parentView) {
         if (v == ancestor)
             return true;
     }
@@ -298,13 +369,18 @@ bool DisplayView::hasKeyFocus() const
     return ViewHost::keyFocus() == this;
 }
 
+void DisplayView::setTouchTransparent(bool on)
+{
+    d->touchTransparent = on;
+}
+
 DisplayView* DisplayView::viewAt(const QPoint& local)
 {
-    if (!mVisible || !mEnabled || mTouchTransparent || !rect().contains(local))
+    if (!d->visible || !d->enabled || d->touchTransparent || !rect().contains(local))
         return nullptr;
     // Later children are painted on top, so they are hit first.
-    for (int i = mChildren.size() - 1; i >= 0; --i) {
-        DisplayView* child = mChildren[i];
+    for (int i = d->children.size() - 1; i >= 0; --i) {
+        DisplayView* child = d->children[i];
         if (DisplayView* hit = child->viewAt(local - child->geometry().topLeft()))
             return hit;
     }

@@ -8,11 +8,12 @@
 #include <QRect>
 #include <QVector>
 
+#include <memory>
+
 class DataValue;
 class QJsonObject;
 class QPainter;
 class QKeyEvent;
-class QVariantAnimation;
 
 // One press, move or release of a finger, in the receiving view's coordinates. Cancel ends a
 // touch without a release: a scrolling ancestor took the finger over.
@@ -33,19 +34,19 @@ public:
     explicit DisplayView(DisplayView* parent = nullptr);
     ~DisplayView() override;
 
-    DisplayView* parentView() const { return mParentView; }
-    const QVector<DisplayView*>& childViews() const { return mChildren; }
+    DisplayView* parentView() const;
+    const QVector<DisplayView*>& childViews() const;
     // True for the view itself and anything below it.
     bool isChildOf(const DisplayView* ancestor) const;
 
     // Geometry in parent coordinates. Right and bottom are inclusive, as in QRect. Geometry a
     // view deferred (see deferGeometry) is settled first.
-    QRect geometry() const { settle(); return mGeometry; }
-    int x() const { settle(); return mGeometry.x(); }
-    int y() const { settle(); return mGeometry.y(); }
-    int width() const { settle(); return mGeometry.width(); }
-    int height() const { settle(); return mGeometry.height(); }
-    QRect rect() const { settle(); return QRect(QPoint(0, 0), mGeometry.size()); }
+    QRect geometry() const;
+    int x() const { return geometry().x(); }
+    int y() const { return geometry().y(); }
+    int width() const { return geometry().width(); }
+    int height() const { return geometry().height(); }
+    QRect rect() const { return QRect(QPoint(0, 0), geometry().size()); }
     QPoint mapToRoot(const QPoint& local) const;
     QRect rootGeometry() const;
 
@@ -58,22 +59,22 @@ public:
     // Follows the parent's size within its margins, taking the part given in percent of it:
     // (0, 0, 100, 100) fills it, (50, 0, 50, 100) is its right half.
     void setAutoResizeToParent(const QRect& percent);
-    bool autoResizeToParent() const { return mAutoResizeToParent; }
+    bool autoResizeToParent() const;
 
     void show(bool visible = true);
     void hide() { show(false); }
-    bool isVisible() const { return mVisible; }
+    bool isVisible() const;
     // Visible itself and through every ancestor.
     bool isShown() const;
 
     // Sets the enabled state to `on`; disable() is enable(false).
     void enable(bool on = true, bool redraw = true);
     void disable(bool redraw = true) { enable(false, redraw); }
-    bool isEnabled() const { return mEnabled; }
+    bool isEnabled() const;
     // Enabled itself and through every ancestor.
     bool isEffectivelyEnabled() const;
 
-    Padding layoutMargin() const { return mMargin; }
+    Padding layoutMargin() const;
     void setLayoutMargin(const Padding& margin);
 
     // Paints this view only, in local coordinates; the display paints children afterwards.
@@ -96,7 +97,7 @@ public:
     // The deepest shown, enabled view under a point of this view's coordinates.
     DisplayView* viewAt(const QPoint& local);
     // A view drawn over others that touches go through (with its children), as if it were not there.
-    void setTouchTransparent(bool on) { mTouchTransparent = on; }
+    void setTouchTransparent(bool on);
 
     // A short text that tells this view apart in dumps and scripts (label or title).
     virtual QString describe() const { return QString(); }
@@ -117,10 +118,10 @@ protected:
     // children placed): settleGeometry() runs before the geometry of this view or of a child is
     // next read or changed, and when the view is shown.
     void deferGeometry();
-    bool geometryDeferred() const { return mGeometryDeferred; }
+    bool geometryDeferred() const;
     virtual void settleGeometry() {}
     // The geometry as it stands, nothing settled: for a view working out its own.
-    QRect unsettledGeometry() const { return mGeometry; }
+    QRect unsettledGeometry() const;
     // A child deferred its geometry: its size may change once it settles.
     virtual void childGeometryDeferred(DisplayView* child);
 
@@ -132,11 +133,7 @@ signals:
     void visibilityChanged(DisplayView* view);
 
 private:
-    void settle() const
-    {
-        if (mGeometryDeferred || (mParentView && mParentView->mGeometryDeferred))
-            settleDeferred();
-    }
+    void settle() const;
     void settleDeferred() const;
     void settleShownTree();
     void applyGeometry(const QRect& target);
@@ -144,15 +141,7 @@ private:
     void parentResized();
     void fitAutoResizedChildren();
 
-    DisplayView* mParentView;
-    QVector<DisplayView*> mChildren;
-    QRect mGeometry;
-    Padding mMargin;
-    bool mVisible = true;
-    bool mEnabled = true;
-    bool mAutoResizeToParent = false;
-    QRect mAutoResizePercent{0, 0, 100, 100};
-    bool mTouchTransparent = false;
-    bool mGeometryDeferred = false;
-    QVariantAnimation* mAnimation = nullptr;
+    // Behind a pointer: plug-ins built against this class keep working when a field changes.
+    struct Private;
+    std::unique_ptr<Private> d;
 };
