@@ -1,9 +1,20 @@
 #include "views/DropDownPickerStringTableModel.h"
 
+struct DropDownPickerStringTableModel::Private {
+    QStringList choices;
+};
+
 DropDownPickerStringTableModel::DropDownPickerStringTableModel(const QStringList& choices, QObject* parent)
     : TableModel(parent)
-    , mChoices(choices)
+    , d(std::make_unique<Private>(Private{choices}))
 {
+}
+
+DropDownPickerStringTableModel::~DropDownPickerStringTableModel() = default;
+
+QStringList DropDownPickerStringTableModel::choices() const
+{
+    return d->choices;
 }
 
 int DropDownPickerStringTableModel::sectionCount(void* parent)
@@ -13,12 +24,12 @@ int DropDownPickerStringTableModel::sectionCount(void* parent)
 
 int DropDownPickerStringTableModel::sectionItemCount(const TableModelIndex& index)
 {
-    return !index.path() && index.section() == 1 ? mChoices.size() : 0;
+    return !index.path() && index.section() == 1 ? d->choices.size() : 0;
 }
 
 QVariant DropDownPickerStringTableModel::item(const TableModelIndex& index)
 {
-    if (index.path() || index.section() != 1 || index.row() < 0 || index.row() >= mChoices.size())
+    if (index.path() || index.section() != 1 || index.row() < 0 || index.row() >= d->choices.size())
         return QVariant();
-    return mChoices.at(index.row());
+    return d->choices.at(index.row());
 }

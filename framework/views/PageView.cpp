@@ -3,26 +3,49 @@
 #include <QJsonObject>
 #include <QTimer>
 
+struct PageView::Private {
+    QString title;
+    bool loaded = false;
+    bool active = false;
+};
+
 PageView::PageView(DisplayView* parent, const QString& title)
     : DisplayView(parent)
-    , mTitle(title)
+    , d(std::make_unique<Private>(Private{title}))
 {
     setObjectName(title);
 }
 
+PageView::~PageView() = default;
+
+QString PageView::title() const
+{
+    return d->title;
+}
+
+bool PageView::isLoaded() const
+{
+    return d->loaded;
+}
+
+QString PageView::describe() const
+{
+    return d->title;
+}
+
 void PageView::setTitle(const QString& title)
 {
-    mTitle = title;
+    d->title = title;
     update();
 }
 
 void PageView::pageShown()
 {
-    if (mActive)
+    if (d->active)
         return;
-    mActive = true;
-    if (!mLoaded) {
-        mLoaded = true;
+    d->active = true;
+    if (!d->loaded) {
+        d->loaded = true;
         doPageLoad();
     }
     connect(SecondTicker::instance(), &SecondTicker::tick, this, &PageView::tick1s, Qt::UniqueConnection);
@@ -31,17 +54,17 @@ void PageView::pageShown()
 
 void PageView::pageHidden()
 {
-    if (!mActive)
+    if (!d->active)
         return;
-    mActive = false;
+    d->active = false;
     disconnect(SecondTicker::instance(), &SecondTicker::tick, this, &PageView::tick1s);
     emit hidden();
 }
 
 void PageView::dumpProperties(QJsonObject& out) const
 {
-    out.insert(QStringLiteral("title"), mTitle);
-    out.insert(QStringLiteral("loaded"), mLoaded);
+    out.insert(QStringLiteral("title"), d->title);
+    out.insert(QStringLiteral("loaded"), d->loaded);
 }
 
 SecondTicker::SecondTicker()

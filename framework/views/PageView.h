@@ -4,22 +4,25 @@
 
 #include <QString>
 
+#include <memory>
+
 // A page of a MultiPageView. Its content is built once, by doPageLoad(), the first time the
 // page is shown, from the state of that moment. While shown it gets tick1s() every second.
 class ORVANE_EXPORT PageView : public DisplayView {
     Q_OBJECT
 public:
     PageView(DisplayView* parent, const QString& title);
+    ~PageView() override;
 
-    QString title() const { return mTitle; }
+    QString title() const;
     void setTitle(const QString& title);
-    bool isLoaded() const { return mLoaded; }
+    bool isLoaded() const;
 
     // Called by the page's container as the page comes into or out of view.
     void pageShown();
     void pageHidden();
 
-    QString describe() const override { return mTitle; }
+    QString describe() const override;
     void dumpProperties(QJsonObject& out) const override;
 
 signals:
@@ -33,9 +36,8 @@ protected:
     virtual void doPageLoad() {}
 
 private:
-    QString mTitle;
-    bool mLoaded = false;
-    bool mActive = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
 
 // The framework's one-second clock, shared by every page.

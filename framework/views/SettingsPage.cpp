@@ -6,15 +6,38 @@
 #include "views/LayoutView.h"
 #include "views/SlideSwitch.h"
 
+struct SettingsPage::Private {
+    explicit Private(SettingsPage* page)
+        : mainLayout(new VerticalLayout(page, "SettingsMainLayout"))
+        , scroller(new KineticScroller(page))
+    {
+    }
+
+    LayoutView* mainLayout;
+    LayoutView* current = nullptr;
+    KineticScroller* scroller;
+};
+
 SettingsPage::SettingsPage(DisplayView* parent, const QString& title)
     : PageView(parent, title)
-    , mMainLayout(new VerticalLayout(this, "SettingsMainLayout"))
-    , mScroller(new KineticScroller(this))
+    , d(std::make_unique<Private>(this))
 {
     // The layout takes the height of its content; the page shows the part scrolled to.
-    connect(mMainLayout, qOverload<DisplayView*>(&DisplayView::resized), this, &SettingsPage::updateScrollBounds);
-    connect(mScroller, &KineticScroller::offsetChanged, mMainLayout,
-            [this](const QPointF& offset) { mMainLayout->moveTo(0, -qRound(offset.y())); });
+    connect(d->mainLayout, qOverload<DisplayView*>(&DisplayView::resized), this, &SettingsPage::updateScrollBounds);
+    connect(d->scroller, &KineticScroller::offsetChanged, d->mainLayout,
+            [this](const QPointF& offset) { d->mainLayout->moveTo(0, -qRound(offset.y())); });
+}
+
+SettingsPage::~SettingsPage() = default;
+
+LayoutView* SettingsPage::mainLayout() const
+{
+    return d->mainLayout;
+}
+
+KineticScroller* SettingsPage::scroller() const
+{
+    return d->scroller;
 }
 
 void SettingsPage::resized()
@@ -25,63 +48,63 @@ void SettingsPage::resized()
 
 void SettingsPage::updateScrollBounds()
 {
-    mScroller->setBounds(QPointF(0, 0), QPointF(0, qMax(0, mMainLayout->height() - height())));
+    d->scroller->setBounds(QPointF(0, 0), QPointF(0, qMax(0, d->mainLayout->height() - height())));
 }
 
 bool SettingsPage::touchEvent(const TouchEvent& event)
 {
-    mScroller->touch(event);
+    d->scroller->touch(event);
     return true;
 }
 
 bool SettingsPage::takesOverTouch(const QPoint& movedBy) const
 {
-    return mScroller->takesOverVertical(movedBy);
+    return d->scroller->takesOverVertical(movedBy);
 }
 
 LayoutView* SettingsPage::addRow(const QString& style)
 {
-    mCurrent = new HorizontalLayout(mMainLayout, Style(style));
-    return mCurrent;
+    d->current = new HorizontalLayout(d->mainLayout, Style(style));
+    return d->current;
 }
 
 LayoutView* SettingsPage::addLayout(const Style& style)
 {
-    mCurrent = new VerticalLayout(mMainLayout, style);
-    return mCurrent;
+    d->current = new VerticalLayout(d->mainLayout, style);
+    return d->current;
 }
 
 LayoutView* SettingsPage::currentLayout()
 {
-    return mCurrent ? mCurrent : addRow();
+    return d->current ? d->current : addRow();
 }
 
 LabelView* SettingsPage::addMainLabel(const QString& text, bool newLine)
 {
     if (!newLine)
         return new LabelView(currentLayout(), "SettingsMainLabel", text);
-    mCurrent = nullptr;
-    return new LabelView(mMainLayout, "SettingsMainLabel", text);
+    d->current = nullptr;
+    return new LabelView(d->mainLayout, "SettingsMainLabel", text);
 }
 
 SlideSwitch* SettingsPage::addSwitch(const QString& label, DataValue* value, const QStringList& positions)
 {
     if (!value)
         Logger(this, "ERROR") << "switch" << label << "has no data value - it works unbound";
-    const bool inGrid = mCurrent && mCurrent->direction() == LayoutView::Direction::Grid;
-    LayoutView* row = inGrid ? mCurrent : addRow();
+    const bool inGrid = d->current && d->current->direction() == LayoutView::Direction::Grid;
+    LayoutView* row = inGrid ? d->current : addRow();
     new LabelView(row, "SettingsRowLabel", label);
     auto* slide = new SlideSwitch(row, positions.isEmpty() ? QStringList{QStringLiteral("OFF"), QStringLiteral("ON")} : positions,
                                   value, "SettingsSlideSwitch");
     // The next switch gets a row of its own too.
     if (!inGrid)
-        mCurrent = nullptr;
+        d->current = nullptr;
     return slide;
 }
 
 void SettingsPage::nextLine()
 {
-    mCurrent = nullptr;
-    auto* gap = new DisplayView(mMainLayout);
+    d->current = nullptr;
+    auto* gap = new DisplayView(d->mainLayout);
     gap->resize(1, 12);
 }

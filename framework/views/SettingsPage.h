@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <memory>
+
 class DataValue;
 class KineticScroller;
 class LabelView;
@@ -22,8 +24,9 @@ class ORVANE_EXPORT SettingsPage : public PageView {
     Q_OBJECT
 public:
     SettingsPage(DisplayView* parent, const QString& title);
+    ~SettingsPage() override;
 
-    LayoutView* mainLayout() const { return mMainLayout; }
+    LayoutView* mainLayout() const;
     // A new horizontal row at the end of the main layout; it becomes the current layout.
     LayoutView* addRow(const QString& style = QStringLiteral("SettingsHorizontalLayout"));
     // A layout of any style at the end of the main layout; it becomes the current layout.
@@ -41,7 +44,7 @@ public:
     void nextLine();
 
     // A form taller than the page scrolls vertically with momentum.
-    KineticScroller* scroller() const { return mScroller; }
+    KineticScroller* scroller() const;
     bool touchEvent(const TouchEvent& event) override;
     bool takesOverTouch(const QPoint& movedBy) const override;
 
@@ -51,7 +54,6 @@ public slots:
 private:
     void updateScrollBounds();
 
-    LayoutView* mMainLayout;
-    LayoutView* mCurrent = nullptr;
-    KineticScroller* mScroller;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

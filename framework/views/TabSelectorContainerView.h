@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "views/DisplayView.h"
 
 class TabSelectorController;
@@ -11,19 +13,18 @@ class ORVANE_EXPORT TabSelectorContainerView : public DisplayView {
 public:
     // tabBarHeight: the height of the tab selector in pixels.
     TabSelectorContainerView(DisplayView* parent, int tabBarHeight);
+    ~TabSelectorContainerView() override;
 
-    TabSelectorView* tabSelector() const { return mTabSelector; }
+    TabSelectorView* tabSelector() const;
     void setTabController(TabSelectorController* controller);
     // The content fills the space below the tabs and, with autoResize, keeps filling it.
     void setContentView(DisplayView* content, bool autoResize);
-    DisplayView* contentView() const { return mContent; }
+    DisplayView* contentView() const;
 
 public slots:
     void resized() override;
 
 private:
-    TabSelectorView* mTabSelector;
-    DisplayView* mContent = nullptr;
-    bool mAutoResizeContent = false;
-    int mTabBarHeight;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
