@@ -7,6 +7,10 @@
 #include <QMutex>
 #include <QVector>
 
+struct AppChooser::Private {
+    ListView* list;
+};
+
 namespace {
 
 struct App {
@@ -29,10 +33,18 @@ Registry& registry()
 
 AppChooser::AppChooser(DisplayView* parent)
     : DisplayView(parent)
-    , mList(new ListView(this, appNames()))
+    , d(std::make_unique<Private>())
 {
-    mList->setAutoResizeToParent(true);
-    connect(mList, &ListView::itemChosen, this, [](int, const QString& name) { openApp(name); });
+    d->list = new ListView(this, appNames());
+    d->list->setAutoResizeToParent(true);
+    connect(d->list, &ListView::itemChosen, this, [](int, const QString& name) { openApp(name); });
+}
+
+AppChooser::~AppChooser() = default;
+
+ListView* AppChooser::listView() const
+{
+    return d->list;
 }
 
 void AppChooser::registerApp(const QString& name, const Opener& open)

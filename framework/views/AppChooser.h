@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 
 class ListView;
 
@@ -19,6 +20,7 @@ public:
 
     // A chooser lists the apps registered when it was made, in registration order.
     explicit AppChooser(DisplayView* parent);
+    ~AppChooser() override;
 
     // A name registered again replaces the earlier opener in its place.
     static void registerApp(const QString& name, const Opener& open);
@@ -26,8 +28,9 @@ public:
     // Journals the request and opens the app; false when no app has that name.
     static bool openApp(const QString& name);
 
-    ListView* listView() const { return mList; }
+    ListView* listView() const;
 
 private:
-    ListView* mList;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

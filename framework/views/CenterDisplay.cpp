@@ -7,6 +7,13 @@
 #include "views/popup/OverlayView.h"
 #include "views/popup/PopupView.h"
 
+struct CenterDisplay::Private {
+    bool keyboardVisible = false;
+    int keyboardHeight;
+    KeyboardView* keyboard = nullptr;
+    ChromiumManager* chromiumManager = nullptr;
+};
+
 namespace {
 CenterDisplay& centerDisplay()
 {
@@ -18,9 +25,32 @@ CenterDisplay& centerDisplay()
 CenterDisplay* const theCenterDisplay = &centerDisplay();
 
 CenterDisplay::CenterDisplay()
-    : mKeyboardHeight(KeyboardView::Height)
+    : d(std::make_unique<Private>())
 {
+    d->keyboardHeight = KeyboardView::Height;
     qRegisterMetaType<PopupView*>();
+}
+
+CenterDisplay::~CenterDisplay() = default;
+
+void CenterDisplay::setChromiumManager(ChromiumManager* manager)
+{
+    d->chromiumManager = manager;
+}
+
+bool CenterDisplay::isKeyboardVisible() const
+{
+    return d->keyboardVisible;
+}
+
+int CenterDisplay::keyboardHeight() const
+{
+    return d->keyboardHeight;
+}
+
+ChromiumManager* CenterDisplay::chromiumManager() const
+{
+    return d->chromiumManager;
 }
 
 void CenterDisplay::restart(const QString& reason)
@@ -62,9 +92,9 @@ void CenterDisplay::restartInCustomerMode()
 
 void CenterDisplay::setKeyboardVisible(bool visible)
 {
-    if (mKeyboardVisible == visible)
+    if (d->keyboardVisible == visible)
         return;
-    mKeyboardVisible = visible;
+    d->keyboardVisible = visible;
     if (visible)
         placeKeyboard();
     keyboard()->show(visible);
@@ -77,8 +107,8 @@ void CenterDisplay::setKeyboardVisible(bool visible)
 
 void CenterDisplay::setKeyboardHeight(int height)
 {
-    mKeyboardHeight = height;
-    if (mKeyboardVisible)
+    d->keyboardHeight = height;
+    if (d->keyboardVisible)
         placeKeyboard();
 }
 
@@ -86,16 +116,16 @@ void CenterDisplay::placeKeyboard()
 {
     // The display sizes the overlay to itself.
     const QSize display = overlay()->rect().size();
-    keyboard()->setGeometry(QRect(0, display.height() - mKeyboardHeight, display.width(), mKeyboardHeight));
+    keyboard()->setGeometry(QRect(0, display.height() - d->keyboardHeight, display.width(), d->keyboardHeight));
 }
 
 KeyboardView* CenterDisplay::keyboard()
 {
-    if (!mKeyboard) {
-        mKeyboard = new KeyboardView(overlay());
-        mKeyboard->hide();
+    if (!d->keyboard) {
+        d->keyboard = new KeyboardView(overlay());
+        d->keyboard->hide();
     }
-    return mKeyboard;
+    return d->keyboard;
 }
 
 OverlayView* CenterDisplay::overlay()

@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
 class ChromiumManager;
 class ConfirmationPopup;
 class KeyboardView;
@@ -18,6 +20,7 @@ class ORVANE_EXPORT CenterDisplay : public QObject {
     Q_OBJECT
 public:
     CenterDisplay();
+    ~CenterDisplay() override;
 
     // Restart the UI application as it is; the reason goes into the journal ("manual").
     virtual void restart(const QString& reason);
@@ -27,12 +30,12 @@ public:
     // and tells the answer through transportModeConfirmed and the returned popup.
     ConfirmationPopup* toggleTransportMode();
 
-    bool isKeyboardVisible() const { return mKeyboardVisible; }
+    bool isKeyboardVisible() const;
     // Shows the on-screen keyboard along the bottom of the display (or hides it); the overlay
     // holds it before anyone hears of the change.
     void setKeyboardVisible(bool visible);
     // The on-screen keyboard's height in display pixels while it shows.
-    int keyboardHeight() const { return mKeyboardHeight; }
+    int keyboardHeight() const;
     void setKeyboardHeight(int height);
     // The keyboard in the overlay, made on first use.
     KeyboardView* keyboard();
@@ -43,8 +46,8 @@ public:
     QList<PopupView*> openPopups();
     PopupView* topmostPopup();
 
-    ChromiumManager* chromiumManager() const { return mChromiumManager; }
-    void setChromiumManager(ChromiumManager* manager) { mChromiumManager = manager; }
+    ChromiumManager* chromiumManager() const;
+    void setChromiumManager(ChromiumManager* manager);
 
 signals:
     void restartRequested(bool customerMode);
@@ -59,10 +62,8 @@ signals:
 private:
     void placeKeyboard();
 
-    bool mKeyboardVisible = false;
-    int mKeyboardHeight;
-    KeyboardView* mKeyboard = nullptr;
-    ChromiumManager* mChromiumManager = nullptr;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
 
 extern ORVANE_EXPORT CenterDisplay* const theCenterDisplay;

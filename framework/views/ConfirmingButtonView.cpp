@@ -5,6 +5,12 @@
 #include <QJsonObject>
 #include <QTimer>
 
+struct ConfirmingButtonView::Private {
+    QString confirmText;
+    bool armed = false;
+    QTimer* disarmTimer;
+};
+
 namespace {
 
 Style styleForKind(int kind, const QString& label)
@@ -23,37 +29,50 @@ Style styleForKind(int kind, const QString& label)
 
 ConfirmingButtonView::ConfirmingButtonView(DisplayView* parent, const QString& label, int kind)
     : ButtonView(parent, styleForKind(kind, label), label)
-    , mConfirmText(QStringLiteral("CONFIRM"))
-    , mDisarmTimer(new QTimer(this))
+    , d(std::make_unique<Private>())
 {
-    mDisarmTimer->setSingleShot(true);
-    mDisarmTimer->setInterval(3000);
-    connect(mDisarmTimer, &QTimer::timeout, this, &ConfirmingButtonView::disarm);
+    d->confirmText = QStringLiteral("CONFIRM");
+    d->disarmTimer = new QTimer(this);
+    d->disarmTimer->setSingleShot(true);
+    d->disarmTimer->setInterval(3000);
+    connect(d->disarmTimer, &QTimer::timeout, this, &ConfirmingButtonView::disarm);
     connect(this, &DisplayView::disabled, this, &ConfirmingButtonView::disarm);
+}
+
+ConfirmingButtonView::~ConfirmingButtonView() = default;
+
+QString ConfirmingButtonView::confirmText() const
+{
+    return d->confirmText;
+}
+
+bool ConfirmingButtonView::isArmed() const
+{
+    return d->armed;
 }
 
 void ConfirmingButtonView::setConfirmText(const QString& text)
 {
-    mConfirmText = text;
+    d->confirmText = text;
     update();
 }
 
 int ConfirmingButtonView::disarmInterval() const
 {
-    return mDisarmTimer->interval();
+    return d->disarmTimer->interval();
 }
 
 void ConfirmingButtonView::setDisarmInterval(int ms)
 {
-    mDisarmTimer->setInterval(ms);
+    d->disarmTimer->setInterval(ms);
 }
 
 void ConfirmingButtonView::activated()
 {
-    if (!mArmed) {
-        mArmed = true;
+    if (!d->armed) {
+        d->armed = true;
         setButtonColor(QStringLiteral("warning"));
-        mDisarmTimer->start();
+        d->disarmTimer->start();
         return;
     }
     disarm();
@@ -62,21 +81,21 @@ void ConfirmingButtonView::activated()
 
 void ConfirmingButtonView::disarm()
 {
-    mDisarmTimer->stop();
-    if (!mArmed)
+    d->disarmTimer->stop();
+    if (!d->armed)
         return;
-    mArmed = false;
+    d->armed = false;
     setButtonColor();
 }
 
 QString ConfirmingButtonView::faceText() const
 {
-    return mArmed ? mConfirmText : label();
+    return d->armed ? d->confirmText : label();
 }
 
 void ConfirmingButtonView::dumpProperties(QJsonObject& out) const
 {
     ButtonView::dumpProperties(out);
-    out.insert(QStringLiteral("armed"), mArmed);
-    out.insert(QStringLiteral("confirmText"), mConfirmText);
+    out.insert(QStringLiteral("armed"), d->armed);
+    out.insert(QStringLiteral("confirmText"), d->confirmText);
 }

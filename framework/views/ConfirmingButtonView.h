@@ -15,10 +15,11 @@ public:
     enum Kind { Medium = 0, Small = 1, Large = 2 };
 
     ConfirmingButtonView(DisplayView* parent, const QString& label, int kind = Medium);
+    ~ConfirmingButtonView() override;
 
-    QString confirmText() const { return mConfirmText; }
+    QString confirmText() const;
     void setConfirmText(const QString& text);
-    bool isArmed() const { return mArmed; }
+    bool isArmed() const;
     // How long it stays armed; 3 s unless set.
     int disarmInterval() const;
     void setDisarmInterval(int ms);
@@ -37,7 +38,6 @@ protected:
     QString faceText() const override;
 
 private:
-    QString mConfirmText;
-    bool mArmed = false;
-    QTimer* mDisarmTimer;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -8,7 +8,9 @@ class ORVANE_EXPORT ControlBase : public DisplayView {
     Q_OBJECT
 public:
     explicit ControlBase(DisplayView* parent);
-    bool isPressed() const { return mPressed; }
+    ~ControlBase() override;
+
+    bool isPressed() const;
     bool touchEvent(const TouchEvent& event) override;
 
 signals:
@@ -20,5 +22,6 @@ protected:
     virtual void activated() {}
 
 private:
-    bool mPressed = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -6,6 +6,13 @@
 
 #include <numeric>
 
+struct LayoutView::Private {
+    Style style;
+    Direction direction;
+    int spacing;
+    bool scheduled = false;
+};
+
 namespace {
 
 LayoutView::Direction directionOf(const Style& style, LayoutView::Direction fallback)
@@ -29,11 +36,19 @@ LayoutView::LayoutView(DisplayView* parent, const Style& style)
 
 LayoutView::LayoutView(DisplayView* parent, const Style& style, Direction fallback)
     : DisplayView(parent)
-    , mStyle(style)
-    , mDirection(directionOf(style, fallback))
-    , mSpacing(style.intProperty(QStringLiteral("Spacing"), 10))
+    , d(std::make_unique<Private>())
 {
+    d->style = style;
+    d->direction = directionOf(style, fallback);
+    d->spacing = style.intProperty(QStringLiteral("Spacing"), 10);
     setLayoutMargin(style.paddingProperty(QStringLiteral("LayoutMargin")));
+}
+
+LayoutView::~LayoutView() = default;
+
+LayoutView::Direction LayoutView::direction() const
+{
+    return d->direction;
 }
 
 void LayoutView::childEvent(QChildEvent* event)
@@ -65,14 +80,14 @@ void LayoutView::resized()
 
 void LayoutView::scheduleLayout()
 {
-    if (mScheduled || geometryDeferred())
+    if (d->scheduled || geometryDeferred())
         return;
-    mScheduled = true;
+    d->scheduled = true;
     QTimer::singleShot(0, this, [this] {
-        if (!mScheduled)
+        if (!d->scheduled)
             return;
         if (!isShown()) {
-            mScheduled = false;
+            d->scheduled = false;
             deferGeometry();
             return;
         }
@@ -82,9 +97,9 @@ void LayoutView::scheduleLayout()
 
 void LayoutView::layoutNow()
 {
-    mScheduled = false;
+    d->scheduled = false;
     QSize content;
-    switch (mDirection) {
+    switch (d->direction) {
     case Direction::Vertical: content = layoutVertical(); break;
     case Direction::Horizontal: content = layoutFlow(); break;
     case Direction::Grid: content = layoutGrid(); break;
@@ -104,16 +119,16 @@ QSize LayoutView::layoutVertical()
         if (!child->isVisible())
             continue;
         child->moveTo(m.left, m.top + y);
-        y += child->height() + mSpacing;
+        y += child->height() + d->spacing;
         width = qMax(width, child->width());
     }
-    return QSize(width, qMax(0, y - mSpacing));
+    return QSize(width, qMax(0, y - d->spacing));
 }
 
 QSize LayoutView::layoutFlow()
 {
     const Padding m = layoutMargin();
-    const int flowWidth = mStyle.intProperty(QStringLiteral("FlowWidth"), 0);
+    const int flowWidth = d->style.intProperty(QStringLiteral("FlowWidth"), 0);
     int x = 0;
     int y = 0;
     int lineHeight = 0;
@@ -123,13 +138,13 @@ QSize LayoutView::layoutFlow()
             continue;
         // A child wider than the flow still gets a line of its own.
         if (flowWidth > 0 && x > 0 && x + child->width() > flowWidth) {
-            y += lineHeight + mSpacing;
+            y += lineHeight + d->spacing;
             x = 0;
             lineHeight = 0;
         }
         child->moveTo(m.left + x, m.top + y);
         width = qMax(width, x + child->width());
-        x += child->width() + mSpacing;
+        x += child->width() + d->spacing;
         lineHeight = qMax(lineHeight, child->height());
     }
     return QSize(width, y + lineHeight);
@@ -138,9 +153,9 @@ QSize LayoutView::layoutFlow()
 QSize LayoutView::layoutGrid()
 {
     const Padding m = layoutMargin();
-    QList<int> widths = mStyle.intListProperty(QStringLiteral("Widths"));
+    QList<int> widths = d->style.intListProperty(QStringLiteral("Widths"));
     const int columns = qMax(1, widths.size());
-    const int minRowHeight = mStyle.intProperty(QStringLiteral("RowHeight"), 0);
+    const int minRowHeight = d->style.intProperty(QStringLiteral("RowHeight"), 0);
     const QVector<DisplayView*>& children = childViews();
     // A column whose text is wider than the style gives it grows for all rows alike, so a long
     // label never runs under the control beside it.
@@ -176,10 +191,10 @@ QSize LayoutView::layoutGrid()
             }
             left += i - row < widths.size() ? widths[i - row] : 0;
         }
-        y += rowHeight + mSpacing;
+        y += rowHeight + d->spacing;
     }
     // The columns span the grid even where a row leaves its last cells empty.
     if (anyRow)
         width = qMax(width, std::accumulate(widths.cbegin(), widths.cend(), 0));
-    return QSize(width, qMax(0, y - mSpacing));
+    return QSize(width, qMax(0, y - d->spacing));
 }

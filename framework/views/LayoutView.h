@@ -20,8 +20,9 @@ public:
     enum class Direction { Vertical, Horizontal, Grid };
 
     LayoutView(DisplayView* parent, const Style& style);
+    ~LayoutView() override;
 
-    Direction direction() const { return mDirection; }
+    Direction direction() const;
     void layoutNow();
 
 public slots:
@@ -41,10 +42,8 @@ private:
     QSize layoutFlow();
     QSize layoutGrid();
 
-    Style mStyle;
-    Direction mDirection;
-    int mSpacing;
-    bool mScheduled = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
 
 // new VerticalLayout(parent, "SettingsMainLayout"); a grid style makes it a grid.

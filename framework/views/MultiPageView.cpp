@@ -4,60 +4,79 @@
 
 #include <QJsonObject>
 
+struct MultiPageView::Private {
+    QVector<PageView*> pages;
+    PageView* current = nullptr;
+    TabSelectorView* tabSelector = nullptr;
+};
+
 MultiPageView::MultiPageView(DisplayView* parent)
     : DisplayView(parent)
+    , d(std::make_unique<Private>())
 {
+}
+
+MultiPageView::~MultiPageView() = default;
+
+int MultiPageView::pageCount() const
+{
+    return d->pages.size();
+}
+
+PageView* MultiPageView::currentPage() const
+{
+    return d->current;
 }
 
 void MultiPageView::addPage(PageView* page, PageView* before)
 {
-    if (!page || mPages.contains(page))
+    if (!page || d->pages.contains(page))
         return;
-    const int at = before ? mPages.indexOf(before) : -1;
+    const int at = before ? d->pages.indexOf(before) : -1;
     if (at < 0)
-        mPages.append(page);
+        d->pages.append(page);
     else
-        mPages.insert(at, page);
+        d->pages.insert(at, page);
     connect(page, &QObject::destroyed, this, [this, page] {
-        if (mPages.removeAll(page) == 0)
+        if (d->pages.removeAll(page) == 0)
             return;
-        if (mCurrent == page)
-            mCurrent = nullptr;
+        if (d->current == page)
+            d->current = nullptr;
         syncTabs();
     });
     page->setAutoResizeToParent(true);
     page->show(false);
-    if (!mCurrent)
-        selectPage(mPages.indexOf(page));
+    if (!d->current)
+        selectPage(d->pages.indexOf(page));
     syncTabs();
 }
 
 void MultiPageView::removePage(PageView* page)
 {
-    const int index = mPages.indexOf(page);
+    const int index = d->pages.indexOf(page);
     if (index < 0)
         return;
-    mPages.removeAt(index);
+    d->pages.removeAt(index);
     disconnect(page, &QObject::destroyed, this, nullptr);
-    if (mCurrent == page) {
+    if (d->current == page) {
         page->show(false);
         page->pageHidden();
-        mCurrent = nullptr;
-        if (!mPages.isEmpty())
-            selectPage(qMin(index, mPages.size() - 1));
+        d->current = nullptr;
+        if (!d->pages.isEmpty())
+            selectPage(qMin(index, d->pages.size() - 1));
     }
     syncTabs();
 }
 
 PageView* MultiPageView::getPage(int index) const
 {
-    return index >= 0 && index < mPages.size() ? mPages[index] : nullptr;
+    return index >= 0 && index < d->pages.size() ? d->pages[index] : nullptr;
 }
 
 int MultiPageView::findPage(const QString& title) const
 {
-    for (int i = 0; i < mPages.size(); ++i) {
-        if (mPages[i]->title() == title)
+    for (int i = 0; i < d->pages.size(); ++i) {
+        if (d->pages[i]->title() == title)
             return i;
     }
     return -1;
@@ -65,7 +84,7 @@ int MultiPageView::findPage(const QString& title) const
 
 int MultiPageView::currentIndex() const
 {
-    return mPages.indexOf(mCurrent);
+    return d->pages.indexOf(d->current);
 }
 
 void MultiPageView::selectPage(int index)
@@ -73,12 +92,12 @@ void MultiPageView::selectPage(int index)
     PageView* next = getPage(index);
     if (!next)
         return;
-    if (next != mCurrent) {
-        if (mCurrent) {
-            mCurrent->show(false);
-            mCurrent->pageHidden();
+    if (next != d->current) {
+        if (d->current) {
+            d->current->show(false);
+            d->current->pageHidden();
         }
-        mCurrent = next;
+        d->current = next;
         next->show(true);
         next->pageShown();
     }
@@ -87,7 +106,7 @@ void MultiPageView::selectPage(int index)
 
 void MultiPageView::setTabSelector(TabSelectorView* selector)
 {
-    mTabSelector = selector;
+    d->tabSelector = selector;
     syncTabs();
 }
 
@@ -99,10 +118,10 @@ QString MultiPageView::tabTitle(int index) const
 
 void MultiPageView::syncTabs()
 {
-    if (!mTabSelector || mTabSelector->controller() != this)
+    if (!d->tabSelector || d->tabSelector->controller() != this)
         return;
-    mTabSelector->refresh();
-    mTabSelector->setSelectedTab(currentIndex());
+    d->tabSelector->refresh();
+    d->tabSelector->setSelectedTab(currentIndex());
 }
 
 void MultiPageView::dumpProperties(QJsonObject& out) const

@@ -10,17 +10,18 @@ class ORVANE_EXPORT MultiPageView : public DisplayView, public TabSelectorContro
     Q_OBJECT
 public:
     explicit MultiPageView(DisplayView* parent);
+    ~MultiPageView() override;
 
     // Inserts before `before`, or appends when it is null or not a page of this view.
     void addPage(PageView* page, PageView* before);
     // Takes the page out (it stays alive; the caller owns it now).
     void removePage(PageView* page);
     PageView* getPage(int index) const;
-    int pageCount() const { return mPages.size(); }
+    int pageCount() const;
     // Index of the first page with this title, -1 when there is none.
     int findPage(const QString& title) const;
     int currentIndex() const;
-    PageView* currentPage() const { return mCurrent; }
+    PageView* currentPage() const;
     virtual void selectPage(int index);
 
     void setTabSelector(TabSelectorView* selector);
@@ -34,7 +35,6 @@ public:
 private:
     void syncTabs();
 
-    QVector<PageView*> mPages;
-    PageView* mCurrent = nullptr;
-    TabSelectorView* mTabSelector = nullptr;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -4,57 +4,76 @@
 
 #include <QPainter>
 
+struct TabSelectorView::Private {
+    TabSelectorController* controller = nullptr;
+    QVector<ButtonView*> buttons;
+    int selected = -1;
+};
+
 TabSelectorController::~TabSelectorController() = default;
 
 TabSelectorView::TabSelectorView(DisplayView* parent)
     : DisplayView(parent)
+    , d(std::make_unique<Private>())
 {
+}
+
+TabSelectorView::~TabSelectorView() = default;
+
+TabSelectorController* TabSelectorView::controller() const
+{
+    return d->controller;
+}
+
+int TabSelectorView::selectedTab() const
+{
+    return d->selected;
 }
 
 void TabSelectorView::setController(TabSelectorController* controller)
 {
-    mController = controller;
+    d->controller = controller;
     refresh();
 }
 
 void TabSelectorView::gotoTab(int index)
 {
-    if (!mController || index < 0 || index >= mController->tabCount())
+    if (!d->controller || index < 0 || index >= d->controller->tabCount())
         return;
     setSelectedTab(index);
-    mController->tabSelected(index);
+    d->controller->tabSelected(index);
 }
 
 void TabSelectorView::setSelectedTab(int index)
 {
-    mSelected = index;
-    for (int i = 0; i < mButtons.size(); ++i)
-        mButtons[i]->setToggled(i == index);
+    d->selected = index;
+    for (int i = 0; i < d->buttons.size(); ++i)
+        d->buttons[i]->setToggled(i == index);
 }
 
 void TabSelectorView::refresh()
 {
-    const int count = mController ? mController->tabCount() : 0;
-    while (mButtons.size() > count)
-        delete mButtons.takeLast();
+    const int count = d->controller ? d->controller->tabCount() : 0;
+    while (d->buttons.size() > count)
+        delete d->buttons.takeLast();
     for (int i = 0; i < count; ++i) {
-        if (i == mButtons.size()) {
+        if (i == d->buttons.size()) {
             auto* button = new ButtonView(this, Style("TabButton"));
             button->setToggle(true);
             connect(button, &ControlBase::released, this, &TabSelectorView::buttonReleased);
-            mButtons.append(button);
+            d->buttons.append(button);
         }
-        mButtons[i]->setLabel(mController->tabTitle(i));
+        d->buttons[i]->setLabel(d->controller->tabTitle(i));
     }
-    setSelectedTab(mSelected);
+    setSelectedTab(d->selected);
     placeButtons();
 }
 
 void TabSelectorView::buttonReleased(ControlBase* button)
 {
-    const int index = mButtons.indexOf(static_cast<ButtonView*>(button));
+    const int index = d->buttons.indexOf(static_cast<ButtonView*>(button));
     // A tab button is a toggle only for its look; selection is ours to keep.
-    setSelectedTab(mSelected);
+    setSelectedTab(d->selected);
     gotoTab(index);
 }
 
@@ -65,11 +84,11 @@ void TabSelectorView::resized()
 
 void TabSelectorView::placeButtons()
 {
-    if (mButtons.isEmpty())
+    if (d->buttons.isEmpty())
         return;
-    const int w = qMin(180, width() / mButtons.size());
-    for (int i = 0; i < mButtons.size(); ++i)
-        mButtons[i]->setGeometry(QRect(i * w, 0, w, height()));
+    const int w = qMin(180, width() / d->buttons.size());
+    for (int i = 0; i < d->buttons.size(); ++i)
+        d->buttons[i]->setGeometry(QRect(i * w, 0, w, height()));
 }
 
 void TabSelectorView::draw(QPainter& painter)

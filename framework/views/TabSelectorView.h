@@ -4,6 +4,8 @@
 
 #include <QVector>
 
+#include <memory>
+
 class ButtonView;
 class ControlBase;
 
@@ -21,14 +23,15 @@ class ORVANE_EXPORT TabSelectorView : public DisplayView {
     Q_OBJECT
 public:
     explicit TabSelectorView(DisplayView* parent);
+    ~TabSelectorView() override;
 
     void setController(TabSelectorController* controller);
-    TabSelectorController* controller() const { return mController; }
+    TabSelectorController* controller() const;
     // Selects a tab and tells the controller.
     void gotoTab(int index);
     // Lights a tab without telling the controller (the controller changed it).
     void setSelectedTab(int index);
-    int selectedTab() const { return mSelected; }
+    int selectedTab() const;
     // Rebuilds the buttons from the controller's tabs.
     void refresh();
 
@@ -41,7 +44,6 @@ private slots:
 private:
     void placeButtons();
 
-    TabSelectorController* mController = nullptr;
-    QVector<ButtonView*> mButtons;
-    int mSelected = -1;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

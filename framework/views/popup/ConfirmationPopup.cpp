@@ -7,6 +7,15 @@
 #include <QFontMetrics>
 #include <QJsonObject>
 
+struct ConfirmationPopup::Private {
+    ButtonView* no = nullptr;
+    ButtonView* yes;
+    QString title;
+    QString text;
+    int style;
+    bool answered = false;
+};
+
 namespace {
 constexpr int Margin = 30;
 constexpr int ButtonGap = 20;
@@ -15,10 +24,11 @@ constexpr int ButtonGap = 20;
 ConfirmationPopup::ConfirmationPopup(const QString& title, const QString& text, const QString& noLabel,
                                      const QString& yesLabel, bool modal, int style, int width)
     : PopupView(modal)
-    , mTitle(title)
-    , mText(text)
-    , mStyle(style)
+    , d(std::make_unique<Private>())
 {
+    d->title = title;
+    d->text = text;
+    d->style = style;
     const int inner = width - 2 * Margin;
     auto* titleLabel = new LabelView(this, title);
     titleLabel->setFontSize(30);
@@ -35,22 +45,44 @@ ConfirmationPopup::ConfirmationPopup(const QString& title, const QString& text, 
     const int buttonWidth = noLabel.isEmpty() ? inner : (inner - ButtonGap) / 2;
     const int buttonsTop = textLabel->geometry().bottom() + 1 + Margin;
     if (!noLabel.isEmpty()) {
-        mNo = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; Width:%1").arg(buttonWidth)), noLabel);
-        mNo->moveTo(Margin, buttonsTop);
-        connect(mNo, &ControlBase::released, this, [this] { answer(false); });
+        d->no = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; Width:%1").arg(buttonWidth)), noLabel);
+        d->no->moveTo(Margin, buttonsTop);
+        connect(d->no, &ControlBase::released, this, [this] { answer(false); });
     }
-    mYes = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; ButtonColor:blue; Width:%1").arg(buttonWidth)),
+    d->yes = new ButtonView(this, Style(QStringLiteral("SettingsPushButton; ButtonColor:blue; Width:%1").arg(buttonWidth)),
                           yesLabel);
-    mYes->moveTo(width - Margin - buttonWidth, buttonsTop);
-    connect(mYes, &ControlBase::released, this, [this] { answer(true); });
-    resize(width, buttonsTop + mYes->height() + Margin);
+    d->yes->moveTo(width - Margin - buttonWidth, buttonsTop);
+    connect(d->yes, &ControlBase::released, this, [this] { answer(true); });
+    resize(width, buttonsTop + d->yes->height() + Margin);
+}
+
+ConfirmationPopup::~ConfirmationPopup() = default;
+
+QString ConfirmationPopup::title() const
+{
+    return d->title;
+}
+
+QString ConfirmationPopup::text() const
+{
+    return d->text;
+}
+
+int ConfirmationPopup::style() const
+{
+    return d->style;
+}
+
+QString ConfirmationPopup::describe() const
+{
+    return d->title;
 }
 
 void ConfirmationPopup::insertContent(DisplayView* content, int height)
 {
-    const int top = mYes->y();
+    const int top = d->yes->y();
     content->setGeometry(QRect(Margin, top, width() - 2 * Margin, height));
-    for (ButtonView* button : {mNo, mYes}) {
+    for (ButtonView* button : {d->no, d->yes}) {
         if (button)
             button->moveTo(button->x(), top + height + Margin);
     }
@@ -69,10 +101,10 @@ ConfirmationPopup* ConfirmationPopup::ask(const QString& title, const QString& t
 
 void ConfirmationPopup::answer(bool yes)
 {
-    if (mAnswered)
+    if (d->answered)
         return;
-    mAnswered = true;
-    Logger(this, "INFO") << "Question" << mTitle << "answered" << (yes ? "yes" : "no");
+    d->answered = true;
+    Logger(this, "INFO") << "Question" << d->title << "answered" << (yes ? "yes" : "no");
     dismiss();
     emit answered(yes);
 }
@@ -80,7 +112,7 @@ void ConfirmationPopup::answer(bool yes)
 void ConfirmationPopup::dumpProperties(QJsonObject& out) const
 {
     PopupView::dumpProperties(out);
-    out.insert(QStringLiteral("title"), mTitle);
-    out.insert(QStringLiteral("text"), mText);
-    out.insert(QStringLiteral("style"), mStyle);
+    out.insert(QStringLiteral("title"), d->title);
+    out.insert(QStringLiteral("text"), d->text);
+    out.insert(QStringLiteral("style"), d->style);
 }

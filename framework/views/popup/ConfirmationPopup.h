@@ -17,18 +17,19 @@ public:
 
     ConfirmationPopup(const QString& title, const QString& text, const QString& noLabel, const QString& yesLabel,
                       bool modal = true, int style = QuestionStyle, int width = 610);
+    ~ConfirmationPopup() override;
 
     // Opens a question whose answer goes to `slot` of `receiver` (a SLOT() with one bool).
     static ConfirmationPopup* ask(const QString& title, const QString& text, const QString& noLabel,
                                   const QString& yesLabel, QObject* receiver, const char* slot);
 
-    QString title() const { return mTitle; }
-    QString text() const { return mText; }
-    int style() const { return mStyle; }
+    QString title() const;
+    QString text() const;
+    int style() const;
     // Answers as if the button had been pressed.
     void answer(bool yes);
 
-    QString describe() const override { return mTitle; }
+    QString describe() const override;
     void dumpProperties(QJsonObject& out) const override;
 
 signals:
@@ -39,10 +40,6 @@ protected:
     void insertContent(DisplayView* content, int height);
 
 private:
-    ButtonView* mNo = nullptr;
-    ButtonView* mYes;
-    QString mTitle;
-    QString mText;
-    int mStyle;
-    bool mAnswered = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -7,17 +7,44 @@
 #include <QPainter>
 #include <QPainterPath>
 
+struct PopupView::Private {
+    bool modal;
+    bool open = false;
+    bool closesOnOutsideTouch = false;
+};
+
 PopupView::PopupView(bool modal)
     : DisplayView(theCenterDisplay->overlay())
-    , mModal(modal)
+    , d(std::make_unique<Private>())
 {
+    d->modal = modal;
     hide();
 }
 
 PopupView::~PopupView()
 {
-    if (mOpen)
+    if (d->open)
         theCenterDisplay->overlay()->popupClosed(this);
+}
+
+void PopupView::setClosesOnOutsideTouch(bool on)
+{
+    d->closesOnOutsideTouch = on;
+}
+
+bool PopupView::isModal() const
+{
+    return d->modal;
+}
+
+bool PopupView::isOpen() const
+{
+    return d->open;
+}
+
+bool PopupView::closesOnOutsideTouch() const
+{
+    return d->closesOnOutsideTouch;
 }
 
 void PopupView::open()
@@ -25,16 +52,16 @@ void PopupView::open()
     OverlayView* overlay = theCenterDisplay->overlay();
     if (x() == 0 && y() == 0)
         moveTo((overlay->width() - width()) / 2, (overlay->height() - height()) / 2);
-    mOpen = true;
+    d->open = true;
     overlay->popupOpened(this);
     show();
 }
 
 void PopupView::close()
 {
-    if (!mOpen)
+    if (!d->open)
         return;
-    mOpen = false;
+    d->open = false;
     theCenterDisplay->overlay()->popupClosed(this);
     hide();
     emit closed(this);
@@ -58,6 +85,6 @@ void PopupView::draw(QPainter& painter)
 
 void PopupView::dumpProperties(QJsonObject& out) const
 {
-    out.insert(QStringLiteral("modal"), mModal);
-    out.insert(QStringLiteral("open"), mOpen);
+    out.insert(QStringLiteral("modal"), d->modal);
+    out.insert(QStringLiteral("open"), d->open);
 }

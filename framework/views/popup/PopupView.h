@@ -10,11 +10,11 @@ public:
     explicit PopupView(bool modal = true);
     ~PopupView() override;
 
-    bool isModal() const { return mModal; }
-    bool isOpen() const { return mOpen; }
+    bool isModal() const;
+    bool isOpen() const;
     // A touch outside a non-modal popup that asks for it closes the popup (picker lists).
-    bool closesOnOutsideTouch() const { return mClosesOnOutsideTouch; }
-    void setClosesOnOutsideTouch(bool on) { mClosesOnOutsideTouch = on; }
+    bool closesOnOutsideTouch() const;
+    void setClosesOnOutsideTouch(bool on);
 
     // Shows the popup on top of the others; centred on the display unless placed already.
     void open();
@@ -29,7 +29,6 @@ signals:
     void closed(PopupView* popup);
 
 private:
-    bool mModal;
-    bool mOpen = false;
-    bool mClosesOnOutsideTouch = false;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -4,6 +4,12 @@
 #include "views/table/TableCell.h"
 #include "views/table/TableController.h"
 
+struct ListView::Private {
+    DropDownPickerStringTableModel* items;
+    int rowsInView = 0; // 0 keeps the table's row height
+    int textPixelSize = 0;
+};
+
 // Default cells, at the list's text size.
 class ListView::Controller : public TableController {
 public:
@@ -19,27 +25,40 @@ public:
 
 ListView::ListView(DisplayView* parent, const QStringList& items)
     : TableView(parent, new DropDownPickerStringTableModel(items), new Controller)
-    , mItems(static_cast<DropDownPickerStringTableModel*>(model()))
+    , d(std::make_unique<Private>())
 {
+    d->items = static_cast<DropDownPickerStringTableModel*>(model());
     // Made before this view existed, so adopted now.
-    mItems->setParent(this);
+    d->items->setParent(this);
     controller()->setParent(this);
     connect(controller(), &TableController::rowTapped, this,
-            [this](TableView*, const TableModelIndex& index) { emit itemChosen(index.row(), mItems->choices().value(index.row())); });
+            [this](TableView*, const TableModelIndex& index) { emit itemChosen(index.row(), d->items->choices().value(index.row())); });
+}
+
+ListView::~ListView() = default;
+
+int ListView::rowsInView() const
+{
+    return d->rowsInView;
+}
+
+int ListView::textPixelSize() const
+{
+    return d->textPixelSize;
 }
 
 QStringList ListView::items() const
 {
-    return mItems->choices();
+    return d->items->choices();
 }
 
 void ListView::setScaleFactor(int rowsInView, int textPixelSize)
 {
-    mRowsInView = qMax(0, rowsInView);
-    mTextPixelSize = qMax(0, textPixelSize);
-    static_cast<Controller*>(controller())->textPixelSize = mTextPixelSize;
+    d->rowsInView = qMax(0, rowsInView);
+    d->textPixelSize = qMax(0, textPixelSize);
+    static_cast<Controller*>(controller())->textPixelSize = d->textPixelSize;
     for (TableCell* cell : visibleCells())
-        cell->setTextPixelSize(mTextPixelSize);
+        cell->setTextPixelSize(d->textPixelSize);
     fitRows();
 }
 
@@ -51,6 +70,6 @@ void ListView::resized()
 
 void ListView::fitRows()
 {
-    if (mRowsInView > 0 && height() >= mRowsInView)
-        setRowHeight(height() / mRowsInView);
+    if (d->rowsInView > 0 && height() >= d->rowsInView)
+        setRowHeight(height() / d->rowsInView);
 }

@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+#include <memory>
+
 class DropDownPickerStringTableModel;
 
 // A list of texts to touch: one section of rows that scrolls with momentum. A tap on a row
@@ -12,12 +14,13 @@ class ORVANE_EXPORT ListView : public TableView {
     Q_OBJECT
 public:
     explicit ListView(DisplayView* parent, const QStringList& items = {});
+    ~ListView() override;
 
     QStringList items() const;
     // Rows as tall as `rowsInView` of them fill the list, with text `textPixelSize` high.
     void setScaleFactor(int rowsInView, int textPixelSize);
-    int rowsInView() const { return mRowsInView; }
-    int textPixelSize() const { return mTextPixelSize; }
+    int rowsInView() const;
+    int textPixelSize() const;
 
 public slots:
     void resized() override;
@@ -29,7 +32,6 @@ private:
     class Controller;
     void fitRows();
 
-    DropDownPickerStringTableModel* mItems;
-    int mRowsInView = 0; // 0 keeps the table's row height
-    int mTextPixelSize = 0;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

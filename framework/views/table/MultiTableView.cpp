@@ -18,16 +18,25 @@ struct MultiTableView::Level {
     Path path;
 };
 
+struct MultiTableView::Private {
+    TableModel* model;
+    TableController* controller;
+    int rowHeight;
+    KineticScroller* scroller;
+    std::vector<std::unique_ptr<Level>> levels;
+};
+
 MultiTableView::MultiTableView(DisplayView* parent, TableModel* model, TableController* controller, int rowHeight)
     : DisplayView(parent)
-    , mModel(model)
-    , mController(controller)
-    , mRowHeight(rowHeight)
-    , mScroller(new KineticScroller(this))
+    , d(std::make_unique<Private>())
 {
+    d->model = model;
+    d->controller = controller;
+    d->rowHeight = rowHeight;
+    d->scroller = new KineticScroller(this);
     // The scroller only animates the offset; the stack decides where it may rest.
-    mScroller->setBounds(QPointF(0, 0), QPointF(1e9, 0));
-    connect(mScroller, &KineticScroller::offsetChanged, this, &MultiTableView::layoutTables);
+    d->scroller->setBounds(QPointF(0, 0), QPointF(1e9, 0));
+    connect(d->scroller, &KineticScroller::offsetChanged, this, &MultiTableView::layoutTables);
 }
 
 MultiTableView::~MultiTableView() = default;
@@ -38,6 +47,16 @@ const MultiTableView::Path& MultiTableView::path(void* tablePath)
     return tablePath ? *static_cast<const Path*>(tablePath) : empty;
 }
 
+int MultiTableView::depth() const
+{
+    return int(d->levels.size()) - 1;
+}
+
+KineticScroller* MultiTableView::scroller() const
+{
+    return d->scroller;
+}
+
 TableView* MultiTableView::createTable(int tag, const TableModelIndex& parent, qreal widthPercent)
 {
     auto level = std::make_unique<Level>();
@@ -45,8 +64,8 @@ TableView* MultiTableView::createTable(int tag, const TableModelIndex& parent, q
     level->widthPercent = qBound<qreal>(1, widthPercent, 100);
     if (parent.isValid()) {
         int parentDepth = -1;
-        for (size_t i = 0; i < mLevels.size(); ++i) {
-            if (&mLevels[i]->path == parent.path())
+        for (size_t i = 0; i < d->levels.size(); ++i) {
+            if (&d->levels[i]->path == parent.path())
                 parentDepth = int(i);
         }
         if (parentDepth < 0) {
@@ -54,15 +73,15 @@ TableView* MultiTableView::createTable(int tag, const TableModelIndex& parent, q
             return nullptr;
         }
         dropBelow(parentDepth);
-        level->path = mLevels.back()->path;
+        level->path = d->levels.back()->path;
         level->path.append(flatRow(parent));
     } else {
         dropBelow(-1);
     }
     // Placed right of the others, the new table slides in from the right edge.
-    auto* table = new TableView(this, mModel, mController, &level->path, mRowHeight);
+    auto* table = new TableView(this, d->model, d->controller, &level->path, d->rowHeight);
     level->table = table;
-    mLevels.push_back(std::move(level));
+    d->levels.push_back(std::move(level));
     // Read again now that the controller can ask for the table's tag and depth.
     table->reloadData();
     slideToRest(PushSlideMs);
@@ -72,7 +91,7 @@ TableView* MultiTableView::createTable(int tag, const TableModelIndex& parent, q
 
 void MultiTableView::showTable(int depth, qreal animationSeconds)
 {
-    if (mLevels.empty())
+    if (d->levels.empty())
         return;
     dropBelow(qBound(0, depth, this->depth()));
     slideToRest(qRound(animationSeconds * 1000));
@@ -83,22 +102,22 @@ void MultiTableView::dropBelow(int depth)
 {
     while (this->depth() > depth) {
         // The table may be handling the tap that dropped it: it goes once that is done.
-        TableView* table = mLevels.back()->table;
+        TableView* table = d->levels.back()->table;
         table->hide();
         table->deleteLater();
-        mLevels.pop_back();
+        d->levels.pop_back();
     }
 }
 
 TableView* MultiTableView::tableAt(int depth) const
 {
-    return depth >= 0 && depth < int(mLevels.size()) ? mLevels[size_t(depth)]->table : nullptr;
+    return depth >= 0 && depth < int(d->levels.size()) ? d->levels[size_t(depth)]->table : nullptr;
 }
 
 int MultiTableView::depthOf(const TableView* table) const
 {
-    for (size_t i = 0; i < mLevels.size(); ++i) {
-        if (mLevels[i]->table == table)
+    for (size_t i = 0; i < d->levels.size(); ++i) {
+        if (d->levels[i]->table == table)
             return int(i);
     }
     return -1;
@@ -106,15 +125,15 @@ int MultiTableView::depthOf(const TableView* table) const
 
 int MultiTableView::tagOf(const TableView* table) const
 {
-    const int d = depthOf(table);
-    return d < 0 ? -1 : mLevels[size_t(d)]->tag;
+    const int depth = depthOf(table);
+    return depth < 0 ? -1 : d->levels[size_t(depth)]->tag;
 }
 
 TableView* MultiTableView::leftTable() const
 {
     const int rest = restingOffset();
     int right = 0;
-    for (const auto& l : mLevels) {
+    for (const auto& l : d->levels) {
         right += widthOf(*l);
         if (right > rest)
             return l->table;
@@ -130,22 +149,22 @@ int MultiTableView::widthOf(const Level& level) const
 int MultiTableView::restingOffset() const
 {
     int total = 0;
-    for (const auto& l : mLevels)
+    for (const auto& l : d->levels)
         total += widthOf(*l);
     return qMax(0, total - width());
 }
 
 void MultiTableView::slideToRest(int durationMs)
 {
-    mScroller->scrollTo(QPointF(restingOffset(), 0), durationMs);
+    d->scroller->scrollTo(QPointF(restingOffset(), 0), durationMs);
     layoutTables();
 }
 
 void MultiTableView::layoutTables()
 {
-    const int offset = qRound(mScroller->offset().x());
+    const int offset = qRound(d->scroller->offset().x());
     int left = 0;
-    for (const auto& l : mLevels) {
+    for (const auto& l : d->levels) {
         const int w = widthOf(*l);
         l->table->setGeometry(QRect(left - offset, 0, w, height()));
         // Out of sight means out of reach: no painting, no touches, not found by scripts.
@@ -158,7 +177,7 @@ void MultiTableView::layoutTables()
 void MultiTableView::resized()
 {
     DisplayView::resized();
-    mScroller->setOffset(QPointF(restingOffset(), 0));
+    d->scroller->setOffset(QPointF(restingOffset(), 0));
     layoutTables();
 }
 
@@ -166,7 +185,7 @@ int MultiTableView::flatRow(const TableModelIndex& index) const
 {
     int row = index.row();
     for (int s = 1; s < index.section(); ++s)
-        row += mModel->sectionItemCount(TableModelIndex(index.path(), s, 0));
+        row += d->model->sectionItemCount(TableModelIndex(index.path(), s, 0));
     return row;
 }
 

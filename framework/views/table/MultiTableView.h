@@ -40,7 +40,7 @@ public:
     void showTable(int depth, qreal animationSeconds);
 
     // Depth of the deepest table (0 for the top one), -1 while there is none.
-    int depth() const { return int(mLevels.size()) - 1; }
+    int depth() const;
     TableView* tableAt(int depth) const;
     int depthOf(const TableView* table) const;
     int tagOf(const TableView* table) const;
@@ -49,7 +49,7 @@ public:
     // What a table path points to; empty for null (a table outside any stack).
     static const Path& path(void* tablePath);
     // Slides run on this scroller's clock.
-    KineticScroller* scroller() const { return mScroller; }
+    KineticScroller* scroller() const;
 
     void dumpProperties(QJsonObject& out) const override;
 
@@ -71,9 +71,6 @@ private:
     void layoutTables();
     int flatRow(const TableModelIndex& index) const;
 
-    TableModel* mModel;
-    TableController* mController;
-    int mRowHeight;
-    KineticScroller* mScroller;
-    std::vector<std::unique_ptr<Level>> mLevels;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
