@@ -102,11 +102,7 @@ TEST_F(BenchBrowser, TypingThroughTheKeyboardReachesTheFocusedInputWhichShowsAnd
                                                "dump " + dir.filePath("views.json").toUtf8() + "\n");
     const BenchRun run = browse("/type", script);
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
-    const QJsonObject view = webView("views.json");
-    EXPECT_EQ(view["rootGeometry"].toObject()["x"].toInt(), PageOrigin.x());
-    EXPECT_EQ(view["rootGeometry"].toObject()["y"].toInt(), PageOrigin.y());
-    EXPECT_EQ(view["url"].toString(), QString::fromStdString(server.Url("/type")));
-    EXPECT_EQ(view["pageTitle"].toString(), QString::fromUtf8("left:Hé! ž€ A1"));
+    EXPECT_EQ(webView("views.json")["pageTitle"].toString(), QString::fromUtf8("left:Hé! ž€ A1"));
 }
 
 TEST_F(BenchBrowser, ATapIsExactlyOneClickAtThePixel)
@@ -302,20 +298,6 @@ TEST_F(BenchBrowser, ABrowserStartedLateFindsItsLauncherAndAFailedStartIsOnlyLog
     EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_TRUE(run.output.contains("CEF failed to initialize")) << run.output.toStdString();
     EXPECT_FALSE(run.output.contains("Check failed")) << run.output.toStdString();
-}
-
-TEST_F(BenchBrowser, TheOwnersManualOpensFromAppsOnItsLocalPage)
-{
-    const QString script = "tap \"APPS\"\ntap \"Owner's Manual\"\nwait-for \"Owner's Manual: Contents\"\ndump " + dir.filePath("manual.json") + "\n";
-    const BenchRun run = browse("", script, {"--set", "GUI_developerMode=true"});
-    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
-    // Installing needs a folder a test run may not write: then it must say so.
-    if (!run.output.contains("Owner's manual installed")) {
-        EXPECT_TRUE(run.output.contains("Owner's manual not installed")) << run.output.toStdString();
-    }
-    EXPECT_TRUE(run.output.contains("load url file:///usr/vexor/UI/assets/web_content/manual/index.html"))
-        << run.output.toStdString();
-    EXPECT_TRUE(webView("manual.json")["shown"].toBool());
 }
 
 } // namespace
