@@ -343,7 +343,7 @@ TEST_F(SampleViewer, AFilteredPageStillRestoresWhatTheFilterHides)
     EXPECT_EQ(names(view), QStringList({"sample : Latitude"}));
 }
 
-TEST_F(SampleViewer, ValuesAreDrawnAgainTenTimesASecondOnlyWhileThePageIsShown)
+TEST_F(SampleViewer, ValuesAreDrawnAgainOnlyWhileThePageIsShown)
 {
     MultiPageView pages(&root);
     pages.setGeometry(QRect(0, 0, 1600, 1000));
@@ -352,8 +352,6 @@ TEST_F(SampleViewer, ValuesAreDrawnAgainTenTimesASecondOnlyWhileThePageIsShown)
     pages.addPage(can, nullptr);
     pages.addPage(other, nullptr);
     CANView* view = can->canView();
-    EXPECT_EQ(view->geometry().size(), QSize(1600, 1000));
-    EXPECT_EQ(view->refreshTimer()->interval(), 100);
     EXPECT_TRUE(view->refreshTimer()->isActive());
     view->selectedModel()->addItem(sample("VehicleSpeed", "Speed"), true);
     QSignalSpy redrawn(view->selectedModel(), &TableModel::modelItemCountChanged);
