@@ -7,7 +7,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <algorithm>
@@ -19,14 +18,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
+TEST_F(BenchEndToEnd, TheExitButtonRestartsTheBenchInCustomerMode)
 {
     const QString script = file("modes.txt",
-                                "tap \"SETTINGS\"\n"
-                                "set GUI_developerMode false\n"
-                                "set GUI_diagnosticMode true\n"
-                                "dump diagnostic.json\n"
-                                "set GUI_developerMode true\n"
                                 "tap \"EXIT DEVELOPER MODE AND RESTART\"\n"
                                 "wait 50\n"
                                 "expect-journal \"CenterDisplay.restartInCustomerMode()\"\n"
@@ -36,11 +30,6 @@ TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
 
-    const QJsonObject diagnostic = dump("diagnostic.json");
-    EXPECT_EQ(tabTitles(diagnostic),
-              QStringList({"DATA", "CAN", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS", "FONTS"}));
-    EXPECT_EQ(currentTitle(diagnostic), "DATA"); // was SETTINGS before the switch
-
     const QJsonObject restarted = dump("restarted.json");
     EXPECT_FALSE(byClass(restarted, "DiagnosticTools")["visible"].toBool()); // modes came back off
     EXPECT_EQ(tabTitles(restarted).count("FONTS"), 0);
@@ -48,21 +37,9 @@ TEST_F(BenchEndToEnd, ModesDriveTabsHintAndCustomerRestart)
     EXPECT_TRUE(QFile::exists(dir.filePath("restarted.png")));
 }
 
-TEST_F(BenchEndToEnd, SettingsAndActionsAreDrivenAndObservedByScript)
+TEST_F(BenchEndToEnd, ActionsReachTheBenchsHostCommandsAndPopupsAreDumpedWithTheOverlay)
 {
     const QString script = file("pages.txt",
-                                "tap \"SETTINGS\"\n"
-                                "tap \"NORMAL\"\n"
-                                "choose \"REDUCED\"\n"
-                                "expect-value GUI_espModeRequest 1\n"
-                                "expect-pending GUI_espModeRequest none\n"
-                                "expect-log \"INFO user changed esp mode request\"\n"
-                                "expect-disabled \"60\"\n"
-                                "set GUI_enableSpeedLimitRequest true\n"
-                                "choose \"Speed Limit\" \"90\"\n"
-                                "expect-pending GUI_speedLimitRequest 90\n"
-                                "wait-for-value GUI_speedLimitRequest 90\n"
-                                "expect-pending GUI_speedLimitRequest none\n"
                                 "tap \"ACTIONS\"\n"
                                 "tap \"REBOOT\\nGATEWAY\"\n"
                                 "tap \"REBOOT\\nGATEWAY\"\n"
@@ -77,19 +54,15 @@ TEST_F(BenchEndToEnd, SettingsAndActionsAreDrivenAndObservedByScript)
                                 "expect-view \"RESET DATA\"\n"
                                 "dump question.json\n"
                                 "answer \"RESET\"\n"
-                                "expect-journal \"FactoryResetManager.resetData()\"\n"
-                                "expect-no-view \"RESET DATA\"\n"
-                                "set VAPI_towModeEnabled true\n"
-                                "expect-disabled \"STOP 12V\\nSUPPORT\"\n"
-                                "expect-disabled \"TURN\\nRAILS OFF\"\n");
-    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--vehicle-latency", "300", "--script", script});
+                                "expect-no-view \"RESET DATA\"\n");
+    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     // Popups are dumped with the overlay they are shown in.
     const QJsonObject overlay = dump("question.json")["overlay"].toObject();
     EXPECT_EQ(byClass(overlay, "ConfirmationPopup")["title"].toString(), "RESET DATA");
 }
 
-TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
+TEST_F(BenchEndToEnd, FactoryModeGoesThroughTheBenchsCarAndTheHostsTransportQuestion)
 {
     const QString script = file("factory.txt",
                                 "tap \"FACTORY\"\n"
@@ -99,15 +72,7 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "expect-pending GUI_factoryMode true\n"
                                 "wait-for-value GUI_factoryMode true\n"
                                 "expect-view \"SEAT\\nINSTALL\"\n"
-                                "# Off asks first; NO leaves everything as it was.\n"
-                                "drag \"OFF/FACTORY/TRANSPORT\" -210 0\n"
-                                "expect-view \"FACTORY MODE\"\n"
-                                "answer \"NO\"\n"
-                                "expect-no-view \"FACTORY MODE\"\n"
-                                "expect-value GUI_factoryMode true\n"
-                                "expect-pending GUI_factoryMode none\n"
-                                "expect-pending GUI_powerOffRailsRequest none\n"
-                                "# YES on car type 3 turns the rails off too.\n"
+                                "# Off asks first; YES on car type 3 turns the rails off too.\n"
                                 "drag \"OFF/FACTORY/TRANSPORT\" -210 0\n"
                                 "answer \"YES\"\n"
                                 "expect-log \"INFO exiting factory mode, turn rails off\"\n"
@@ -130,33 +95,13 @@ TEST_F(BenchEndToEnd, FactoryModesActionsAndDrivingAreDrivenAndObservedByScript)
                                 "answer \"ENTER\"\n"
                                 "expect-journal \"CenterDisplay.setTransportMode(true)\"\n"
                                 "expect-value GUI_transportMode true\n"
-                                "expect-value GUI_factoryMode false\n"
-                                "tap \"SPEAKER\\nTEST\"\n"
-                                "expect-journal \"host-command.emit-start-factory-speaker-test()\"\n"
-                                "tap \"SPEAKER\\nTEST\"\n"
-                                "expect-journal \"host-command.emit-stop-factory-speaker-test()\"\n"
-                                "# Driving to the target, until the car reports the last instruction done.\n"
-                                "set GUI_transportMode false\n"
-                                "set GUI_factoryMode true\n"
-                                "tap \"START\"\n"
-                                "expect-value GUI_factoryKestro true\n"
-                                "expect-value DAS_factoryKestroStatus 1\n"
-                                "expect-view \"STOP\"\n"
-                                "set DAS_factoryKestroStatus 8\n"
-                                "expect-view \"Last instruction completed\"\n"
-                                "expect-disabled \"START\"\n"
-                                "expect-value GUI_factoryKestro false\n");
+                                "expect-value GUI_factoryMode false\n");
     const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "VAPI_carType=3",
                                 "--vehicle-latency", "100", "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
-
-    const int start = run.output.indexOf("Platform request: host-command.emit-start-factory-speaker-test()");
-    const int stop = run.output.indexOf("Platform request: host-command.emit-stop-factory-speaker-test()");
-    EXPECT_GE(start, 0);
-    EXPECT_GT(stop, start);
 }
 
-TEST_F(BenchEndToEnd, AppsOpenTheNavigationScreenWhoseResetEmptiesHomeAndWork)
+TEST_F(BenchEndToEnd, AppsListsTheBenchScreensAndTheNavigationScreensResetEmptiesTheRealDatabase)
 {
     const QString data = dir.filePath("data");
     QString error;
@@ -166,14 +111,13 @@ TEST_F(BenchEndToEnd, AppsOpenTheNavigationScreenWhoseResetEmptiesHomeAndWork)
 
     const QString script = file("nav.txt",
                                 "tap \"APPS\"\n"
+                                "expect-view \"Diagnostic Tools\"\n"
+                                "expect-view \"Browser\"\n"
+                                "expect-view \"Owner's Manual\"\n"
                                 "tap \"Developer Navigation\"\n"
                                 "expect-journal \"AppChooser.openApp(Developer Navigation)\"\n"
                                 "expect-view \"DEV NAV\"\n"
                                 "tap \"RESET HOME/WORK\"\n"
-                                "expect-journal \"PlacesHistoryDB.deleteHome(true)\"\n"
-                                "expect-journal \"PlacesHistoryDB.deleteWork(true)\"\n"
-                                "expect-pending GUI_shouldRecommendHome true\n"
-                                "expect-pending GUI_shouldRecommendWork true\n"
                                 "tap \"BACK\"\n"
                                 "expect-no-view \"DEV NAV\"\n"
                                 "expect-view \"APPS\"\n");
@@ -243,10 +187,6 @@ TEST_F(BenchEndToEnd, BadInputIsAClearMessageAndANonZeroExit)
     run = bench({"--offscreen", "--script", file("bad.txt", "wait 10\nset GUI_warpDrive 1\n")});
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("bad.txt:2: unknown data value 'GUI_warpDrive'")) << run.output.toStdString();
-
-    run = bench({"--offscreen", "--can-speed", "fast"});
-    EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.output.contains("orvane-bench: --can-speed wants a number")) << run.output.toStdString();
 
     run = bench({"--offscreen", "--size", "huge"});
     EXPECT_EQ(run.exitCode, 2);
@@ -339,88 +279,6 @@ TEST_F(BenchEndToEnd, OpensAWindowWhereThereIsADisplay)
     EXPECT_TRUE(QFile::exists(dir.filePath("window.png")));
 }
 
-TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
-{
-    const BenchRun run = bench({"--help"});
-    EXPECT_EQ(run.exitCode, 0);
-    for (const char* word : {"--plugin", "--config", "--set", "--offscreen", "--screenshot", "--dump-views", "--script",
-                             "--size", "--vehicle-latency", "--data-dir", "--can-record", "--browser", "--fail-host-command",
-                             "expect-journal", "screenshot FILE", "keys \"TEXT\"", "wait-for \"LABEL\""})
-        EXPECT_TRUE(run.output.contains(word)) << word;
-}
-
-TEST_F(BenchEndToEnd, DataAndDravikShowTheCarLiveFromTheServiceEndpointAndUnloadWhenHidden)
-{
-    int port = 0;
-    {
-        QTcpServer probe;
-        ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-        port = probe.serverPort();
-    }
-    const QString config = file("orvane.ini",
-                                QStringLiteral("[diag]\n"
-                                               "vitals_url=file://%1/web_content/vitals/vitals.html?endpoint=http://127.0.0.1:PORT/\n"
-                                               "dravik_url=http://127.0.0.1:PORT/\n")
-                                    .replace("PORT", QString::number(port))
-                                    .toUtf8());
-    const QString script = file("web.txt",
-                                "wait-for \"Vitals (live)\"\n"
-                                "dump data.json\n"
-                                "screenshot data.png\n"
-                                "tap \"DRAVIK\"\n"
-                                "wait-for \"Service tool\"\n"
-                                "dump dravik.json\n"
-                                "tap \"DATA\"\n"
-                                "wait 300\n"
-                                "dump back.json\n");
-    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--set", "VAPI_vehicleSpeed=57", "--config",
-                                config, "--service-port", QString::number(port), "--script", script});
-    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
-    EXPECT_TRUE(run.output.contains(QStringLiteral("Service endpoint on http://127.0.0.1:%1/").arg(port)));
-
-    const auto webViewOf = [&](const QJsonObject& root, const QString& title) {
-        const QJsonObject page = findView(root, [&](const QJsonObject& v) { return v["title"].toString() == title; });
-        return byClass(page, "WebView");
-    };
-    const QJsonObject data = dump("data.json");
-    EXPECT_EQ(webViewOf(data, "DATA")["pageTitle"].toString(), "Vitals (live)");
-    QImage shot;
-    ASSERT_TRUE(shot.load(dir.filePath("data.png")));
-    QSet<QRgb> colours;
-    for (int y = 150; y < 900; y += 7)
-        for (int x = 60; x < 1800; x += 7)
-            colours.insert(shot.pixel(x, y));
-    EXPECT_GT(colours.size(), 20) << "the dashboard painted next to nothing";
-
-    const QJsonObject dravik = dump("dravik.json");
-    EXPECT_EQ(webViewOf(dravik, "DRAVIK")["pageTitle"].toString(), "Service tool");
-    EXPECT_EQ(webViewOf(dravik, "DRAVIK")["url"].toString(), QStringLiteral("http://127.0.0.1:%1/").arg(port));
-    const QStringList empty{"", "about:blank"};
-    EXPECT_TRUE(empty.contains(webViewOf(dravik, "DATA")["url"].toString())) << "a hidden dashboard keeps running";
-
-    const QJsonObject back = dump("back.json");
-    EXPECT_TRUE(empty.contains(webViewOf(back, "DRAVIK")["url"].toString()));
-    EXPECT_EQ(webViewOf(back, "DRAVIK")["pageTitle"].toString(), "");
-}
-
-TEST_F(BenchEndToEnd, AppsListsTheBenchScreensAndOpeningOneIsJournaled)
-{
-    const QString script = file("apps.txt",
-                                "tap \"APPS\"\n"
-                                "expect-view \"Diagnostic Tools\"\n"
-                                "expect-view \"Developer Navigation\"\n"
-                                "expect-view \"Browser\"\n"
-                                "expect-view \"Owner's Manual\"\n"
-                                "tap \"Diagnostic Tools\"\n"
-                                "expect-journal \"AppChooser.openApp(Diagnostic Tools)\"\n"
-                                "dump apps.json\n");
-    const BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--script", script});
-    ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
-    const QJsonObject list = byClass(dump("apps.json"), "ListView");
-    EXPECT_EQ(list["rows"].toInt(), 4);
-    EXPECT_TRUE(list["visible"].toBool());
-}
-
 TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
 {
     const QString pick = file("pick.txt",
@@ -428,8 +286,6 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
                               "expect-view \"Busses\"\n"
                               "tap \"sample\"\n"
                               "wait 400\n"
-                              "expect-view \"sample Messages\"\n"
-                              "dump messages.json\n"
                               "tap \"VehicleSpeed\"\n"
                               "wait 400\n"
                               "expect-view \"sample:VehicleSpeed\"\n"
@@ -439,21 +295,13 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
                               "wait 700\n"
                               "dump later.json\n"
                               "tap \"ADD ALL SIGNALS\"\n"
-                              "dump all.json\n"
                               "tap \"sample : Odometer\"\n"
-                              "dump removed.json\n"
-                              "tap \"CAN BACK\"\n"
-                              "wait 600\n"
-                              "expect-view \"sample Messages\"\n"
-                              "screenshot can.png\n");
+                              "wait 600\n");
     const QString data = dir.filePath("data");
     BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--can-record",
                           file("values.csv"), "--script", pick});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
 
-    EXPECT_EQ(shownRows(dump("messages.json"), "TableCell"),
-              QStringList({"VehicleSpeed", "EngineData", "Transmission", "BatteryStatus", "ClimateSensors", "TirePressure",
-                           "Position"}));
     // The value comes from the generator and moves.
     const QStringList first = shownRows(dump("first.json"), "TableCellRendererAdapter", "text");
     const QStringList later = shownRows(dump("later.json"), "TableCellRendererAdapter", "text");
@@ -463,10 +311,6 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
     EXPECT_TRUE(first[0].endsWith(" km/h")) << first[0].toStdString();
     EXPECT_FALSE(first[0].contains("--")) << first[0].toStdString();
     EXPECT_NE(first[0], later[0]);
-    EXPECT_EQ(shownRows(dump("all.json"), "TableCellRendererAdapter"),
-              QStringList({"sample : WheelSpeedFL", "sample : WheelSpeedFR", "sample : Odometer", "sample : Speed"}));
-    EXPECT_EQ(shownRows(dump("removed.json"), "TableCellRendererAdapter"),
-              QStringList({"sample : WheelSpeedFL", "sample : WheelSpeedFR", "sample : Speed"}));
     EXPECT_EQ(contents("data/canViewer.txt"),
               "sample:VehicleSpeed:WheelSpeedFL\nsample:VehicleSpeed:WheelSpeedFR\nsample:VehicleSpeed:Speed\n");
     // The recording followed the selection.
@@ -475,30 +319,24 @@ TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
     // Columns in catalogue order.
     EXPECT_TRUE(csv.contains("time,sample:VehicleSpeed:Speed,sample:VehicleSpeed:WheelSpeedFL,sample:VehicleSpeed:WheelSpeedFR"));
 
-    // The next start brings the selection back; clear empties the file.
-    const QString clear = file("clear.txt", "tap \"CAN\"\ndump restored.json\ntap \"CAN CLEAR\"\ndump cleared.json\n");
-    run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--script", clear});
+    // The next start brings the selection back.
+    run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--data-dir", data, "--script",
+                 file("again.txt", "tap \"CAN\"\ndump restored.json\n")});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     EXPECT_EQ(shownRows(dump("restored.json"), "TableCellRendererAdapter"),
               QStringList({"sample : WheelSpeedFL", "sample : WheelSpeedFR", "sample : Speed"}));
-    EXPECT_TRUE(shownRows(dump("cleared.json"), "TableCellRendererAdapter").isEmpty());
-    EXPECT_EQ(contents("data/canViewer.txt"), QByteArray());
 }
 
 TEST_F(BenchEndToEnd, DiagnosticModeShowsOnlyWhatTheShippedFilterNamesAndStartsEmpty)
 {
+    ASSERT_TRUE(QDir().mkpath(dir.filePath("data")));
     file("data/canViewer.txt", "sample:Position:Latitude\n");
     const QString script = file("diag.txt",
                                 "tap \"CAN\"\n"
                                 "dump buses.json\n"
                                 "tap \"sample\"\n"
                                 "wait 400\n"
-                                "dump messages.json\n"
-                                "tap \"TirePressure\"\n"
-                                "wait 400\n"
-                                "dump signals.json\n"
-                                "tap \"ADD ALL SIGNALS\"\n"
-                                "dump added.json\n");
+                                "dump messages.json\n");
     const BenchRun run = bench({"--offscreen", "--set", "GUI_diagnosticMode=true", "--data-dir", dir.filePath("data"),
                                 "--script", script});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
@@ -507,18 +345,6 @@ TEST_F(BenchEndToEnd, DiagnosticModeShowsOnlyWhatTheShippedFilterNamesAndStartsE
     EXPECT_EQ(shownRows(dump("buses.json"), "TableCell"), QStringList({"sample"}));
     EXPECT_EQ(shownRows(dump("messages.json"), "TableCell"),
               QStringList({"VehicleSpeed", "EngineData", "BatteryStatus", "ClimateSensors", "TirePressure"}));
-    // A 29-bit message like any other; the first tyre signal has a long name of its own.
-    EXPECT_EQ(shownRows(dump("signals.json"), "TableCell"),
-              QStringList({"ADD ALL SIGNALS", "TirePressureFrontLeftWheelMeasuredInBar", "TirePressureFrontRight",
-                           "TirePressureRearLeft", "TirePressureRearRight"}));
-    EXPECT_EQ(shownRows(dump("added.json"), "TableCellRendererAdapter").size(), 4);
-}
-
-TEST_F(BenchEndToEnd, TheBenchRunsThePluginsBrowserRuntimeOnceStartedUp)
-{
-    const BenchRun run = bench({"--offscreen", "--script", file("ready.txt", "expect-value GUI_allReady true\n")});
-    EXPECT_EQ(run.exitCode, 0) << run.output.toStdString();
-    EXPECT_FALSE(run.output.contains("no browser runtime")) << run.output.toStdString();
 }
 
 TEST_F(BenchEndToEnd, TheFirstScreenShowsTheCarsLiveValuesFromTheBenchsOwnEndpointWhateverItsPort)
@@ -527,11 +353,18 @@ TEST_F(BenchEndToEnd, TheFirstScreenShowsTheCarsLiveValuesFromTheBenchsOwnEndpoi
         return findView(root, [](const QJsonObject& v) { return v["class"].toString() == "WebView" && v["shown"].toBool(); });
     };
     BenchRun run = bench({"--offscreen", "--set", "GUI_developerMode=true", "--service-port", "0", "--dump-views",
-                          file("first.json")});
+                          file("first.json"), "--screenshot", file("first.png")});
     ASSERT_EQ(run.exitCode, 0) << run.output.toStdString();
     // The dump waits for the dashboard's first answer: the values are there, not "--".
     const QJsonObject vitals = shownPage(dump("first.json"));
     EXPECT_EQ(vitals["pageTitle"].toString(), "Vitals (live)") << vitals["url"].toString().toStdString();
+    QImage shot;
+    ASSERT_TRUE(shot.load(dir.filePath("first.png")));
+    QSet<QRgb> colours;
+    for (int y = 150; y < 900; y += 7)
+        for (int x = 60; x < 1800; x += 7)
+            colours.insert(shot.pixel(x, y));
+    EXPECT_GT(colours.size(), 20) << "the dashboard painted next to nothing";
     // The web engine, the costliest part of start-up, waits for the first frame.
     const int firstFrame = run.output.indexOf("First frame painted");
     EXPECT_GE(firstFrame, 0);

@@ -47,20 +47,6 @@ protected:
         return titles;
     }
 
-    // The lit tab, and the page that is actually shown: they must agree.
-    static QString currentTitle(const QJsonObject& root)
-    {
-        QString lit;
-        for (const QJsonValue& tab : byClass(root, "TabSelectorView")["children"].toArray()) {
-            if (tab["toggled"].toBool())
-                lit = tab["label"].toString();
-        }
-        const QJsonObject pages = byClass(root, "MultiPageView");
-        const QString shown =
-            findView(pages, [](const QJsonObject& v) { return v.contains("title") && v["visible"].toBool(); })["title"].toString();
-        return lit == shown ? shown : "lit " + lit + " but shown " + shown;
-    }
-
     // The shown rows of a kind of cell, in table order: "label" or, for drawn rows, "text".
     static QStringList shownRows(const QJsonObject& root, const QString& cls, const QString& property = "label")
     {

@@ -75,14 +75,6 @@ QString url(const char* path)
 
 } // namespace
 
-TEST_F(ChromiumBrowser, LoadsAPageAndRelaysItsTitleAndAddress)
-{
-    gRuntime->server.Serve("/hello.html", "<title>Hello</title><p>hi</p>");
-    ASSERT_TRUE(load(url("/hello.html")));
-    EXPECT_TRUE(titleBecomes("Hello")) << mView->title().toStdString();
-    EXPECT_EQ(mView->url(), QUrl(url("/hello.html")));
-}
-
 TEST_F(ChromiumBrowser, FilesOutsideTheFolderAreRefusedInChromiumsCanonicalForm)
 {
     const struct {

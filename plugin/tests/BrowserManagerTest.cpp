@@ -1,4 +1,3 @@
-#include "core/ConfigValue.h"
 #include "core/DataValues.h"
 #include "core/Logger.h"
 #include "core/PendingSaves.h"
@@ -65,24 +64,6 @@ TEST(ChromiumManager, BadRegistrationsAssertAndLeaveTheListAlone)
     manager.tick(); // no clients: no engine work, and nothing to fail
 }
 
-TEST(ChromiumManager, RemovalIsLoggedWithTheCountInDebugMode)
-{
-    ControlGroupCommands commands;
-    QTemporaryDir config;
-    ConfigStore::setPath(config.filePath("car.ini"));
-    ConfigStore::write("chromium/debug", true);
-    CapturingLogSink log;
-    ChromiumManager manager;
-    int a = 0, b = 0;
-    manager.initializeCef(fakeClient(a));
-    manager.initializeCef(fakeClient(b));
-    manager.uninitializeCef(fakeClient(a));
-    EXPECT_TRUE(log.contains("INFO", "ChromiumManager::ChromiumManager(QObject*)"));
-    EXPECT_TRUE(log.contains("INFO", "void ChromiumManager::uninitializeCef(ChromiumClient*) "
-                                     "browser client removed, current count 1"))
-        << log.lines().join("\n").toStdString();
-}
-
 TEST(ChromiumManagerDeathTest, AFailedMoveToTheBrowserGroupEndsTheProcessAfterThePendingSaves)
 {
     QTemporaryDir scratch;
@@ -129,12 +110,7 @@ TEST(ChromiumManager, SettingsFollowTheHostLocale)
     EXPECT_EQ(CefString(&settings.accept_language_list).ToString(), "en-GB,en");
     EXPECT_EQ(CefString(&settings.browser_subprocess_path).ToString(),
               (QDir::currentPath() + "/vexor-cef-launcher").toStdString());
-    EXPECT_EQ(settings.multi_threaded_message_loop, 0);
     EXPECT_EQ(settings.external_message_pump, 0) << "an unlisted setting keeps the engine's default";
-    EXPECT_EQ(settings.log_severity, LOGSEVERITY_DISABLE);
-    EXPECT_EQ(CefString(&settings.user_data_path).ToString(), "/home/vexor-cef");
-    EXPECT_EQ(settings.background_color, 0x00FFFFFFu);
-    EXPECT_TRUE(CefString(&settings.user_agent).ToString().find("OrvaneBrowser") != std::string::npos);
 }
 
 TEST(ChromiumManager, VideoIsAllowedOnlyParkedOnWifiAndEachChangeIsToldOnce)

@@ -43,15 +43,6 @@ TEST(ChromiumUtils, UrlsConvertThroughTheirFullText)
     EXPECT_EQ(ChromiumUtils::toQUrl(cef(url.toString())), url);
 }
 
-TEST(ChromiumUtils, ModifierFlags)
-{
-    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::NoModifier), 0u);
-    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::ShiftModifier | Qt::MetaModifier), 130u);
-    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::ControlModifier | Qt::AltModifier), 12u);
-    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::KeypadModifier | Qt::GroupSwitchModifier), 0u);
-    EXPECT_EQ(ChromiumUtils::modifiersForKeyEvent(Qt::KeyboardModifierMask), 2u | 4u | 8u | 128u);
-}
-
 class PrivacyLog : public ::testing::Test {
 protected:
     void SetUp() override

@@ -5,9 +5,6 @@
 #include "diag/can/CANDataModel.h"
 #include "services/AppInfo.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <memory>
 
 namespace {
@@ -149,41 +146,4 @@ TEST_F(CANFilterTest, EmptyCorruptAndHostileFilesLeaveAnEmptyModelAndOneError)
     CANDataModel unreadable(&app, false);
     EXPECT_EQ(unreadable.getBusCount(), 0);
     EXPECT_EQ(log.lines().last(), "ERROR Unable to open CAN View Filter " + dir.filePath("diagCAN-config.json"));
-}
-
-TEST_F(CANFilterTest, ReferenceCataloguesAreShownWholeOrAsFilteredPositionForPosition)
-{
-    QStringList buses;
-    for (const QString& file : referenceCatalogues())
-        buses << file;
-    ASSERT_TRUE(CANDataManager::loadCatalogue(buses));
-    const CANData& catalogue = CANDataManager::catalogue();
-    CANDataModel all(&app, true);
-    ASSERT_EQ(all.getBusCount(), catalogue.busCount());
-    for (int b = 0; b < catalogue.busCount(); ++b) {
-        const CANBusNode* bus = catalogue.busAt(b);
-        EXPECT_EQ(all.getBusName(b), QString::fromUtf8(bus->name()));
-        ASSERT_EQ(all.getMessageCount(b), bus->messageCount());
-        for (int m = 0; m < bus->messageCount(); ++m) {
-            ASSERT_EQ(all.getSignalCount(b, m), bus->messageAt(m)->signalCount());
-            for (int s = 0; s < bus->messageAt(m)->signalCount(); ++s)
-                EXPECT_EQ(all.getSignal(b, m, s), bus->messageAt(m)->signalAt(s));
-        }
-    }
-
-    // Every message of the largest bus, one signal name each: kept wherever it occurs.
-    const CANBusNode* largest = catalogue.busAt(0);
-    for (int b = 1; b < catalogue.busCount(); ++b)
-        largest = catalogue.busAt(b)->messageCount() > largest->messageCount() ? catalogue.busAt(b) : largest;
-    QJsonArray messages;
-    for (int m = 0; m < largest->messageCount(); ++m)
-        messages << QString::fromUtf8(largest->messageAt(m)->name());
-    const QString first = QString::fromUtf8(largest->messageAt(0)->signalAt(0)->name());
-    auto model = filtered(QJsonDocument(QJsonObject{{"buses", QJsonArray{QString::fromUtf8(largest->name())}},
-                                                    {"messages", messages},
-                                                    {"signals", QJsonArray{first}}})
-                              .toJson());
-    ASSERT_EQ(model->getBusCount(), 1);
-    EXPECT_EQ(model->getMessageCount(0), largest->messageCount());
-    EXPECT_EQ(model->getSignalName(0, 0, 0), first);
 }

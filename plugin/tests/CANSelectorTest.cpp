@@ -7,7 +7,6 @@
 #include "diag/can/CANView.h"
 #include "diag/can/CANViewTableModel.h"
 #include "Screen.h"
-#include "services/LocaleManager.h"
 #include "views/ButtonView.h"
 #include "views/KineticScroller.h"
 #include "views/table/MultiTableView.h"
@@ -96,29 +95,6 @@ TEST(CANSelectorModel, AnEmptyCatalogueShowsNoRowsAndNoSections)
     Picker p;
     EXPECT_EQ(p.model.sectionCount(nullptr), 0);
     EXPECT_EQ(p.model.sectionItemCount(TableModelIndex(nullptr, 1, 0)), 0);
-}
-
-TEST(CANSelectorModel, TheLongestReferenceBusFallsIntoContiguousSectionsUnderTheirLetters)
-{
-    ASSERT_TRUE(CANDataManager::loadCatalogue(referenceCatalogues()));
-    Picker p;
-    int longest = 0;
-    for (int b = 1; b < p.data.getBusCount(); ++b)
-        longest = p.data.getMessageCount(b) > p.data.getMessageCount(longest) ? b : longest;
-    ASSERT_GT(p.data.getMessageCount(longest), 300);
-    const Sections sections = p.sections({longest});
-    const QStringList headers = p.headers({longest});
-    int next = 0;
-    for (int s = 0; s < sections.size(); ++s) {
-        EXPECT_EQ(sections[s].first, next);
-        for (int r = 0; r < sections[s].second; ++r)
-            EXPECT_EQ(LocaleManager::groupingStringForTitle(p.data.getMessageName(longest, next + r)), headers[s]);
-        if (s > 0) {
-            EXPECT_NE(headers[s], headers[s - 1]);  // neighbours with one letter share a section
-        }
-        next += sections[s].second;
-    }
-    EXPECT_EQ(next, p.data.getMessageCount(longest));
 }
 
 namespace {

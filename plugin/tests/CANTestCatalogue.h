@@ -45,16 +45,6 @@ inline QString testSourceDir()
     return QStringLiteral(ORVANE_TEST_SOURCE_DIR);
 }
 
-inline QStringList referenceCatalogues()
-{
-    const QDir dir(testSourceDir() + QStringLiteral("/testdata/dbc"));
-    QStringList files;
-    for (const QString& f : dir.entryList({QStringLiteral("*.dbc")}, QDir::Files, QDir::Name))
-        files << dir.filePath(f);
-    EXPECT_FALSE(files.isEmpty()) << "no reference catalogues in " << dir.path().toStdString();
-    return files;
-}
-
 inline CANSignalNode* signalNamed(const QString& bus, const QString& message, const QString& signal)
 {
     return CANDataManager::findSignal(CANDataManager::findMessage(CANDataManager::findBus(bus), message), signal);

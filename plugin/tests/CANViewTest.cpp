@@ -195,7 +195,7 @@ TEST_F(SampleViewer, TappingARowRemovesItsSignal)
     EXPECT_EQ(names(*view), QStringList({"sample : Speed", "sample : WheelSpeedFL"}));
 }
 
-TEST_F(SampleViewer, NoSavedFileMeansAnEmptyTableAndNoFileUntilTheFirstChange)
+TEST_F(SampleViewer, NoSavedFileMeansAnEmptyTableAndNoFileUntilTheFirstChangeWhichAnEarlyExitStillSaves)
 {
     auto view = makeView();
     EXPECT_TRUE(names(*view).isEmpty());
@@ -204,6 +204,9 @@ TEST_F(SampleViewer, NoSavedFileMeansAnEmptyTableAndNoFileUntilTheFirstChange)
     drainEvents();
     EXPECT_FALSE(QFile::exists(selectionFile()));
     view->selectedModel()->addItem(sample("Transmission", "Gear"), false);
+    // The process ends before the loop turns again.
+    PendingSaves::flushAll();
+    EXPECT_EQ(readFile(selectionFile()), "sample:Transmission:Gear\n");
     view->selectedModel()->addItem(sample("TirePressure", "TirePressureRearLeft"), false);
     drainEvents();
     EXPECT_EQ(readFile(selectionFile()), "sample:TirePressure:TirePressureRearLeft\nsample:Transmission:Gear\n");
@@ -211,15 +214,6 @@ TEST_F(SampleViewer, NoSavedFileMeansAnEmptyTableAndNoFileUntilTheFirstChange)
     drainEvents();
     EXPECT_TRUE(QFile::exists(selectionFile()));
     EXPECT_EQ(readFile(selectionFile()), QByteArray());
-}
-
-TEST_F(SampleViewer, AChangeNotYetSavedIsWrittenWhenPendingSavesAreFlushed)
-{
-    auto view = makeView();
-    view->selectedModel()->addItem(sample("Transmission", "Gear"), false);
-    // The process ends before the loop turns again.
-    PendingSaves::flushAll();
-    EXPECT_EQ(readFile(selectionFile()), "sample:Transmission:Gear\n");
 }
 
 TEST_F(SampleViewer, SavedSelectionComesBackInFileOrderAndOddEntriesAreSkipped)
@@ -349,7 +343,7 @@ TEST_F(SampleViewer, AFilteredPageStillRestoresWhatTheFilterHides)
     EXPECT_EQ(names(view), QStringList({"sample : Latitude"}));
 }
 
-TEST_F(SampleViewer, ValuesAreDrawnAgainTenTimesASecondOnlyWhileThePageIsShown)
+TEST_F(SampleViewer, ValuesAreDrawnAgainOnlyWhileThePageIsShown)
 {
     MultiPageView pages(&root);
     pages.setGeometry(QRect(0, 0, 1600, 1000));
@@ -358,8 +352,6 @@ TEST_F(SampleViewer, ValuesAreDrawnAgainTenTimesASecondOnlyWhileThePageIsShown)
     pages.addPage(can, nullptr);
     pages.addPage(other, nullptr);
     CANView* view = can->canView();
-    EXPECT_EQ(view->geometry().size(), QSize(1600, 1000));
-    EXPECT_EQ(view->refreshTimer()->interval(), 100);
     EXPECT_TRUE(view->refreshTimer()->isActive());
     view->selectedModel()->addItem(sample("VehicleSpeed", "Speed"), true);
     QSignalSpy redrawn(view->selectedModel(), &TableModel::modelItemCountChanged);

@@ -1,9 +1,8 @@
-// The SETTINGS, ACTIONS and KAVRO pages in a car's window, driven by touches on a display.
+// The SETTINGS and ACTIONS pages in a car's window, driven by touches on a display.
 #include "core/DataValues.h"
 #include "core/Logger.h"
 #include "diag/DeveloperActionsPage.h"
 #include "diag/DeveloperSettingsPage.h"
-#include "diag/KavroDeveloperPage.h"
 #include "views/CenterDisplay.h"
 #include "services/PlatformJournal.h"
 #include "views/ConfirmingButtonView.h"
@@ -142,7 +141,6 @@ TEST_F(DeveloperPagesTest, MotorModeSwitchIsSelectableOnlyWhenAllowedAndParked)
 {
     GUI_factoryMode.setValue(true);
     MotorModeSwitch motor(&root, false);
-    EXPECT_EQ(motor.positions(), QStringList({"REAR", "FRONT", "BOTH"}));
     EXPECT_EQ(motor.valueSource(), &GUI_motorMode);
     EXPECT_TRUE(motor.isEnabled());
     VAPI_gear.setValue(4);
@@ -227,15 +225,12 @@ TEST_F(DeveloperPagesTest, StopTwelveVoltRequestsBothRailsAndPressingAgainWithdr
     EXPECT_TRUE(rails->isEnabled());
 }
 
-TEST_F(DeveloperPagesTest, SleepExistsOnlyWhenAModeIsOnAtLoadAndKavroIsEmpty)
+TEST_F(DeveloperPagesTest, SleepExistsOnlyWhenAModeIsOnAtLoad)
 {
     GUI_developerMode.setValue(false);
     auto* page = show<DeveloperActionsPage>();
     EXPECT_FALSE(labelled<ConfirmingButtonView>(page, "SLEEP"));
     EXPECT_TRUE(labelled<ConfirmingButtonView>(page, "RST RADIO\nDATA"));
-    auto* kavro = show<KavroDeveloperPage>();
-    EXPECT_EQ(kavro->title(), "KAVRO");
-    EXPECT_TRUE(kavro->findChildren<ButtonView*>().isEmpty());
 }
 
 TEST_F(DeveloperPagesTest, ATallFormScrollsAndADragStartedOnASwitchMovesThePageNotTheSwitch)

@@ -39,7 +39,7 @@ TEST_F(ShellTest, DeveloperModeBuildsEveryTabInOrder)
     EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 1);
 }
 
-TEST_F(ShellTest, StartingWithBothModesOffHidesBehindTheHint)
+TEST_F(ShellTest, StartingWithBothModesOffHidesBehindTheHintAndLeavesOutWhatOnlyAStartInAModeBuilds)
 {
     load();
     EXPECT_FALSE(shell->isVisible());
@@ -52,6 +52,12 @@ TEST_F(ShellTest, StartingWithBothModesOffHidesBehindTheHint)
     EXPECT_EQ(shell->factoryPage(), nullptr);
     EXPECT_EQ(titles(), QStringList({"DATA", "DRAVIK", "KAVRO", "SETTINGS", "ACTIONS", "APPS"}));
     EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 0);
+
+    // FONTS and the service toggle are decided at construction, and stay so.
+    setModes(true, true);
+    EXPECT_EQ(titles().count("FONTS"), 0);
+    EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 0);
+    EXPECT_EQ(titles().size(), 8);
 }
 
 TEST_F(ShellTest, DroppingToDiagnosticOnlyRemovesFactoryKeepsCanAndGoesToFirstTab)
@@ -94,15 +100,6 @@ TEST_F(ShellTest, TogglingModesNeverDuplicatesHintOrPages)
     // Hiding leaves the pages as they are.
     EXPECT_NE(shell->factoryPage(), nullptr);
     EXPECT_FALSE(shell->exitButton()->isVisible());
-}
-
-TEST_F(ShellTest, PagesFixedAtConstructionStaySo)
-{
-    load();
-    setModes(true, true);
-    EXPECT_EQ(titles().count("FONTS"), 0);
-    EXPECT_EQ(countLabelled(window->barView(), ServiceToggle), 0);
-    EXPECT_EQ(titles().size(), 8);
 }
 
 TEST_F(ShellTest, DiagnosticModeAtStartAddsServiceToggleAndAFilteredCanPageThatStartsEmpty)
@@ -153,21 +150,6 @@ TEST_F(ShellTest, FactoryModeOpensTheFactoryTab)
     shell->pageView()->selectPage(0);
     GUI_diagnosticMode.setValue(true); // every entry into a shown state jumps there
     EXPECT_EQ(currentTitle(), "FACTORY");
-}
-
-TEST_F(ShellTest, ModeChangesAreLoggedWithTheShellAsContext)
-{
-    CapturingLogSink log;
-    setModes(true, false);
-    load();
-    setModes(false, false);
-    QStringList shellLines;
-    for (const LogRecord& r : log.records()) {
-        if (r.context == "DiagnosticTools")
-            shellLines << r.level + " " + r.message;
-    }
-    EXPECT_EQ(shellLines, QStringList({"INFO Diagnostic or development mode on, enabling diagnostic app",
-                                       "INFO Diagnostic and development modes off, hiding app"}));
 }
 
 TEST_F(ShellTest, ExitButtonRestartsInCustomerModeAndLeavesModesToTheHost)
