@@ -71,8 +71,10 @@ bool BenchHost::assign(const QString& name, const QString& value, QString* error
     return dv->setFromString(value, error);
 }
 
-bool BenchHost::start(QString* error)
+bool BenchHost::prepare(QString* error)
 {
+    if (mPrepared)
+        return true;
     if (!mScratch.isValid()) {
         *error = QStringLiteral("cannot create a scratch folder: %1").arg(mScratch.errorString());
         return false;
@@ -83,11 +85,18 @@ bool BenchHost::start(QString* error)
     qputenv("VEXOR_CEF_USER_DATA_DIR", QFile::encodeName(StorageUtils::dataFolder() + QStringLiteral("/chromium")));
     if (!mOptions.failingHostCommands.isEmpty())
         qputenv(HostCommandReport::FailingVariable, mOptions.failingHostCommands.join(QLatin1Char(',')).toUtf8());
-
-    mCar = std::make_unique<BenchCar>(mOptions.vehicleLatencyMs);
     QString reason;
     if (!mNetwork.bindHostCommandSocket(mScratch.path(), &reason))
         Logger(this, "ERROR") << reason << "- host commands will run but not reach the journal";
+    mPrepared = true;
+    return true;
+}
+
+bool BenchHost::start(QString* error)
+{
+    if (!prepare(error))
+        return false;
+    mCar = std::make_unique<BenchCar>(mOptions.vehicleLatencyMs);
 
     if (!mLoader.load(mOptions.pluginPath, error))
         return false;

@@ -30,8 +30,12 @@ public:
     explicit BenchHost(const BenchOptions& options);
     ~BenchHost() override;
 
-    // Sets up the store and data values, loads the plug-in and builds the app. False with a
-    // reason on bad input.
+    // Opens the store and sets every environment variable the bench and its children need.
+    // Call it while the process has one thread: glibc's setenv may move the environment that
+    // other threads' getenv is reading (start() does it first when it has not been done).
+    bool prepare(QString* error);
+    // Sets up the data values, loads the plug-in and builds the app. False with a reason on bad
+    // input.
     bool start(QString* error);
 
     // The shipped data beside the plug-in (sample CAN catalogue and log, skins, web pages).
@@ -88,6 +92,7 @@ private:
     BenchOptions mOptions;
     PluginLoader mLoader;
     QTemporaryDir mScratch;
+    bool mPrepared = false;
     std::unique_ptr<BenchCar> mCar;
     std::unique_ptr<CANRecorder> mRecorder;
     std::unique_ptr<DisplayDevice> mDisplay;

@@ -42,8 +42,6 @@ int main(int argc, char** argv)
     int qtArgc = 1;
     QApplication app(qtArgc, argv);
     QApplication::setApplicationName(QStringLiteral("orvane-bench"));
-    // Reading the system's fonts is a large part of start-up: the plug-in loads meanwhile.
-    FontPreload fonts;
 
     BenchOptions options;
     QString error;
@@ -62,6 +60,10 @@ int main(int argc, char** argv)
         if (!script->load(&error))
             return usageError(error);
     }
+    if (!host.prepare(&error))
+        return usageError(error);
+    // Reading the system's fonts is a large part of start-up: the plug-in loads meanwhile.
+    FontPreload fonts;
     // The web pages' engine is the costliest part of start-up: it loads once the first frame is out.
     WebView::holdEngines(true);
     if (!host.start(&error))

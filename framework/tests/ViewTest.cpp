@@ -298,3 +298,10 @@ TEST(View, ALabelDrawsInItsStylesColoursAndOnlyAStyledOneHasAShadow)
     EXPECT_GT(pixelsOf(plainImage, qRgb(0xff, 0xff, 0xff)), 0);
     EXPECT_EQ(pixelsOf(plainImage, qRgb(0, 0xff, 0)), 0);
 }
+
+// No web page has been made in this program: the library set the variable as it loaded, while
+// the process had one thread, not the engine later while other threads may read the environment.
+TEST(View, WebPagesPollTheNetworkOnlyDailyFromTheStart)
+{
+    EXPECT_EQ(qgetenv("QT_BEARER_POLL_TIMEOUT"), QByteArray("86400000"));
+}

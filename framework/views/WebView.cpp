@@ -30,6 +30,17 @@ namespace {
 // How far a finger may wander before a tap becomes a drag.
 constexpr int TapSlop = 12;
 
+// Qt's bearer management polls the network interfaces every 10 s for as long as a network
+// access manager lives, hidden pages' included, to tell whether the device is online. These
+// pages read the car's own endpoints and never ask: unless told otherwise, once a day. Set as
+// this library loads, while the process has one thread: a variable added later may move the
+// environment under another thread's getenv.
+[[maybe_unused]] const bool bearerPollingDaily = [] {
+    if (!qEnvironmentVariableIsSet("QT_BEARER_POLL_TIMEOUT"))
+        qputenv("QT_BEARER_POLL_TIMEOUT", QByteArray::number(24 * 3600 * 1000));
+    return true;
+}();
+
 bool enginesHeld = false;
 QList<QPointer<WebView>>& viewsWaitingForRelease()
 {

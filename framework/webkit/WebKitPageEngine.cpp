@@ -45,21 +45,11 @@ private:
     std::function<void(int)> mChanged;
 };
 
-// Qt's bearer management polls the network interfaces every 10 s for as long as a network
-// access manager lives, hidden pages' included, to tell whether the device is online. These
-// pages read the car's own endpoints and never ask: unless told otherwise, once a day.
-QWebPage* newPageWithoutBearerPolling(QObject* parent)
-{
-    if (!qEnvironmentVariableIsSet("QT_BEARER_POLL_TIMEOUT"))
-        qputenv("QT_BEARER_POLL_TIMEOUT", QByteArray::number(24 * 3600 * 1000));
-    return new QWebPage(parent);
-}
-
 } // namespace
 
 WebKitPageEngine::WebKitPageEngine(QObject* parent)
     : WebPageEngine(parent)
-    , mPage(newPageWithoutBearerPolling(this))
+    , mPage(new QWebPage(this))
 {
     // Local pages shipped with the car (the vitals dashboard) read the car's own endpoints.
     mPage->settings()->setAttribute(QWebSettings::LocalContentCanAccessRemoteUrls, true);
