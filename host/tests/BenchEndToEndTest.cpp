@@ -279,6 +279,17 @@ TEST_F(BenchEndToEnd, OpensAWindowWhereThereIsADisplay)
     EXPECT_TRUE(QFile::exists(dir.filePath("window.png")));
 }
 
+// What a user learns of the bench comes from --help: it lists every option and command.
+TEST_F(BenchEndToEnd, HelpListsEveryOptionAndScriptCommand)
+{
+    const BenchRun run = bench({"--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    for (const char* word : {"--plugin", "--config", "--set", "--offscreen", "--screenshot", "--dump-views", "--script",
+                             "--size", "--vehicle-latency", "--data-dir", "--can-record", "--browser", "--fail-host-command",
+                             "expect-journal", "screenshot FILE", "keys \"TEXT\"", "wait-for \"LABEL\"", "wait-for-value"})
+        EXPECT_TRUE(run.output.contains(word)) << word;
+}
+
 TEST_F(BenchEndToEnd, CanViewerPicksShowsLiveValuesSavesAndRestoresTheSelection)
 {
     const QString pick = file("pick.txt",
