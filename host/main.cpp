@@ -22,6 +22,15 @@ int usageError(const QString& message)
     return 2;
 }
 
+// The start-up benchmark waits for this line.
+void logFirstFrame(const QElapsedTimer& sinceStart)
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    Logger(nullptr, "INFO") << "First frame painted after" << int(sinceStart.elapsed()) << "ms, peak memory"
+                            << int(usage.ru_maxrss / 1024) << "MB";
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -77,12 +86,8 @@ int main(int argc, char** argv)
 
     int status = 0;
     host.settle([&] {
-        // The start-up benchmark waits for this line.
         host.display()->render();
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
-        Logger(nullptr, "INFO") << "First frame painted after" << int(sinceStart.elapsed()) << "ms, peak memory"
-                                << int(usage.ru_maxrss / 1024) << "MB";
+        logFirstFrame(sinceStart);
         host.startNetworkServices();
         WebView::holdEngines(false);
         // A script starts from the first frame; started earlier, its waits would hold that frame back.

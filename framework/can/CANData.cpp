@@ -15,6 +15,10 @@ struct CANData::Private {
     std::vector<CANSignalNode*> signalsById;
     QHash<QByteArray, bool> highPrecisionNames;
     int messageCount = 0;
+
+    // Nodes for a message of the catalogue and its signals, numbered on from those already made.
+    std::unique_ptr<CANMessageNode> makeMessage(const DbcMessage& message, int index, CANBusNode* bus);
+    std::unique_ptr<CANSignalNode> makeSignal(const DbcSignal& signal, int index, CANMessageNode* message);
 };
 
 namespace {
@@ -141,21 +145,15 @@ bool CANData::addBusFromFile(const QString& path, const QString& busName)
     return addBusFromText(text, name, path);
 }
 
-bool CANData::addBusFromText(const QByteArray& text, const QString& busName, const QString& sourceName)
+namespace {
+
+// The parsed catalogue, its problems logged (the first few); null when it cannot serve as a bus.
+std::unique_ptr<DbcFile> parseCatalogue(const QByteArray& text, const QString& busName, const QString& sourceName)
 {
-    const QByteArray name = busName.toUtf8();
-    if (name.isEmpty()) {
-        Logger(nullptr, "ERROR") << "CAN catalogue" << sourceName << "has no bus name; skipped";
-        return false;
-    }
-    if (d->busesByName.contains(name)) {
-        Logger(nullptr, "ERROR") << "CAN bus" << busName << "is already loaded;" << sourceName << "skipped";
-        return false;
-    }
     auto file = std::make_unique<DbcFile>(parseDbc(std::string_view(text.constData(), size_t(text.size()))));
     if (!file->fatalError.empty()) {
         Logger(nullptr, "ERROR") << "CAN catalogue" << sourceName << "not loaded:" << file->fatalError;
-        return false;
+        return nullptr;
     }
     int logged = 0;
     for (const DbcProblem& p : file->problems) {
@@ -168,11 +166,30 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
     }
     if (file->messages.empty() && !file->problems.empty()) {
         Logger(nullptr, "ERROR") << "CAN catalogue" << sourceName << "holds no messages; not loaded";
-        return false;
+        return nullptr;
     }
     if (file->messages.empty())
         Logger(nullptr, "WARN") << "CAN catalogue" << sourceName << "holds no messages: bus" << busName
                                 << "decodes nothing";
+    return file;
+}
+
+} // namespace
+
+bool CANData::addBusFromText(const QByteArray& text, const QString& busName, const QString& sourceName)
+{
+    const QByteArray name = busName.toUtf8();
+    if (name.isEmpty()) {
+        Logger(nullptr, "ERROR") << "CAN catalogue" << sourceName << "has no bus name; skipped";
+        return false;
+    }
+    if (d->busesByName.contains(name)) {
+        Logger(nullptr, "ERROR") << "CAN bus" << busName << "is already loaded;" << sourceName << "skipped";
+        return false;
+    }
+    std::unique_ptr<DbcFile> file = parseCatalogue(text, busName, sourceName);
+    if (!file)
+        return false;
 
     auto bus = std::make_unique<CANBusNode>();
     bus->mName = name;
@@ -181,32 +198,7 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
     bus->mStandardIds.assign(2048, -1);
     for (size_t mi = 0; mi < file->messages.size(); ++mi) {
         const DbcMessage& m = file->messages[mi];
-        auto message = std::make_unique<CANMessageNode>();
-        message->mName = bytesOf(m.name);
-        message->mComment = decodeText(m.comment);
-        message->mIndex = int(mi);
-        message->mGlobalIndex = d->messageCount++;
-        message->mBus = bus.get();
-        message->mDefinition = &m;
-        for (size_t si = 0; si < m.signalList.size(); ++si) {
-            const DbcSignal& s = m.signalList[si];
-            auto node = std::make_unique<CANSignalNode>();
-            node->mName = bytesOf(s.name);
-            node->mUnit = decodeText(s.unit);
-            node->mComment = decodeText(s.comment);
-            node->mId = int(d->signalsById.size());
-            node->mIndex = int(si);
-            node->mMessage = message.get();
-            node->mDefinition = &s;
-            node->mHighPrecision = highPrecision(s);
-            for (const ValueLabel& l : s.labels)
-                node->mLabels.append(qMakePair(qint64(l.value), decodeText(l.label)));
-            if (node->mHighPrecision)
-                d->highPrecisionNames.insert(node->mName, true);
-            d->signalsById.push_back(node.get());
-            message->mSignalsByName.insert(node->mName, int(si));
-            message->mSignalNodes.push_back(std::move(node));
-        }
+        std::unique_ptr<CANMessageNode> message = d->makeMessage(m, int(mi), bus.get());
         // Long names may collide with another message's: the first keeps the name.
         if (!bus->mMessagesByName.contains(message->mName))
             bus->mMessagesByName.insert(message->mName, int(mi));
@@ -224,6 +216,42 @@ bool CANData::addBusFromText(const QByteArray& text, const QString& busName, con
     d->busesByName.insert(name, bus->mIndex);
     d->buses.push_back(std::move(bus));
     return true;
+}
+
+std::unique_ptr<CANMessageNode> CANData::Private::makeMessage(const DbcMessage& m, int index, CANBusNode* bus)
+{
+    auto message = std::make_unique<CANMessageNode>();
+    message->mName = bytesOf(m.name);
+    message->mComment = decodeText(m.comment);
+    message->mIndex = index;
+    message->mGlobalIndex = messageCount++;
+    message->mBus = bus;
+    message->mDefinition = &m;
+    for (size_t si = 0; si < m.signalList.size(); ++si) {
+        std::unique_ptr<CANSignalNode> node = makeSignal(m.signalList[si], int(si), message.get());
+        message->mSignalsByName.insert(node->mName, int(si));
+        message->mSignalNodes.push_back(std::move(node));
+    }
+    return message;
+}
+
+std::unique_ptr<CANSignalNode> CANData::Private::makeSignal(const DbcSignal& s, int index, CANMessageNode* message)
+{
+    auto node = std::make_unique<CANSignalNode>();
+    node->mName = bytesOf(s.name);
+    node->mUnit = decodeText(s.unit);
+    node->mComment = decodeText(s.comment);
+    node->mId = int(signalsById.size());
+    node->mIndex = index;
+    node->mMessage = message;
+    node->mDefinition = &s;
+    node->mHighPrecision = highPrecision(s);
+    for (const ValueLabel& l : s.labels)
+        node->mLabels.append(qMakePair(qint64(l.value), decodeText(l.label)));
+    if (node->mHighPrecision)
+        highPrecisionNames.insert(node->mName, true);
+    signalsById.push_back(node.get());
+    return node;
 }
 
 CANBusNode* CANData::findBus(const QString& name) const
