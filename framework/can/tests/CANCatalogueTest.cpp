@@ -51,7 +51,7 @@ protected:
     std::unique_ptr<CANDecoder> decoder;
 };
 
-TEST_F(SampleCatalogue, KeepsFileOrderLinksAndUniqueIds)
+TEST_F(SampleCatalogue, KeepsFileOrderLinksAndUniqueIdsAndFindsExactNamesOnly)
 {
     ASSERT_EQ(data.busCount(), 1);
     CANBusNode* bus = data.busAt(0);
@@ -72,15 +72,7 @@ TEST_F(SampleCatalogue, KeepsFileOrderLinksAndUniqueIds)
         }
     }
     EXPECT_EQ(data.signalCount(), nextId);
-    EXPECT_EQ(bus->messageAt(1)->signalAt(0)->name(), "EngineSpeed");
-    EXPECT_EQ(bus->messageAt(1)->signalAt(1)->unit(), QStringLiteral("degC"));
-    EXPECT_EQ(bus->messageAt(0)->cycleTimeMs(), 20);
-    EXPECT_EQ(bus->messageAt(3)->cycleTimeMs(), 200);
-}
 
-TEST_F(SampleCatalogue, FindsByNameAndRefusesNearMisses)
-{
-    EXPECT_TRUE(node("Transmission", "Gear"));
     EXPECT_TRUE(node("TirePressure", "TirePressureFrontLeftWheelMeasuredInBar"));  // the long name
     EXPECT_FALSE(node("TirePressure", "TirePressureFrontLeft"));
     EXPECT_FALSE(node("transmission", "Gear"));  // case matters
@@ -122,15 +114,13 @@ TEST_F(SampleCatalogue, HighPrecisionMeansFloatsAndFactorsFinerThanAThousandth)
     EXPECT_TRUE(fine.isHighPrecision(QStringLiteral("Fine")));
 }
 
-TEST_F(SampleCatalogue, ValuesAppearOnlyForCapturedSignalsWithLabelsAndDecimals)
+TEST_F(SampleCatalogue, CapturedValuesShowWithLabelsAndDecimals)
 {
     const int gear = id("Transmission", "Gear"), lever = id("Transmission", "GearLeverPosition"),
               temp = id("Transmission", "TransmissionTemp");
-    decoder->decode(frameOf(400, {0x3E, 0x7D, 0, 0}), 0);  // nothing captured yet
     decoder->capture(gear);
     decoder->capture(lever);
     decoder->capture(temp);
-    EXPECT_EQ(value(gear), QStringLiteral("--"));
     decoder->decode(frameOf(400, {0x3E, 0x7D, 0, 0}), 0);  // gear 14, lever 3, 0x7D - 40
     EXPECT_EQ(value(gear), QStringLiteral("14 (Reverse)"));
     EXPECT_EQ(value(lever), QStringLiteral("3 (DRIVE)"));
@@ -209,23 +199,6 @@ SG_MUL_VAL_ 5 Leaf Middle 2-3;
     }
 }
 
-TEST_F(SampleCatalogue, CountsFramesUnknownIdsAndShortFrames)
-{
-    const int gear = id("Transmission", "Gear"), temp = id("Transmission", "TransmissionTemp");
-    decoder->capture(gear);
-    decoder->capture(temp);
-    decoder->decode(frameOf(400, {0x02}), 0);  // one byte of four: gear fits, temperature does not
-    decoder->decode(frameOf(0x7FF, {1, 2}), 0);
-    decoder->decode(frameOf(0x18FEF1FE, {1, 2, 3, 4, 5, 6, 7, 8}), 0);  // the tyre id, but not extended
-    decoder->decode(frameOf(0x18FEF1FE, {1, 2, 3, 4, 5, 6, 7, 8}, true), 0);
-    EXPECT_EQ(value(gear), QStringLiteral("2 (Second)"));
-    EXPECT_EQ(value(temp), QStringLiteral("--"));
-    const CANDecoder::Counters c = decoder->counters(0);
-    EXPECT_EQ(c.frames, 4u);
-    EXPECT_EQ(c.unknownIds, 2u);
-    EXPECT_EQ(c.shortFrames, 1u);
-}
-
 // A frame too short for its whole message speaks for the signals it carries; the next whole
 // frame speaks for all of them again.
 TEST_F(SampleCatalogue, AShortFrameCountsForWhatItCarriesUntilTheNextWholeFrame)
@@ -234,6 +207,9 @@ TEST_F(SampleCatalogue, AShortFrameCountsForWhatItCarriesUntilTheNextWholeFrame)
               sensor = id("ClimateSensors", "SensorIndex"), cabin = id("ClimateSensors", "CabinTemp");
     for (int s : {gear, temp, sensor, cabin})
         decoder->capture(s);
+    decoder->decode(frameOf(400, {0x02}), 0);  // one byte of four: gear fits, temperature does not
+    EXPECT_EQ(value(gear), QStringLiteral("2 (Second)"));
+    EXPECT_EQ(value(temp), QStringLiteral("--"));
     decoder->decode(frameOf(400, {0x03, 0x7D, 0, 0}), 0);
     decoder->decode(frameOf(400, {0x02}), 0);
     EXPECT_EQ(value(gear), QStringLiteral("2 (Second)"));
@@ -248,6 +224,14 @@ TEST_F(SampleCatalogue, AShortFrameCountsForWhatItCarriesUntilTheNextWholeFrame)
     decoder->decode(frameOf(1024, {1}), 0);
     EXPECT_EQ(value(sensor), QStringLiteral("1 (Outside)"));
     EXPECT_EQ(value(cabin, 1), QStringLiteral("21.5"));  // not carried: what it had
+
+    decoder->decode(frameOf(0x7FF, {1, 2}), 0);
+    decoder->decode(frameOf(0x18FEF1FE, {1, 2, 3, 4, 5, 6, 7, 8}), 0);  // the tyre id, but not extended
+    decoder->decode(frameOf(0x18FEF1FE, {1, 2, 3, 4, 5, 6, 7, 8}, true), 0);
+    const CANDecoder::Counters c = decoder->counters(0);
+    EXPECT_EQ(c.frames, 9u);
+    EXPECT_EQ(c.unknownIds, 2u);
+    EXPECT_EQ(c.shortFrames, 3u);
 }
 
 // The decoder keeps whole frames: a signal captured after its message's latest frame shows
