@@ -107,18 +107,6 @@ TEST(View, TouchesReachTheViewUnderThemAndSlidingOffCancels)
     EXPECT_EQ(released.count(), 1);
 }
 
-TEST(View, StyleStringsLayerOverTheirBaseStyle)
-{
-    const Style push("SettingsPushButton; Width:300");
-    EXPECT_EQ(push.name(), "SettingsPushButton");
-    EXPECT_EQ(push.intProperty("Width", 0), 300);
-    EXPECT_EQ(push.property("ButtonType"), "medium");
-    const Style cell("ButtonType:small; ButtonColor:blue; Width:180");
-    EXPECT_EQ(cell.name(), "");
-    EXPECT_EQ(cell.property("buttoncolor"), "blue");
-    EXPECT_EQ(cell.intProperty("Height", 42), 42);
-}
-
 TEST(View, HorizontalLayoutLinesUpShownChildren)
 {
     DisplayView root;
