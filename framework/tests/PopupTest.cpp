@@ -14,31 +14,6 @@
 
 namespace {
 
-// Records what it is told of a touch, and may scroll.
-class TouchRecorder : public DisplayView {
-public:
-    TouchRecorder(DisplayView* parent, bool scrollsVertically)
-        : DisplayView(parent)
-        , mScrolls(scrollsVertically)
-    {
-    }
-    bool touchEvent(const TouchEvent& event) override
-    {
-        kinds.append(event.kind);
-        positions.append(event.position);
-        return true;
-    }
-    bool takesOverTouch(const QPoint& movedBy) const override
-    {
-        return mScrolls && qAbs(movedBy.y()) > qAbs(movedBy.x());
-    }
-    QVector<TouchEvent::Kind> kinds;
-    QVector<QPoint> positions;
-
-private:
-    bool mScrolls;
-};
-
 class PopupTest : public ::testing::Test, protected Screen<> {
 protected:
     PopupTest()
@@ -133,40 +108,6 @@ TEST_F(PopupTest, ConfirmationAnswersOnceThroughItsButtonsThenGoesAway)
     CapturingLogSink log;
     ConfirmationPopup::ask("T", "x", "NO", "YES", &receiver, SLOT(noSuchSlot(bool)));
     EXPECT_EQ(log.lines().filter("ERROR Question T has nowhere to send its answer").size(), 1);
-}
-
-TEST_F(PopupTest, AScrollingAncestorTakesOverAMovingFingerAndTheHolderIsCancelled)
-{
-    TouchRecorder list(&root, true);
-    list.setGeometry(QRect(100, 100, 300, 400));
-    TouchRecorder row(&list, false);
-    row.setGeometry(QRect(0, 50, 300, 60));
-
-    // A small wobble stays with the row.
-    press(QPoint(150, 170));
-    move(QPoint(153, 174));
-    release(QPoint(153, 174));
-    EXPECT_EQ(row.kinds, (QVector<Kind>{Kind::Press, Kind::Move, Kind::Release}));
-    EXPECT_TRUE(list.kinds.isEmpty());
-
-    // A vertical drag goes to the list from the press point on; the row hears Cancel.
-    row.kinds.clear();
-    press(QPoint(150, 170));
-    move(QPoint(150, 200));
-    move(QPoint(150, 260));
-    release(QPoint(150, 260));
-    EXPECT_EQ(row.kinds, (QVector<Kind>{Kind::Press, Kind::Cancel}));
-    EXPECT_EQ(list.kinds, (QVector<Kind>{Kind::Press, Kind::Move, Kind::Move, Kind::Release}));
-    EXPECT_EQ(list.positions.first(), QPoint(50, 70));
-
-    // A sideways drag (a slide switch's) stays with the row.
-    row.kinds.clear();
-    list.kinds.clear();
-    press(QPoint(150, 170));
-    move(QPoint(250, 175));
-    release(QPoint(250, 175));
-    EXPECT_EQ(row.kinds.last(), Kind::Release);
-    EXPECT_TRUE(list.kinds.isEmpty());
 }
 
 TEST_F(PopupTest, ACancelledButtonDoesNotFire)
