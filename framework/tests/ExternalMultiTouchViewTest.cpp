@@ -83,7 +83,7 @@ protected:
 
 } // namespace
 
-TEST_F(ExternalWindowTest, TheWindowIsPaintedInsideTheViewClippedLikeAnyView)
+TEST_F(ExternalWindowTest, TheWindowIsPaintedInsideTheViewClippedAndCoveredLikeAnyView)
 {
     ASSERT_TRUE(view.isComposited());
     // Sized and placed with the view, and kept beneath the UI.
@@ -96,6 +96,14 @@ TEST_F(ExternalWindowTest, TheWindowIsPaintedInsideTheViewClippedLikeAnyView)
     EXPECT_EQ(frameImage.pixelColor(99, 50), QColor(Qt::black));
     EXPECT_EQ(frameImage.pixelColor(300, 100), QColor(Qt::black));
     EXPECT_EQ(frameImage.pixelColor(150, 150), QColor(Qt::black)) << "past the frame's bottom";
+
+    // A popup over the view covers it.
+    GreyPopup popup;
+    popup.setGeometry(QRect(150, 60, 100, 40));
+    popup.open();
+    EXPECT_EQ(at(QPoint(200, 80)), QColor(Qt::gray));
+    EXPECT_EQ(at(QPoint(120, 80)), QColor(Qt::red));
+    popup.close();
 }
 
 TEST_F(ExternalWindowTest, DamageRepaintsJustTheViewWithTheNewPixels)
@@ -120,17 +128,6 @@ TEST_F(ExternalWindowTest, DamageRepaintsJustTheViewWithTheNewPixels)
     display.paint(painter, QRect(500, 400, 10, 10));
     EXPECT_EQ(part.pixelColor(160, 95), QColor(Qt::black));
     EXPECT_EQ(at(QPoint(160, 95)), QColor(Qt::white));
-}
-
-TEST_F(ExternalWindowTest, APopupOverTheViewCoversIt)
-{
-    ASSERT_TRUE(view.isComposited());
-    GreyPopup popup;
-    popup.setGeometry(QRect(150, 60, 100, 40));
-    popup.open();
-    EXPECT_EQ(at(QPoint(200, 80)), QColor(Qt::gray));
-    EXPECT_EQ(at(QPoint(120, 80)), QColor(Qt::red));
-    popup.close();
 }
 
 TEST_F(ExternalWindowTest, AWindowThatGoesAwayLeavesAnEmptyView)
