@@ -241,8 +241,8 @@ TEST_F(Fresh, HistoryFromChromiumsCachesIsReportedLikeAFreshLoad) {
     SCOPED_TRACE((step.back ? "back to " : "forward to ") + step.url);
     c->ClearLog();
     const int ends = c->main_load_ends;
-    ASSERT_TRUE(c->AwaitLoadEnd([&] { step.back ? c->browser->GoBack() : c->browser->GoForward(); }))
-        << ::testing::PrintToString(c->Log());
+    auto go = [&] { step.back ? c->browser->GoBack() : c->browser->GoForward(); };
+    ASSERT_TRUE(c->AwaitLoadEnd(go)) << ::testing::PrintToString(c->Log());
     auto log = c->Log();
     int busy = IndexOf(log, "loading 1");
     int address = IndexOf(log, "address main " + step.url);
@@ -344,30 +344,6 @@ TEST_F(Fresh, AddressTitleAndConsoleFollowThePage) {
   EXPECT_TRUE(c->WaitForLog("title Third"));
 }
 
-TEST_F(Fresh, EveryRequestOfEveryFrameReachesTheHandlerOnTheIoThread) {
-  std::string cross = "http://localhost:" + std::to_string(g_server->port());
-  g_server->Serve("/outer.html",
-                  "<img src='/outer.png'><iframe src='/inner.html'></iframe>"
-                  "<iframe src='" + cross + "/cross.html'></iframe>");
-  g_server->Serve("/inner.html", "<script src='/inner.js'></script>");
-  g_server->Serve("/inner.js", "var x = 1;", 200, "text/javascript");
-  g_server->Serve("/cross.html", "<img src='/cross.png'><link rel=stylesheet href='/c.css'>");
-  g_server->Serve("/c.css", "p{}", 200, "text/css");
-  ASSERT_TRUE(c->Load(g_server->Url("/outer.html")));
-  ASSERT_TRUE(PumpUntil([&] { return g_server->CountRequests("/c.css") > 0; }, 5000));
-  std::map<std::string, int> seen;
-  for (auto& r : c->AskedRequests()) seen[r.first] = r.second;
-  EXPECT_EQ(seen[g_server->Url("/outer.html")], RT_MAIN_FRAME);
-  EXPECT_EQ(seen[g_server->Url("/outer.png")], RT_IMAGE);
-  EXPECT_EQ(seen[g_server->Url("/inner.html")], RT_SUB_FRAME);
-  EXPECT_EQ(seen[g_server->Url("/inner.js")], RT_SCRIPT);
-  EXPECT_EQ(seen[cross + "/cross.html"], RT_SUB_FRAME);
-  ASSERT_TRUE(seen.count(cross + "/cross.png")) << "cross-site iframe's own requests";
-  EXPECT_EQ(seen[cross + "/cross.png"], RT_IMAGE);
-  EXPECT_EQ(seen[cross + "/c.css"], RT_STYLESHEET);
-  EXPECT_TRUE(c->request_thread_ok);
-}
-
 TEST_F(Fresh, CancelFailsARequestAndSetUrlServesAnother) {
   g_server->Serve("/page.html",
                   "<script>fetch('/blocked.txt').then(()=>console.log('BLOCKED-LOADED'),"
@@ -454,7 +430,7 @@ TEST_F(Fresh, AsyncContinueHoldsTheRequestUntilAnsweredFromAnotherThread) {
   c->on_request_async = nullptr;
 }
 
-TEST(Requests, AHandlerThatNamesItsRefusableRequestsIsAskedAboutThoseAloneAndRefusesThem) {
+TEST(Requests, AHandlerIsAskedAboutEveryRequestOfEveryFrameOrOnlyThoseItNamesAndRefuses) {
   // Of every frame, the cross-site one in a renderer of its own included: images, a script,
   // a fetch and media; some of them under the refusable folder, of this host only.
   const std::string cross = "http://localhost:" + std::to_string(g_server->port());
@@ -466,7 +442,9 @@ TEST(Requests, AHandlerThatNamesItsRefusableRequestsIsAskedAboutThoseAloneAndRef
                   "<script>fetch('/refusable/data.txt').then(() => console.log('FETCH:loaded'),"
                   " () => console.log('FETCH:refused'))</script>");
   g_server->Serve("/mixed-frame.html", "<img src='/refusable/b.png'><img src='/frame.png'>");
-  g_server->Serve("/mixed-cross.html", "<img src='/cross.png'><img src='/refusable/c.png'>");
+  g_server->Serve("/mixed-cross.html", "<img src='/cross.png'><img src='/refusable/c.png'>"
+                                       "<link rel=stylesheet href='/c.css'>");
+  g_server->Serve("/c.css", "p{}", 200, "text/css");
   g_server->Serve("/plain.js", "var plain = 1;", 200, "text/javascript");
   g_server->Serve("/refusable/data.txt", "data", 200, "text/plain");
   g_server->Serve("/clip.webm", std::string(4096, 'x'), 200, "video/webm");
@@ -477,7 +455,8 @@ TEST(Requests, AHandlerThatNamesItsRefusableRequestsIsAskedAboutThoseAloneAndRef
       g_server->Url("/mixed-frame.html"), refusable + "b.png",
       g_server->Url("/frame.png"),        cross + "/mixed-cross.html",
       cross + "/cross.png",               cross + "/refusable/c.png",
-      g_server->Url("/clip.webm"),        refusable + "data.txt"};
+      cross + "/c.css",                   g_server->Url("/clip.webm"),
+      refusable + "data.txt"};
   auto asked = [](CefRefPtr<TestClient> c) {
     std::set<std::string> urls;
     for (auto& r : c->AskedRequests()) urls.insert(r.first);
@@ -490,12 +469,23 @@ TEST(Requests, AHandlerThatNamesItsRefusableRequestsIsAskedAboutThoseAloneAndRef
     });
   };
 
-  // One that names nothing is asked about every request.
+  // One that names nothing is asked about every request, on the I/O thread, with its type.
   CefRefPtr<TestClient> all = new TestClient;
   ASSERT_TRUE(all->Create(""));
   ASSERT_TRUE(all->Load(g_server->Url("/mixed.html")));
   EXPECT_TRUE(asked_all(all, everything)) << ::testing::PrintToString(asked(all));
   EXPECT_TRUE(all->WaitForLog("FETCH:loaded"));
+  std::map<std::string, int> types;
+  for (auto& r : all->AskedRequests()) types[r.first] = r.second;
+  EXPECT_EQ(types[g_server->Url("/mixed.html")], RT_MAIN_FRAME);
+  EXPECT_EQ(types[g_server->Url("/plain.png")], RT_IMAGE);
+  EXPECT_EQ(types[g_server->Url("/plain.js")], RT_SCRIPT);
+  EXPECT_EQ(types[g_server->Url("/mixed-frame.html")], RT_SUB_FRAME);
+  EXPECT_EQ(types[cross + "/mixed-cross.html"], RT_SUB_FRAME);
+  EXPECT_EQ(types[cross + "/cross.png"], RT_IMAGE);
+  EXPECT_EQ(types[cross + "/c.css"], RT_STYLESHEET);
+  EXPECT_EQ(types[g_server->Url("/clip.webm")], RT_MEDIA);
+  EXPECT_TRUE(all->request_thread_ok);
   all->Close();
 
   // One that names a folder and media is asked about those alone, and refuses them.
@@ -517,9 +507,10 @@ TEST(Requests, AHandlerThatNamesItsRefusableRequestsIsAskedAboutThoseAloneAndRef
   // Chromium asks for the favicon whenever it likes.
   fetched.erase(std::remove(fetched.begin(), fetched.end(), "/favicon.ico"), fetched.end());
   std::sort(fetched.begin(), fetched.end());
-  EXPECT_EQ(fetched, (std::vector<std::string>{"/cross.png", "/frame.png", "/mixed-cross.html",
-                                               "/mixed-frame.html", "/mixed.html", "/plain.js",
-                                               "/plain.png", "/refusable/c.png"}));
+  EXPECT_EQ(fetched, (std::vector<std::string>{"/c.css", "/cross.png", "/frame.png",
+                                               "/mixed-cross.html", "/mixed-frame.html",
+                                               "/mixed.html", "/plain.js", "/plain.png",
+                                               "/refusable/c.png"}));
   EXPECT_TRUE(named->request_thread_ok);
 
   // The page script's dialogs still wait for the client.
@@ -533,53 +524,6 @@ TEST(Requests, AHandlerThatNamesItsRefusableRequestsIsAskedAboutThoseAloneAndRef
   EXPECT_EQ(named->browser->GetMainFrame()->GetURL().ToString(), "chrome://version/");
   EXPECT_EQ(asked(named), held);
   named->Close();
-}
-
-TEST_F(Fresh, InternalPagesReachTheHandlerAndStopWhenCancelled) {
-  c->on_request = [](CefRefPtr<CefRequest> r) {
-    return r->GetURL().ToString().compare(0, 9, "chrome://") == 0 ? RV_CANCEL : RV_CONTINUE;
-  };
-  g_server->Serve("/before.html", "<title>before</title>");
-  ASSERT_TRUE(c->Load(g_server->Url("/before.html")));
-  ASSERT_TRUE(c->Load("chrome://version/"));
-  EXPECT_EQ(c->last_error, -20);
-  const auto requests = c->AskedRequests();
-  EXPECT_NE(std::find(requests.begin(), requests.end(),
-                      std::make_pair(std::string("chrome://version/"), int{RT_MAIN_FRAME})),
-            requests.end());
-  PumpFor(300);
-  EXPECT_EQ(c->Eval("location.href"), g_server->Url("/before.html"));
-
-  // Allowed, it loads.
-  c->on_request = nullptr;
-  ASSERT_TRUE(c->Load("chrome://version/"));
-  EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), "chrome://version/");
-
-  // Reloading one asks again.
-  c->on_request = [](CefRefPtr<CefRequest> r) {
-    return r->GetURL().ToString().compare(0, 9, "chrome://") == 0 ? RV_CANCEL : RV_CONTINUE;
-  };
-  int reload_errors = c->main_load_errors;
-  c->browser->Reload();
-  ASSERT_TRUE(PumpUntil([&] { return c->main_load_errors > reload_errors; }, 5000));
-  EXPECT_EQ(c->last_error, -20);
-  c->on_request = nullptr;
-
-  // Going back to one through history is stopped too.
-  ASSERT_TRUE(c->Load(g_server->Url("/before.html")));
-  std::atomic<int> asked{0};
-  c->on_request = [&asked](CefRefPtr<CefRequest> r) {
-    if (r->GetURL().ToString().compare(0, 9, "chrome://") != 0) return RV_CONTINUE;
-    ++asked;
-    return RV_CANCEL;
-  };
-  int errors = c->main_load_errors;
-  c->browser->GoBack();
-  ASSERT_TRUE(PumpUntil([&] { return c->main_load_errors > errors; }, 5000));
-  EXPECT_EQ(c->last_error, -20);
-  EXPECT_GE(asked.load(), 1);
-  PumpFor(500);
-  EXPECT_EQ(c->Eval("location.href"), g_server->Url("/before.html"));
 }
 
 TEST_F(Fresh, ThePdfViewersOwnRequestsReachTheHandler) {
@@ -611,14 +555,17 @@ TEST_F(Fresh, ThePdfViewersOwnRequestsReachTheHandler) {
   EXPECT_TRUE(PumpUntil(viewer, 10000)) << ::testing::PrintToString(c->AskedRequests());
 }
 
-TEST_F(Fresh, ExtensionPagesReachTheHandlerAsDocumentsBeforeTheyLoad) {
-  // Chromium serves an extension's pages itself, as it does its internal pages.
+TEST_F(Fresh, PagesChromiumServesItselfReachTheHandlerAsDocumentsBeforeTheyLoad) {
+  // Its internal pages, and an extension's.
+  const std::string internal = "chrome://version/";
   const std::string extension = "chrome-extension://mhjfbmdgcfjbbpaeojofohoefgiehjai/";
   const std::string allowed = extension + "index.html";
-  c->on_request = [extension, allowed](CefRefPtr<CefRequest> r) {
+  std::atomic<bool> refuse_internal{true};
+  c->on_request = [&](CefRefPtr<CefRequest> r) {
     std::string u = r->GetURL().ToString();
-    return u.compare(0, extension.size(), extension) == 0 && u != allowed ? RV_CANCEL
-                                                                         : RV_CONTINUE;
+    const bool refused = (u.compare(0, extension.size(), extension) == 0 && u != allowed) ||
+                         (refuse_internal && u.compare(0, 9, "chrome://") == 0);
+    return refused ? RV_CANCEL : RV_CONTINUE;
   };
   auto asked = [&] {
     std::vector<std::string> documents;
@@ -628,10 +575,11 @@ TEST_F(Fresh, ExtensionPagesReachTheHandlerAsDocumentsBeforeTheyLoad) {
     c->requests.clear();
     return documents;
   };
+  const std::string start = g_server->Url("/start.html");
   g_server->Serve("/start.html", "<title>start</title>");
-  for (const std::string& refused : {extension + "other.html", allowed + "?page=2"}) {
+  for (const std::string& refused : {internal, extension + "other.html", allowed + "?page=2"}) {
     SCOPED_TRACE(refused);
-    ASSERT_TRUE(c->Load(g_server->Url("/start.html")));
+    ASSERT_TRUE(c->Load(start));
     asked();
     int errors = c->main_load_errors;
     ASSERT_TRUE(c->Load(refused));
@@ -639,7 +587,7 @@ TEST_F(Fresh, ExtensionPagesReachTheHandlerAsDocumentsBeforeTheyLoad) {
     EXPECT_GT(c->main_load_errors, errors);
     EXPECT_EQ(c->last_error, -20);
     PumpFor(300);
-    EXPECT_EQ(c->Eval("location.href"), g_server->Url("/start.html"));
+    EXPECT_EQ(c->Eval("location.href"), start);
   }
 
   // The allowed page loads, asked once; going back to it asks again.
@@ -647,10 +595,30 @@ TEST_F(Fresh, ExtensionPagesReachTheHandlerAsDocumentsBeforeTheyLoad) {
   ASSERT_TRUE(c->Load(allowed));
   EXPECT_EQ(asked(), std::vector<std::string>{allowed});
   EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), allowed);
-  ASSERT_TRUE(c->Load(g_server->Url("/start.html")));
+  ASSERT_TRUE(c->Load(start));
   asked();
   ASSERT_TRUE(c->AwaitLoadEnd([&] { c->browser->GoBack(); }));
   EXPECT_EQ(asked(), std::vector<std::string>{allowed});
+
+  // Reloading an allowed one asks again, and so does going back to it.
+  refuse_internal = false;
+  ASSERT_TRUE(c->Load(internal));
+  EXPECT_EQ(c->browser->GetMainFrame()->GetURL().ToString(), internal);
+  refuse_internal = true;
+  int errors = c->main_load_errors;
+  c->browser->Reload();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_errors > errors; }, 5000));
+  EXPECT_EQ(c->last_error, -20);
+  ASSERT_TRUE(c->Load(start));
+  asked();
+  errors = c->main_load_errors;
+  c->browser->GoBack();
+  ASSERT_TRUE(PumpUntil([&] { return c->main_load_errors > errors; }, 5000));
+  EXPECT_EQ(c->last_error, -20);
+  const auto documents = asked();
+  EXPECT_NE(std::find(documents.begin(), documents.end(), internal), documents.end());
+  PumpFor(500);
+  EXPECT_EQ(c->Eval("location.href"), start);
   c->on_request = nullptr;
 }
 
