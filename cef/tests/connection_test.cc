@@ -75,7 +75,7 @@ TEST(ConnectionTest, APipeNobodyReadsIsChromiumGoneNotTheEndOfTheHost) {
   ASSERT_TRUE(reports.WaitFor([&] { return reports.failed_callbacks == 4; }));
 }
 
-TEST(ConnectionTest, SendsNeverBlockOnAChromiumThatStopsReading) {
+TEST(ConnectionTest, SendsNeverBlockOnAChromiumThatStopsReadingWhichIsGivenUpInTheEnd) {
   Reports reports;
   auto c = LaunchShell("sleep 60", &reports);
   ASSERT_TRUE(c);
@@ -87,16 +87,9 @@ TEST(ConnectionTest, SendsNeverBlockOnAChromiumThatStopsReading) {
   ASSERT_EQ(sent.wait_for(std::chrono::seconds(60)), std::future_status::ready);
   EXPECT_TRUE(c->alive());
   EXPECT_FALSE(reports.died);
-}
-
-TEST(ConnectionTest, AChromiumThatNeverReadsAgainIsGivenUp) {
-  Reports reports;
-  auto c = LaunchShell("sleep 60", &reports);
-  ASSERT_TRUE(c);
-  Json big = Json::object().set("expression", std::string(1 << 20, 'x'));
   // Commands piling up past any sane backlog mean Chromium hangs: it is ended, and the
   // host hears of it as of any death.
-  for (int i = 0; i < 80 && !reports.died; ++i) c->Send("Runtime.evaluate", big);
+  for (int i = 16; i < 80 && !reports.died; ++i) c->Send("Runtime.evaluate", big);
   ASSERT_TRUE(reports.WaitFor([&] { return reports.died.load(); }));
   EXPECT_FALSE(c->alive());
 }

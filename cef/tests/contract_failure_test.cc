@@ -28,78 +28,8 @@ bool Init(const std::string& launcher, int multi_threaded = 0) {
   return CefInitialize(CefMainArgs(1, argv), settings, nullptr, nullptr);
 }
 
-}  // namespace
-
-TEST(StartFailure, RefusedConfigurationsReturnFalse) {
-  EXPECT_FALSE(Init(LauncherPath(), 1)) << "multi-threaded message loop accepted";
-  EXPECT_FALSE(Init("/nonexistent/no-such-launcher"));
-  // The host's UI goes on without browsers, and its thread checks still pass.
-  EXPECT_TRUE(CefCurrentlyOn(TID_UI));
-  bool elsewhere = true;
-  std::thread([&] { elsewhere = CefCurrentlyOn(TID_UI); }).join();
-  EXPECT_FALSE(elsewhere);
-  CefRefPtr<TestClient> c = new TestClient;
-  EXPECT_FALSE(CefBrowserHost::CreateBrowser(CefWindowInfo(), c.get(), "", CefBrowserSettings(), nullptr));
-  CefDoMessageLoopWork();
-  CefShutdown();
-  EXPECT_FALSE(CefCurrentlyOn(TID_UI));
-}
-
-TEST(StartFailure, TheLauncherIsFoundBesideTheProgramWhateverTheWorkingFolder) {
-  // As a host names it: in its working folder, which is not the program's.
-  char here[4096];
-  ASSERT_NE(getcwd(here, sizeof here), nullptr);
-  ASSERT_EQ(chdir("/"), 0);
-  EXPECT_TRUE(Init("/vexor-cef-launcher"));
-  CefShutdown();
-  ASSERT_EQ(chdir(here), 0);
-}
-
-TEST(StartFailure, ChromiumThatNeverAnswersTimesOut) {
-  char dir[] = "/tmp/vexor-cef-test-XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  std::string fake = std::string(dir) + "/mute-chromium";
-  {
-    std::ofstream f(fake);
-    f << "#!/bin/sh\nexec sleep 60\n";
-  }
-  chmod(fake.c_str(), 0755);
-  setenv("VEXOR_CHROMIUM_BINARY", fake.c_str(), 1);
-  setenv("VEXOR_CEF_START_TIMEOUT_MS", "1500", 1);
-  EXPECT_FALSE(Init(LauncherPath()));
-  unsetenv("VEXOR_CHROMIUM_BINARY");
-  unsetenv("VEXOR_CEF_START_TIMEOUT_MS");
-  unlink(fake.c_str());
-  rmdir(dir);
-}
-
-TEST(Settings, LocaleAndProfileFolderReachChromium) {
-  char dir[] = "/tmp/vexor-cef-profile-XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  CefSettings settings;
-  CefString(&settings.browser_subprocess_path) = LauncherPath();
-  CefString(&settings.user_data_path) = std::string(dir);
-  CefString(&settings.cache_path) = std::string(dir);
-  CefString(&settings.locale) = "de-DE";
-  settings.log_severity = LOGSEVERITY_DISABLE;
-  char* argv[] = {const_cast<char*>("test"), nullptr};
-  ASSERT_TRUE(CefInitialize(CefMainArgs(1, argv), settings, nullptr, nullptr));
-  CefRefPtr<TestClient> c = new TestClient;
-  ASSERT_TRUE(c->Create(""));
-  g_server->Serve("/lang.html", "<p>lang</p>");
-  ASSERT_TRUE(c->Load(g_server->Url("/lang.html")));
-  EXPECT_EQ(c->Eval("navigator.language"), "de-DE");
-  c->Close();
-  CefShutdown();
-  struct stat st;
-  EXPECT_EQ(stat((std::string(dir) + "/Local State").c_str(), &st), 0)
-      << "Chromium did not use the profile folder";
-  std::string rm = std::string("rm -rf ") + dir;
-  EXPECT_EQ(system(rm.c_str()), 0);
-}
-
-// A Chromium started in place of a dead one that never answers, until killed: its pid is in
-// pid_file. Chromium is started through the launcher, which reads the binary each time.
+// A Chromium that never answers, until killed: its pid is in pid_file. Chromium is started
+// through the launcher, which reads the binary each time.
 class MuteChromium {
  public:
   MuteChromium() {
@@ -135,6 +65,65 @@ class MuteChromium {
   std::string binary_;
   std::string real_;
 };
+
+}  // namespace
+
+TEST(StartFailure, RefusedConfigurationsReturnFalse) {
+  EXPECT_FALSE(Init(LauncherPath(), 1)) << "multi-threaded message loop accepted";
+  EXPECT_FALSE(Init("/nonexistent/no-such-launcher"));
+  // The host's UI goes on without browsers, and its thread checks still pass.
+  EXPECT_TRUE(CefCurrentlyOn(TID_UI));
+  bool elsewhere = true;
+  std::thread([&] { elsewhere = CefCurrentlyOn(TID_UI); }).join();
+  EXPECT_FALSE(elsewhere);
+  CefRefPtr<TestClient> c = new TestClient;
+  EXPECT_FALSE(CefBrowserHost::CreateBrowser(CefWindowInfo(), c.get(), "", CefBrowserSettings(), nullptr));
+  CefDoMessageLoopWork();
+  CefShutdown();
+  EXPECT_FALSE(CefCurrentlyOn(TID_UI));
+}
+
+TEST(StartFailure, TheLauncherIsFoundBesideTheProgramWhateverTheWorkingFolder) {
+  // As a host names it: in its working folder, which is not the program's.
+  char here[4096];
+  ASSERT_NE(getcwd(here, sizeof here), nullptr);
+  ASSERT_EQ(chdir("/"), 0);
+  EXPECT_TRUE(Init("/vexor-cef-launcher"));
+  CefShutdown();
+  ASSERT_EQ(chdir(here), 0);
+}
+
+TEST(StartFailure, ChromiumThatNeverAnswersTimesOut) {
+  MuteChromium mute;
+  setenv("VEXOR_CEF_START_TIMEOUT_MS", "1500", 1);
+  EXPECT_FALSE(Init(LauncherPath()));
+  unsetenv("VEXOR_CEF_START_TIMEOUT_MS");
+}
+
+TEST(Settings, LocaleAndProfileFolderReachChromium) {
+  char dir[] = "/tmp/vexor-cef-profile-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  CefSettings settings;
+  CefString(&settings.browser_subprocess_path) = LauncherPath();
+  CefString(&settings.user_data_path) = std::string(dir);
+  CefString(&settings.cache_path) = std::string(dir);
+  CefString(&settings.locale) = "de-DE";
+  settings.log_severity = LOGSEVERITY_DISABLE;
+  char* argv[] = {const_cast<char*>("test"), nullptr};
+  ASSERT_TRUE(CefInitialize(CefMainArgs(1, argv), settings, nullptr, nullptr));
+  CefRefPtr<TestClient> c = new TestClient;
+  ASSERT_TRUE(c->Create(""));
+  g_server->Serve("/lang.html", "<p>lang</p>");
+  ASSERT_TRUE(c->Load(g_server->Url("/lang.html")));
+  EXPECT_EQ(c->Eval("navigator.language"), "de-DE");
+  c->Close();
+  CefShutdown();
+  struct stat st;
+  EXPECT_EQ(stat((std::string(dir) + "/Local State").c_str(), &st), 0)
+      << "Chromium did not use the profile folder";
+  std::string rm = std::string("rm -rf ") + dir;
+  EXPECT_EQ(system(rm.c_str()), 0);
+}
 
 TEST(ChromiumDeath, BrowsersLearnOfItAndTheLoopNeverWaitsForAChromiumStarting) {
   // A profile left by a host that died is removed by the next start.

@@ -23,9 +23,7 @@ class FakeFrame : public CefFrame {
   FakeFrame(int64 id, bool main) : id_(id), main_(main) {}
   bool IsValid() override { return true; }
   void LoadURL(const CefString& u) override { loads.push_back(u.ToString()); }
-  void ExecuteJavaScript(const CefString& code, const CefString&, int) override {
-    scripts.push_back(code.ToString());
-  }
+  void ExecuteJavaScript(const CefString&, const CefString&, int) override {}
   bool IsMain() override { return main_; }
   bool IsFocused() override { return main_; }
   CefString GetName() override { return CefString(); }
@@ -36,7 +34,6 @@ class FakeFrame : public CefFrame {
 
   std::string url;
   std::vector<std::string> loads;
-  std::vector<std::string> scripts;
 
  private:
   int64 id_;
@@ -90,7 +87,7 @@ class FakeBrowser : public CefBrowser {
   explicit FakeBrowser(int id, bool popup = false) : id_(id), popup_(popup) {}
   CefRefPtr<CefBrowserHost> GetHost() override { return host.get(); }
   bool CanGoBack() override { return can_go_back; }
-  void GoBack() override { ++go_backs; }
+  void GoBack() override {}
   bool CanGoForward() override { return false; }
   void GoForward() override {}
   bool IsLoading() override { return false; }
@@ -133,7 +130,6 @@ class FakeBrowser : public CefBrowser {
 
   CefRefPtr<FakeHost> host = new FakeHost;
   bool can_go_back = false;
-  int go_backs = 0;
   std::vector<std::string> messages;
 
  private:

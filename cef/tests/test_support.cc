@@ -164,7 +164,6 @@ int g_window_y = 0;
 
 namespace {
 
-std::atomic<int> g_pumps{0};
 std::atomic<bool> g_pump_only_when_asked{false};
 std::mutex g_pump_mutex;
 std::optional<std::chrono::steady_clock::time_point> g_pump_due;  // guarded by g_pump_mutex
@@ -180,7 +179,6 @@ void PumpOnce() {
     }
     g_pump_due.reset();
   }
-  ++g_pumps;
   CefDoMessageLoopWork();
   std::this_thread::sleep_for(std::chrono::microseconds(500));
 }
@@ -208,8 +206,6 @@ void AskForPump(int64 delay_ms) {
   std::lock_guard<std::mutex> lock(g_pump_mutex);
   if (!g_pump_due || due < *g_pump_due) g_pump_due = due;
 }
-
-int Pumps() { return g_pumps; }
 
 std::string LauncherPath() { return VEXOR_TEST_LAUNCHER; }
 
@@ -266,8 +262,6 @@ int RunTestsOnEngine(CefRefPtr<CefApp> app, bool external_message_pump) {
 
 // ---- Client
 
-TestClient::TestClient() {}
-
 void TestClient::Note(const std::string& line) {
   std::lock_guard<std::mutex> l(mutex);
   log.push_back(line);
@@ -310,10 +304,7 @@ bool TestClient::OnProcessMessageReceived(CefRefPtr<CefBrowser> b, CefProcessId 
   if (message->GetName().ToString() == "renderer.focused_node_changed" && args->GetSize() == 1)
     line += args->GetBool(0) ? " true" : " false";
   Note(line);
-  if (router && router->OnProcessMessageReceived(b, source, message)) return true;
-  (void)b;
-  (void)source;
-  return false;
+  return router && router->OnProcessMessageReceived(b, source, message);
 }
 
 void TestClient::OnAddressChange(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame,
@@ -413,9 +404,8 @@ void TestClient::OnLoadError(CefRefPtr<CefBrowser>, CefRefPtr<CefFrame> frame,
 }
 
 bool TestClient::OnBeforeBrowse(CefRefPtr<CefBrowser> browser, CefRefPtr<CefFrame> frame,
-                                CefRefPtr<CefRequest> request, bool, bool) {
+                                CefRefPtr<CefRequest>, bool, bool) {
   CheckUi();
-  Note(std::string("browse ") + (frame->IsMain() ? "main " : "sub ") + request->GetURL().ToString());
   if (router) router->OnBeforeBrowse(browser, frame);
   return false;
 }
@@ -519,6 +509,17 @@ bool TestClient::Load(const std::string& url, int timeout_ms) {
   return true;
 }
 
+bool TestClient::AwaitLoadEnd(const std::function<void()>& navigate, int timeout_ms) {
+  const int ends = main_load_ends;
+  navigate();
+  return PumpUntil([&] { return main_load_ends > ends && !loading; }, timeout_ms);
+}
+
+std::vector<std::pair<std::string, int>> TestClient::AskedRequests() {
+  std::lock_guard<std::mutex> l(mutex);
+  return requests;
+}
+
 std::string TestClient::Eval(const std::string& expression, int timeout_ms) {
   static int counter = 0;
   std::string tag = "RESULT" + std::to_string(++counter) + ":";
@@ -604,39 +605,36 @@ int PixelsNotOfColour(unsigned long window, unsigned rgb) {
   return others;
 }
 
+namespace {
+// The _NET_WM_PID of a window; 0 if it has none.
+int WindowPid(unsigned long window) {
+  Atom type;
+  int format;
+  unsigned long n, after;
+  unsigned char* data = nullptr;
+  int pid = 0;
+  if (XGetWindowProperty(Dpy(), window, XInternAtom(Dpy(), "_NET_WM_PID", False), 0, 1, False,
+                         XA_CARDINAL, &type, &format, &n, &after, &data) == Success &&
+      data && n == 1)
+    pid = static_cast<int>(*reinterpret_cast<unsigned long*>(data));
+  if (data) XFree(data);
+  return pid;
+}
+}  // namespace
+
 int CountTopLevelsOf(int pid) {
-  Atom pid_atom = XInternAtom(Dpy(), "_NET_WM_PID", False);
   int count = 0;
   for (unsigned long w : WindowChildren(DefaultRootWindow(Dpy()))) {
     XWindowAttributes a;
-    if (!XGetWindowAttributes(Dpy(), w, &a) || a.map_state != IsViewable) continue;
-    Atom type;
-    int format;
-    unsigned long n, after;
-    unsigned char* data = nullptr;
-    if (XGetWindowProperty(Dpy(), w, pid_atom, 0, 1, False, XA_CARDINAL, &type, &format, &n,
-                           &after, &data) == Success && data && n == 1 &&
-        static_cast<int>(*reinterpret_cast<unsigned long*>(data)) == pid)
+    if (XGetWindowAttributes(Dpy(), w, &a) && a.map_state == IsViewable && WindowPid(w) == pid)
       ++count;
-    if (data) XFree(data);
   }
   return count;
 }
 
 int ChromiumPidOf(unsigned long browser_window) {
-  Atom pid_atom = XInternAtom(Dpy(), "_NET_WM_PID", False);
-  for (unsigned long w : WindowChildren(browser_window)) {
-    Atom type;
-    int format;
-    unsigned long n, after;
-    unsigned char* data = nullptr;
-    int pid = 0;
-    if (XGetWindowProperty(Dpy(), w, pid_atom, 0, 1, False, XA_CARDINAL, &type, &format, &n,
-                           &after, &data) == Success && data && n == 1)
-      pid = static_cast<int>(*reinterpret_cast<unsigned long*>(data));
-    if (data) XFree(data);
-    if (pid) return pid;
-  }
+  for (unsigned long w : WindowChildren(browser_window))
+    if (int pid = WindowPid(w)) return pid;
   return 0;
 }
 

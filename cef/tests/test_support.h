@@ -75,8 +75,6 @@ void PumpFor(int ms);
 void PumpOnlyWhenAsked();
 // Thread-safe: a call of CefDoMessageLoopWork is wanted in delay_ms.
 void AskForPump(int64 delay_ms);
-// Calls of CefDoMessageLoopWork made so far.
-int Pumps();
 
 // Starts the engine once for the test program; fails the test loudly without Chromium.
 // The program's own Xlib error handler is installed first.
@@ -99,14 +97,10 @@ class TestClient : public CefClient,
                    public CefJSDialogHandler,
                    public CefContextMenuHandler {
  public:
-  TestClient();
-
   CefRefPtr<CefDisplayHandler> GetDisplayHandler() override { return this; }
   CefRefPtr<CefLifeSpanHandler> GetLifeSpanHandler() override { return this; }
   CefRefPtr<CefLoadHandler> GetLoadHandler() override { return this; }
-  CefRefPtr<CefRequestHandler> GetRequestHandler() override {
-    return intercept ? this : nullptr;
-  }
+  CefRefPtr<CefRequestHandler> GetRequestHandler() override { return this; }
   CefRefPtr<CefKeyboardHandler> GetKeyboardHandler() override { return this; }
   CefRefPtr<CefJSDialogHandler> GetJSDialogHandler() override { return this; }
   CefRefPtr<CefContextMenuHandler> GetContextMenuHandler() override { return this; }
@@ -174,13 +168,17 @@ class TestClient : public CefClient,
   // Runs script in the main frame and waits for its result, sent back as console.log(
   // "RESULT:" + value).
   std::string Eval(const std::string& expression, int timeout_ms = 10000);
+  // Runs navigate (a history step, a reload) and waits for the main frame's next load end
+  // with loading over.
+  bool AwaitLoadEnd(const std::function<void()>& navigate, int timeout_ms = 15000);
   bool WaitForLog(const std::string& needle, int timeout_ms = 10000);
   bool HasLog(const std::string& needle);
   void Close();
   void ClearLog();
   std::vector<std::string> Log();
+  // What OnBeforeResourceLoad was asked about: url, resource type.
+  std::vector<std::pair<std::string, int>> AskedRequests();
 
-  std::atomic<bool> intercept{true};
   CefRefPtr<CefBrowser> browser;
   CefRefPtr<CefMessageRouterBrowserSide> router;
   std::mutex mutex;  // guards what the I/O thread touches
