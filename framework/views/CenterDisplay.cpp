@@ -9,7 +9,7 @@
 
 struct CenterDisplay::Private {
     bool keyboardVisible = false;
-    int keyboardHeight;
+    int keyboardHeight = KeyboardView::Height;
     KeyboardView* keyboard = nullptr;
     ChromiumManager* chromiumManager = nullptr;
 };
@@ -27,7 +27,6 @@ CenterDisplay* const theCenterDisplay = &centerDisplay();
 CenterDisplay::CenterDisplay()
     : d(std::make_unique<Private>())
 {
-    d->keyboardHeight = KeyboardView::Height;
     qRegisterMetaType<PopupView*>();
 }
 

@@ -6,7 +6,7 @@
 #include <QTimer>
 
 struct ConfirmingButtonView::Private {
-    QString confirmText;
+    QString confirmText = QStringLiteral("CONFIRM");
     bool armed = false;
     QTimer* disarmTimer;
 };
@@ -31,7 +31,6 @@ ConfirmingButtonView::ConfirmingButtonView(DisplayView* parent, const QString& l
     : ButtonView(parent, styleForKind(kind, label), label)
     , d(std::make_unique<Private>())
 {
-    d->confirmText = QStringLiteral("CONFIRM");
     d->disarmTimer = new QTimer(this);
     d->disarmTimer->setSingleShot(true);
     d->disarmTimer->setInterval(3000);
